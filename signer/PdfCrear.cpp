@@ -1,0 +1,150 @@
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+
+#include "crypto/LxSha256.h"
+#include "signer/Motor.h"
+#include "signer/PdfActualizacion.h"
+#include "signer/PdfFichero.h"
+#include "signer/PdfLector.h"
+
+namespace LxPdfSigner::Interno {
+
+namespace {
+
+// The object numbers follow from the order of writing: 1 catalog, 2 page tree, 3 page, 4 its font, 5 its content,
+// and, signed: 6 AcroForm, 7 field and widget, 8 signature, 9 the stamp's font, 10 its drawing.
+constexpr long kNumFirma = 8;
+constexpr long kNumFuenteSello = 9;
+
+constexpr std::string_view kCatalogo = "<< /Type /Catalog /Pages 2 0 R >>";
+constexpr std::string_view kCatalogoFirmado =
+    "<< /Type /Catalog /Pages 2 0 R /AcroForm 6 0 R"
+    " /Extensions << /ESIC << /BaseVersion /1.7 /ExtensionLevel 1 >> >> >>";
+constexpr std::string_view kArbol = "<< /Type /Pages /Kids [3 0 R] /Count 1 >>";
+constexpr std::string_view kPagina =
+    "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 595 842]"
+    " /Resources << /Font << /F1 4 0 R >> >> /Contents 5 0 R";
+constexpr std::string_view kFuente =
+    "<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica /Encoding /WinAnsiEncoding >>";
+constexpr std::string_view kAcroForm =
+    "<< /Fields [7 0 R] /SigFlags 3 /DA (0 0 0 rg /Helv 0 Tf)"
+    " /DR << /Font << /Helv << /Type /Font /Subtype /Type1 /BaseFont /Helvetica >> >> >> >>";
+
+// A whole file being written: objects numbered as they come, and where they start.
+struct Fichero {
+    std::string texto = "%PDF-1.4\n";
+    std::vector<size_t> offsets;
+    Hueco hueco;  // only of a signed document
+
+    void Objeto(std::string_view cuerpo) {
+        offsets.push_back(texto.size());
+        Obj(texto, static_cast<long>(offsets.size()), cuerpo);
+    }
+};
+
+std::string ContenidoPagina(const std::string& texto) {
+    const std::string contenido = "BT\n/F1 24 Tf\n72 720 Td\n(" + Escapar(WinAnsi(texto)) + ") Tj\nET";
+    return "<< /Length " + std::to_string(contenido.size()) + " >>\nstream\n" + contenido + "\nendstream";
+}
+
+// The stamp of a new document is as wide as its longest line has bytes: other than in an update, it never hugs a short
+// name.
+Sello SelloNuevo(const std::string& nombre, const std::string& utc) {
+    constexpr size_t kPrimeraLinea = 25;
+    constexpr size_t kAntesDeLaFecha = 7;
+    const size_t largo = std::max({kPrimeraLinea, nombre.size(), kAntesDeLaFecha + FechaLegible(utc).size()});
+    return {std::clamp(std::ceil(static_cast<double>(largo) * 4.8 + 16), 220.0, 400.0), ContenidoSello(nombre, utc)};
+}
+
+void EscribirFormulario(Fichero& fichero, const Metadatos& meta, const std::string& utc, size_t reserva) {
+    const Sello sello = SelloNuevo(meta.nombre, utc);
+    fichero.Objeto(kAcroForm);
+    fichero.Objeto("<< /Type /Annot /Subtype /Widget /FT /Sig /T (Signature1) /Rect " + RectSello(sello.ancho, 0, 842) +
+                   " /F 4 /P 3 0 R /V 8 0 R /AP << /N 10 0 R >> >>");
+    fichero.offsets.push_back(fichero.texto.size());
+    fichero.hueco = EscribirFirma(fichero.texto, kNumFirma, meta, utc, reserva);
+    fichero.Objeto(kFuente);
+    fichero.Objeto(CuerpoSello(sello, kNumFuenteSello));
+}
+
+void EscribirXref(Fichero& fichero) {
+    const size_t inicio = fichero.texto.size();
+    const std::string total = std::to_string(fichero.offsets.size() + 1);
+    fichero.texto += "xref\n0 " + total + "\n0000000000 65535 f \n";
+    for (const size_t offset : fichero.offsets) {
+        char linea[32];
+        snprintf(linea, sizeof linea, "%010zu 00000 n \n", offset);
+        fichero.texto += linea;
+    }
+    fichero.texto +=
+        "trailer\n<< /Size " + total + " /Root 1 0 R >>\nstartxref\n" + std::to_string(inicio) + "\n%%EOF\n";
+}
+
+Fichero Construir(const std::string& texto, bool firmar, size_t reserva, const Metadatos& meta,
+                  const std::string& utc) {
+    Fichero fichero;
+    fichero.Objeto(firmar ? kCatalogoFirmado : kCatalogo);
+    fichero.Objeto(kArbol);
+    fichero.Objeto(std::string(kPagina) + (firmar ? " /Annots [7 0 R] >>" : " >>"));
+    fichero.Objeto(kFuente);
+    fichero.Objeto(ContenidoPagina(texto));
+    if (firmar) EscribirFormulario(fichero, meta, utc, reserva);
+    EscribirXref(fichero);
+    return fichero;
+}
+
+// Fills /ByteRange and hashes what it covers.
+std::vector<unsigned char> CubrirTodo(Fichero& fichero) {
+    const Hueco& hueco = fichero.hueco;
+    std::string& texto = fichero.texto;
+    const std::string rangos = TextoByteRange(hueco.abre, hueco.Tras(), texto.size());
+    texto.replace(hueco.byteRange, rangos.size(), rangos);
+    Lx::Api::Interno::Sha256Ctx ctx;
+    Lx::Api::Interno::Sha256Update(ctx, texto.data(), hueco.abre);
+    Lx::Api::Interno::Sha256Update(ctx, texto.data() + hueco.Tras(), texto.size() - hueco.Tras());
+    return Lx::Api::Interno::Sha256Fin(ctx);
+}
+
+// The signed document, written and checked. On false the file may hold anything.
+bool CrearFirmado(const std::string& utc, const std::string& salida, const std::string& texto,
+                  const Lx::X509::Certificado& cert, size_t reserva, const Callback& firmar, const Metadatos& meta,
+                  Resultado& r) {
+    Reserva hecha;
+    if (!Reservar(cert, reserva, hecha, r.error)) return false;
+    Fichero fichero = Construir(texto, true, hecha.bytes, meta, utc);
+    const std::vector<unsigned char> digest = CubrirTodo(fichero);
+    std::string nota;
+    if (!FirmarHueco(fichero.texto, fichero.hueco, digest, cert, hecha.sid, firmar, nota, r.error)) return false;
+    if (!Escribir(salida, {fichero.texto}, r.error)) return false;
+    if (!Verificar(salida, digest)) {
+        r.error = "autocomprobacion del ByteRange fallida: se deja el PDF sin firma.";
+        return false;
+    }
+    r.bytes = fichero.texto.size();
+    r.escrito = true;
+    r.firmado = true;
+    r.nota = nota;
+    return true;
+}
+
+}  // namespace
+
+Resultado CrearEn(const std::string& utc, const std::string& salida, const std::string& texto,
+                  const Lx::X509::Certificado& cert, size_t reserva, const Callback& firmar, const Metadatos& pedidos) {
+    Resultado r;
+    const Metadatos meta = ConValoresPorDefecto(pedidos, cert);
+    if (PuedeFirmar(cert, reserva, firmar) && CrearFirmado(utc, salida, texto, cert, reserva, firmar, meta, r))
+        return r;
+    const Fichero fichero = Construir(texto, false, 0, meta, utc);
+    std::string error;
+    r.escrito = Escribir(salida, {fichero.texto}, error);
+    if (r.escrito) {
+        r.bytes = fichero.texto.size();
+        error = "PDF escrito sin firma.";
+    }
+    if (r.error.empty()) r.error = error;
+    return r;
+}
+
+}  // namespace LxPdfSigner::Interno

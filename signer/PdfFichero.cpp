@@ -1,0 +1,240 @@
+#include "signer/PdfFichero.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <system_error>
+
+#include "crypto/LxFichero.h"
+#include "signer/PdfLector.h"
+
+namespace LxPdfSigner::Interno {
+
+namespace {
+
+using Lx::Api::Interno::Sha256Ctx;
+using Lx::Api::Interno::Sha256Fin;
+using Lx::Api::Interno::Sha256Update;
+
+constexpr size_t kTrozo = 256U << 10;
+constexpr size_t kParaleloDesde = 2U << 20;
+constexpr size_t kPiezas = 8;
+
+class Descriptor {
+  public:
+    explicit Descriptor(int fd) : fd_(fd) {}
+    ~Descriptor() { Cerrar(); }
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    [[nodiscard]] int Valor() const { return fd_; }
+    // False when the system tells only now that what was written didn't arrive.
+    bool Cerrar() {
+        const int fd = fd_;
+        fd_ = -1;
+        return fd < 0 || close(fd) == 0;
+    }
+
+  private:
+    int fd_;
+};
+
+// Bytes read at the file's position, 0 at its end, negative on an error. A folder reads as an empty file.
+ssize_t LeerTrozo(int fd, char* destino, size_t size) {
+    for (;;) {
+        const ssize_t n = read(fd, destino, size);
+        if (n >= 0 || errno != EINTR) return n < 0 && errno == EISDIR ? 0 : n;
+    }
+}
+
+// Large pages halve the time that the kernel spends on handing out the memory of a large document.
+void PedirPaginasGrandes(const std::string& datos) {
+    constexpr uintptr_t kPaginaGrande = 2U << 20;
+    const uintptr_t ini = (reinterpret_cast<uintptr_t>(datos.data()) + kPaginaGrande - 1) & ~(kPaginaGrande - 1);
+    const uintptr_t fin = (reinterpret_cast<uintptr_t>(datos.data()) + datos.capacity()) & ~(kPaginaGrande - 1);
+    if (fin > ini) static_cast<void>(madvise(reinterpret_cast<void*>(ini), fin - ini, MADV_HUGEPAGE));
+}
+
+// Offset just past the last "/ByteRange [" of the file, searched backwards in pieces; the text after it goes to
+// `texto`.
+bool BuscarByteRange(int fd, size_t total, std::string& texto) {
+    constexpr std::string_view kClave = "/ByteRange [";
+    constexpr size_t kNumeros = 128;
+    std::string ventana;
+    for (size_t fin = total; fin > 0;) {
+        const size_t ini = fin > kTrozo ? fin - kTrozo : 0;
+        ventana.resize(std::min(total - ini, fin - ini + kClave.size() + kNumeros));
+        const ssize_t n = pread(fd, ventana.data(), ventana.size(), static_cast<off_t>(ini));
+        if (n != static_cast<ssize_t>(ventana.size())) return false;
+        const size_t hallado = ventana.rfind(kClave);
+        if (hallado != std::string::npos) {
+            texto = ventana.substr(hallado + kClave.size(), kNumeros);
+            return true;
+        }
+        fin = ini;
+    }
+    return false;
+}
+
+// Hashes `size` bytes from `desde` on, reading one piece while the others are hashed.
+bool HashDeTramo(int fd, size_t desde, size_t size, std::vector<std::string>& piezas, Digestor& digestor) {
+    for (size_t i = 0; size > 0; ++i) {
+        std::string& pieza = piezas[i % piezas.size()];
+        digestor.Esperar(piezas.size() - 1);
+        const ssize_t n = pread(fd, pieza.data(), std::min(size, pieza.size()), static_cast<off_t>(desde));
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return false;
+        digestor.Dar(pieza.data(), static_cast<size_t>(n));
+        desde += static_cast<size_t>(n);
+        size -= static_cast<size_t>(n);
+    }
+    digestor.Esperar(0);
+    return true;
+}
+
+// [0 b c d]: from the start up to the hole, and from behind it to the end (ISO 32000-1, 12.8.1).
+bool RangosValidos(const std::string& texto, size_t total, size_t (&rangos)[4]) {
+    size_t pos = 0;
+    for (size_t& r : rangos) {
+        long n = 0;
+        if (!LeerEntero(texto, pos, n) || n < 0) return false;
+        r = static_cast<size_t>(n);
+    }
+    return rangos[0] == 0 && rangos[1] >= 1 && rangos[2] >= rangos[1] && rangos[3] >= 1 && rangos[2] <= total &&
+           rangos[3] == total - rangos[2];
+}
+
+}  // namespace
+
+Digestor::~Digestor() {
+    if (!hilo_.joinable()) return;
+    {
+        const std::lock_guard guarda(cerrojo_);
+        cola_.clear();
+        cerrar_ = true;
+    }
+    cambio_.notify_all();
+    hilo_.join();
+}
+
+void Digestor::EnParalelo() {
+    if (hilo_.joinable()) return;
+    try {
+        hilo_ = std::thread(&Digestor::Trabajar, this);
+    } catch (const std::system_error&) {
+        return;
+    }
+}
+
+void Digestor::Trabajar() {
+    std::unique_lock cerrado(cerrojo_);
+    for (;;) {
+        cambio_.wait(cerrado, [this] { return cerrar_ || !cola_.empty(); });
+        if (cola_.empty()) return;
+        const std::string_view pieza = cola_.front();
+        cerrado.unlock();
+        Sha256Update(ctx_, pieza.data(), pieza.size());
+        cerrado.lock();
+        // The piece leaves only now: whoever waits for it may reuse its memory. A destructor may have emptied the
+        // queue.
+        if (!cola_.empty()) cola_.pop_front();
+        cambio_.notify_all();
+    }
+}
+
+void Digestor::Dar(const void* bytes, size_t size) {
+    if (!hilo_.joinable()) return Sha256Update(ctx_, bytes, size);
+    {
+        const std::lock_guard guarda(cerrojo_);
+        cola_.emplace_back(static_cast<const char*>(bytes), size);
+    }
+    cambio_.notify_all();
+}
+
+void Digestor::Esperar(size_t pendientes) {
+    if (!hilo_.joinable()) return;
+    std::unique_lock cerrado(cerrojo_);
+    cambio_.wait(cerrado, [&] { return cola_.size() <= pendientes; });
+}
+
+const Sha256Ctx& Digestor::Terminar() {
+    Esperar(0);
+    return ctx_;
+}
+
+bool Leer(const std::string& ruta, std::string& datos, Digestor& digestor) {
+    datos.clear();
+    const Descriptor fichero(open(ruta.c_str(), O_RDONLY | O_CLOEXEC));
+    if (fichero.Valor() < 0) return false;
+    struct stat info = {};
+    if (fstat(fichero.Valor(), &info) == 0 && S_ISREG(info.st_mode) && info.st_size > 0) {
+        const size_t size = static_cast<size_t>(info.st_size);
+        datos.reserve(size + 1);
+        if (size >= kParaleloDesde) {
+            PedirPaginasGrandes(datos);
+            digestor.EnParalelo();
+        }
+    }
+    // Grows by pieces that fit in the cache: the zeros that resize writes first never reach the memory bus.
+    for (size_t leidos = 0;;) {
+        // The queue holds addresses: what is in it must be hashed before the text moves.
+        const size_t hueco = std::min(kTrozo, std::max<size_t>(datos.capacity() - leidos, 1));
+        if (leidos + hueco > datos.capacity()) {
+            digestor.Esperar(0);
+            datos.reserve(datos.capacity() + std::max(kTrozo, datos.capacity() / 2));
+            continue;
+        }
+        datos.resize(leidos + hueco);
+        const ssize_t n = LeerTrozo(fichero.Valor(), datos.data() + leidos, hueco);
+        datos.resize(leidos + static_cast<size_t>(std::max<ssize_t>(n, 0)));
+        if (n <= 0) return n == 0;
+        digestor.Dar(datos.data() + leidos, datos.size() - leidos);
+        leidos = datos.size();
+    }
+}
+
+bool Escribir(const std::string& ruta, std::initializer_list<std::string_view> piezas, std::string& error) {
+    Descriptor fichero(open(ruta.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
+    if (fichero.Valor() < 0) {
+        error = "no se pudo abrir " + ruta + " para escritura.";
+        return false;
+    }
+    struct stat info = {};
+    const bool esRegular = fstat(fichero.Valor(), &info) == 0 && S_ISREG(info.st_mode);
+    const bool completo = std::all_of(piezas.begin(), piezas.end(), [&](std::string_view pieza) {
+        return Lx::Api::EscribirTodo(fichero.Valor(), pieza);
+    });
+    if (fichero.Cerrar() && completo) return true;
+    if (esRegular) unlink(ruta.c_str());
+    error = "escritura incompleta de " + ruta + ".";
+    return false;
+}
+
+bool Verificar(const std::string& ruta, const std::vector<unsigned char>& digest) {
+    const Descriptor fichero(open(ruta.c_str(), O_RDONLY | O_CLOEXEC));
+    struct stat info = {};
+    if (fichero.Valor() < 0 || fstat(fichero.Valor(), &info) != 0 || info.st_size < 1) return false;
+    const size_t total = static_cast<size_t>(info.st_size);
+    std::string texto;
+    size_t rangos[4] = {};
+    if (!BuscarByteRange(fichero.Valor(), total, texto) || !RangosValidos(texto, total, rangos)) return false;
+    std::vector<std::string> piezas(total >= kParaleloDesde ? kPiezas : 1, std::string(std::min(total, kTrozo), '\0'));
+    Digestor digestor;
+    if (total >= kParaleloDesde) digestor.EnParalelo();
+    return HashDeTramo(fichero.Valor(), 0, rangos[1], piezas, digestor) &&
+           HashDeTramo(fichero.Valor(), rangos[2], rangos[3], piezas, digestor) &&
+           Sha256Fin(digestor.Terminar()) == digest;
+}
+
+bool MismoFichero(const std::string& una, const std::string& otra) {
+    struct stat a = {};
+    struct stat b = {};
+    return stat(una.c_str(), &a) == 0 && stat(otra.c_str(), &b) == 0 && a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+}  // namespace LxPdfSigner::Interno

@@ -1,0 +1,84 @@
+// PDF syntax (ISO 32000-1, 7.2 and 7.3) read from bytes by positions, without an object model. Nothing throws on
+// malformed input. Views that come out point into the text that went in.
+#pragma once
+
+#include <array>
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace LxPdfSigner::Interno {
+
+enum class Clase : unsigned char { Regular, Blanco, Delimitador };
+
+// Character classes (ISO 32000-1, 7.2.2) by byte. In the header because the reader asks at every byte of a dictionary.
+inline constexpr std::array<Clase, 256> kClases = [] {
+    std::array<Clase, 256> clases{};
+    for (char c : {'\0', '\t', '\n', '\f', '\r', ' '}) clases[static_cast<unsigned char>(c)] = Clase::Blanco;
+    for (char c : {'%', '(', ')', '/', '<', '>', '[', ']', '{', '}'}) {
+        clases[static_cast<unsigned char>(c)] = Clase::Delimitador;
+    }
+    return clases;
+}();
+
+// NUL, tab, LF, FF, CR and space.
+[[nodiscard]] inline bool EsBlanco(char c) {
+    return kClases[static_cast<unsigned char>(c)] == Clase::Blanco;
+}
+// White space and % ( ) / < > [ ] { }.
+[[nodiscard]] inline bool EsDelim(char c) {
+    return kClases[static_cast<unsigned char>(c)] != Clase::Regular;
+}
+
+// Position of the first byte from `pos` on that is neither white space nor in a comment; the length when there is none.
+[[nodiscard]] size_t Blanco(std::string_view texto, size_t pos);
+
+// Without leading and trailing white space; comments stay.
+[[nodiscard]] std::string_view QuitarBlancos(std::string_view texto);
+
+// Position just after the value that starts at `pos` or after the white space there. Always moves on by a byte at
+// least, unless at the end. A value nested over 256 levels deep ends at the text's end.
+[[nodiscard]] size_t FinLiteral(std::string_view texto, size_t pos);
+
+// One key of a dictionary's inner text: its value is dict[ini, fin), with the white space before it.
+struct Clave {
+    std::string_view nombre;  // without the slash
+    size_t ini = 0;
+    size_t fin = 0;
+};
+
+// Walks the keys of the top level in order. What isn't a key and its value is passed over.
+class Claves {
+  public:
+    explicit Claves(std::string_view dict) : dict_(dict) {}
+    [[nodiscard]] bool Siguiente(Clave& clave);
+
+  private:
+    std::string_view dict_;
+    size_t pos_ = 0;
+};
+
+// Finds /clave at the top level of a dictionary's inner text: the value is dict[ini, fin), with the white space before
+// it.
+[[nodiscard]] bool ValorClave(std::string_view dict, std::string_view clave, size_t& ini, size_t& fin);
+
+// The value of /clave without the white space and comments before it, empty when there is none.
+[[nodiscard]] std::string_view ValorDe(std::string_view dict, std::string_view clave);
+
+// Reads a whole number at or after `pos`, past white space, and moves `pos` behind it. Numbers saturate. False, with
+// `pos` unchanged, when no digit stands there.
+[[nodiscard]] bool LeerEntero(std::string_view texto, size_t& pos, long& valor);
+
+// Reads "N G R" at the start of `texto`; `resto`, when given, receives what follows. Numbers saturate.
+[[nodiscard]] bool LeerReferencia(std::string_view texto, long& num, long& gen, std::string_view* resto = nullptr);
+
+// The value of /clave is a reference with generation 0 to an object number from 1 on.
+[[nodiscard]] bool RefDe(std::string_view dict, std::string_view clave, long& num);
+
+// Four numbers after the "[" of the value of /clave, as %lf reads them.
+[[nodiscard]] bool RectDe(std::string_view dict, std::string_view clave, double (&v)[4]);
+
+// Appends "N 0 obj", the body and "endobj".
+void Obj(std::string& salida, long num, std::string_view cuerpo);
+
+}  // namespace LxPdfSigner::Interno

@@ -1,0 +1,127 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "signer/LxPdfSigner.h"
+#include "signer/Motor.h"
+#include "tests/apoyo/Apoyo.h"
+
+namespace {
+
+using Apoyo::CarpetaTemporal;
+using Apoyo::LeerFichero;
+using LxPdfSigner::Callback;
+using LxPdfSigner::Resultado;
+using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
+
+constexpr char kUtc[] = "261115170509Z";
+
+class Crear : public testing::Test {
+  protected:
+    const CarpetaTemporal carpeta_;
+    const Apoyo::Identidad& identidad_ = Apoyo::IdentidadComun();
+    const std::string salida_ = carpeta_ / "nuevo.pdf";
+
+    Resultado CrearCon(const std::string& nombre) {
+        return LxPdfSigner::Interno::CrearEn(kUtc, salida_, nombre, identidad_.certificado, 8192, identidad_.firmar,
+                                             {nombre, nombre, nombre});
+    }
+};
+
+TEST_F(Crear, LosJuecesLoAceptan) {
+    const Resultado r =
+        LxPdfSigner::Crear(salida_, "Acta del año: 20 € (ñandú)", identidad_.certificado, identidad_.firmar, {}, 8192);
+    EXPECT_TRUE(r.escrito && r.firmado);
+    EXPECT_EQ(r.error + r.aviso + r.nota, "");
+    EXPECT_EQ(r.bytes, LeerFichero(salida_).size());
+    EXPECT_TRUE(Apoyo::PdfValido(salida_, identidad_));
+    const std::string texto = Apoyo::Exigir({"pdftotext", "-raw", salida_, "-"});
+    EXPECT_THAT(texto, StartsWith("Acta del año: 20 € (ñandú)\nFirmado digitalmente por:\nAna Núñez Peña\nFecha: "));
+    const std::string pdfsig = Apoyo::Exigir({"pdfsig", "-nocert", salida_});
+    for (const char* parte : {"Ana Núñez Peña", "ETSI.CAdES.detached", "Total document signed"})
+        EXPECT_THAT(pdfsig, HasSubstr(parte));
+}
+
+TEST_F(Crear, FormaDelFirmado) {
+    ASSERT_TRUE(CrearCon("Ana").firmado);
+    const std::string pdf = LeerFichero(salida_);
+    for (const char* parte : {
+             "/M (D:20261115170509+00'00')",
+             "xref\n0 11\n0000000000 65535 f \n0000000009 00000 n \n",
+             "trailer\n<< /Size 11 /Root 1 0 R >>\nstartxref\n",
+             "/AcroForm 6 0 R /Extensions << /ESIC << /BaseVersion /1.7 /ExtensionLevel 1 >> >> >>",
+             "/Contents 5 0 R /Annots [7 0 R] >>",
+             "(Fecha: 2026-11-15 17:05:09 UTC) Tj ET\nendstream",
+         }) {
+        EXPECT_THAT(pdf, HasSubstr(parte));
+    }
+    EXPECT_THAT(pdf, Not(HasSubstr("/ID")));
+}
+
+TEST_F(Crear, AnchoDelSello) {
+    for (const auto& [letras, derecha] : {std::pair(size_t{42}, "270"), {43, "273"}, {79, "446"}, {81, "450"}}) {
+        ASSERT_TRUE(CrearCon(std::string(letras, 'n')).firmado);
+        EXPECT_THAT(LeerFichero(salida_),
+                    HasSubstr("/T (Signature1) /Rect [50 40 " + std::string(derecha) + " 72] /F 4"))
+            << letras;
+    }
+}
+
+TEST_F(Crear, NombresRarosNoRompenElDocumento) {
+    const Apoyo::Filas<const char*, const char*> casos = {
+        {"Ana \r\n(S.A.\\", "Ana (S.A.\\"},
+        {")) >> endobj", ")) >> endobj"},
+        {"\xFF\xC3\xB1\xE2\x82", "?ñ?"},
+        {"Łukasz “Ž” 漢", "?ukasz “Ž” ?"},
+    };
+    for (const auto& [nombre, visto] : casos) {
+        SCOPED_TRACE(visto);
+        ASSERT_TRUE(CrearCon(nombre).firmado);
+        EXPECT_TRUE(Apoyo::PdfValido(salida_, identidad_));
+        // In raw order: once as the page's text, once as the stamp's second line.
+        const std::string texto = Apoyo::Exigir({"pdftotext", "-raw", salida_, "-"});
+        EXPECT_THAT(texto, StartsWith(visto));
+        EXPECT_THAT(texto, HasSubstr("por:\n" + std::string(visto) + "\nFecha: "));
+    }
+}
+
+TEST_F(Crear, SinFirmaDejaElDocumento) {
+    // Offsets and lengths counted by hand; qpdf agrees below.
+    const std::string esperado =
+        "%PDF-1.4\n"
+        "1 0 obj\n<< /Type /Catalog /Pages 2 0 R >>\nendobj\n"
+        "2 0 obj\n<< /Type /Pages /Kids [3 0 R] /Count 1 >>\nendobj\n"
+        "3 0 obj\n<< /Type /Page /Parent 2 0 R /MediaBox [0 0 595 842] /Resources << /Font << /F1 4 0 R >> >> "
+        "/Contents 5 0 R >>\nendobj\n"
+        "4 0 obj\n<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica /Encoding /WinAnsiEncoding >>\nendobj\n"
+        "5 0 obj\n<< /Length 40 >>\nstream\nBT\n/F1 24 Tf\n72 720 Td\n(A\xF1o \\(1\\)) Tj\nET\nendstream\nendobj\n"
+        "xref\n0 6\n0000000000 65535 f \n0000000009 00000 n \n0000000058 00000 n \n0000000115 00000 n \n"
+        "0000000241 00000 n \n0000000338 00000 n \ntrailer\n<< /Size 6 /Root 1 0 R >>\nstartxref\n428\n%%EOF\n";
+    const Callback explica = [](const auto&, std::string& nota) {
+        nota = "PIN bloqueado.";
+        return std::vector<unsigned char>{};
+    };
+    const auto& rsa = identidad_.certificado;
+    // The error by how it begins.
+    const Apoyo::Filas<const char*, Lx::X509::Certificado, size_t, Callback, const char*> casos = {
+        {"no certificate", {}, 8192, identidad_.firmar, "PDF escrito sin firma."},
+        {"reserve under the gate", rsa, 511, identidad_.firmar, "PDF escrito sin firma."},
+        {"small reserve", rsa, 512, identidad_.firmar, "el CMS ("},
+        {"card says why", rsa, 8192, explica, "PIN bloqueado."},
+    };
+    for (const auto& [nombre, cert, reserva, firmar, error] : casos) {
+        SCOPED_TRACE(nombre);
+        const Resultado r = LxPdfSigner::Crear(salida_, "Año (1)", cert, reserva, firmar, {});
+        EXPECT_TRUE(r.escrito && !r.firmado);
+        EXPECT_THAT(r.error, StartsWith(error));
+        EXPECT_EQ(r.bytes, esperado.size());
+        EXPECT_EQ(LeerFichero(salida_), esperado);
+    }
+    Apoyo::Exigir({"qpdf", "--check", salida_});
+    const Resultado r = LxPdfSigner::Crear("/no/hay.pdf", "Hola", rsa, 8192, identidad_.firmar, {});
+    EXPECT_FALSE(r.escrito || r.firmado);
+    EXPECT_EQ(r.error, "no se pudo abrir /no/hay.pdf para escritura.");
+}
+
+}  // namespace

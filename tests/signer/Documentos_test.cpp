@@ -1,0 +1,116 @@
+// Documents that other programs made, and documents signed more than once.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <map>
+
+#include "crypto/LxApi.h"
+#include "signer/LxPdfSigner.h"
+#include "signer/PdfFichero.h"
+#include "tests/apoyo/Apoyo.h"
+
+namespace LxPdfSigner {
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr std::string_view kTexto =
+    ".TL\nContrato de prueba\n.LP\nUn texto con varias palabras.\n.bp\nLa segunda hoja.\n.bp\nLa tercera hoja.\n";
+constexpr std::string_view kDibujo =
+    "<svg xmlns='http://www.w3.org/2000/svg' width='300' height='300'><rect width='200' height='100' fill='red'/>"
+    "<text x='20' y='150'>Dibujo</text></svg>";
+
+class Documentos : public testing::Test {
+  protected:
+    static void SetUpTestSuite() {
+        carpeta_ = new Apoyo::CarpetaTemporal;
+        Apoyo::EscribirFichero(Ruta("texto.ms"), kTexto);
+        Apoyo::EscribirFichero(Ruta("dibujo.svg"), kDibujo);
+        Apoyo::EscribirFichero(Ruta("groff.pdf"), Apoyo::Exigir({"groff", "-Tpdf", "-ms", Ruta("texto.ms")}));
+        Apoyo::Exigir({"rsvg-convert", "-f", "pdf", "-o", Ruta("cairo.pdf"), Ruta("dibujo.svg")});
+        Apoyo::Exigir({"gs", "-q", "-sDEVICE=pdfwrite", "-dCompatibilityLevel=1.4", "-o", Ruta("ghostscript.pdf"),
+                       Ruta("groff.pdf")});
+        Apoyo::Exigir({"qpdf", "--linearize", "--object-streams=disable", Ruta("groff.pdf"), Ruta("lineal.pdf")});
+        Apoyo::Exigir({"qpdf", "--qdf", Ruta("groff.pdf"), Ruta("legible.pdf")});
+    }
+    static void TearDownTestSuite() { delete carpeta_; }
+    static std::string Ruta(const std::string& nombre) { return *carpeta_ / nombre; }
+    Resultado FirmarComo(const std::string& entrada, const std::string& salida, const Opciones& opciones) {
+        return Firmar(Ruta(entrada), Ruta(salida), identidad_.certificado, identidad_.firmar, {}, opciones);
+    }
+    static std::string UnBitCambiado(std::string pdf, size_t pos) {
+        pdf[pos] = static_cast<char>(pdf[pos] ^ 1);
+        Apoyo::EscribirFichero(Ruta("malo.pdf"), pdf);
+        return Ruta("malo.pdf");
+    }
+
+    static Apoyo::CarpetaTemporal* carpeta_;
+    const Apoyo::Identidad& identidad_ = Apoyo::IdentidadComun();
+};
+
+Apoyo::CarpetaTemporal* Documentos::carpeta_ = nullptr;
+
+TEST_F(Documentos, TresFirmasSeguidasSobreLoQueHacenOtrosProgramas) {
+    for (const char* nombre : {"groff.pdf", "cairo.pdf", "ghostscript.pdf", "lineal.pdf", "legible.pdf"}) {
+        SCOPED_TRACE(nombre);
+        std::string antes = nombre;
+        const Opciones opciones[] = {{0, ""}, {1, ""}, {2, ""}};
+        for (size_t i = 0; i < std::size(opciones); ++i) {
+            const std::string salida = std::to_string(i) + nombre;
+            const Resultado r = FirmarComo(antes, salida, opciones[i]);
+            ASSERT_TRUE(r.firmado) << r.error;
+            EXPECT_THAT(Apoyo::LeerFichero(Ruta(salida)), StartsWith(Apoyo::LeerFichero(Ruta(antes))));
+            EXPECT_TRUE(Apoyo::PdfValido(Ruta(salida), identidad_, i + 1));
+            antes = salida;
+        }
+    }
+}
+
+TEST_F(Documentos, ElSelloSeVeEnLasPaginasElegidasYNoTapaAlAnterior) {
+    ASSERT_TRUE(FirmarComo("groff.pdf", "todas.pdf", {3, ""}).firmado);
+    ASSERT_TRUE(FirmarComo("todas.pdf", "lista.pdf", {4, "3,1"}).firmado);
+    EXPECT_TRUE(Apoyo::PdfValido(Ruta("lista.pdf"), identidad_, 2));
+    for (const auto& [pagina, sellos] : std::map<std::string, size_t>{{"1", 2}, {"2", 1}, {"3", 2}}) {
+        const std::string texto = Apoyo::Exigir({"pdftotext", "-f", pagina, "-l", pagina, Ruta("lista.pdf"), "-"});
+        EXPECT_EQ(Apoyo::Cuenta(texto, "Firmado digitalmente por:\nAna Núñez Peña\n"), sellos) << pagina << texto;
+    }
+    EXPECT_THAT(Apoyo::LeerFichero(Ruta("lista.pdf")), HasSubstr("/Rect [50 76 "));
+}
+
+// One bit changed in the document, in the signature dictionary, behind the hole and at the very end.
+TEST_F(Documentos, UnByteCambiadoSeNota) {
+    ASSERT_TRUE(FirmarComo("groff.pdf", "bueno.pdf", {1, ""}).firmado);
+    const std::string bueno = Apoyo::LeerFichero(Ruta("bueno.pdf"));
+    const auto firmas = Apoyo::FirmasDe(bueno);
+    ASSERT_EQ(firmas.size(), 1U);
+    for (const size_t pos :
+         {size_t{9}, bueno.size() / 4, firmas[0].antes - 60, firmas[0].despues + 40, bueno.size() - 1}) {
+        SCOPED_TRACE(pos);
+        const Apoyo::Veredicto veredicto = Apoyo::Juzgar(UnBitCambiado(bueno, pos), identidad_);
+        EXPECT_FALSE(veredicto.pdfsig || veredicto.openssl) << veredicto.texto;
+    }
+}
+
+// The self-check reads what lies on the disk, in pieces: a file of several of them, whole and with one bit changed.
+TEST_F(Documentos, LaAutocomprobacionLeeElFicheroEscrito) {
+    std::string pdf = Apoyo::LeerFichero(Ruta("groff.pdf"));
+    pdf.insert(pdf.find('\n') + 1, "%" + std::string(5'000'000, 'x') + "\n");
+    pdf.erase(pdf.rfind("startxref"));
+    const size_t xref = pdf.rfind("xref\n");
+    Apoyo::EscribirFichero(Ruta("grande.pdf"), pdf + "startxref\n" + std::to_string(xref) + "\n%%EOF\n");
+    ASSERT_TRUE(FirmarComo("grande.pdf", "grande_firmado.pdf", {0, ""}).firmado);
+
+    const std::string firmado = Apoyo::LeerFichero(Ruta("grande_firmado.pdf"));
+    const auto firmas = Apoyo::FirmasDe(firmado);
+    ASSERT_EQ(firmas.size(), 1U);
+    const std::vector<unsigned char> digest = Lx::Api::Sha256(firmas[0].contenido);
+    EXPECT_TRUE(Interno::Verificar(Ruta("grande_firmado.pdf"), digest));
+    for (const size_t pos : {size_t{2'000'000}, firmas[0].antes - 1, firmado.size() - 2})
+        EXPECT_FALSE(Interno::Verificar(UnBitCambiado(firmado, pos), digest)) << pos;
+    Apoyo::EscribirFichero(Ruta("malo.pdf"), firmado + "\n");
+    EXPECT_FALSE(Interno::Verificar(Ruta("malo.pdf"), digest)) << "bytes after the signed range";
+}
+
+}  // namespace
+}  // namespace LxPdfSigner

@@ -1,0 +1,208 @@
+#include "signer/PdfLector.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <climits>
+
+#include "signer/PdfDocumento.h"
+#include "tests/apoyo/Apoyo.h"
+
+namespace LxPdfSigner::Interno {
+namespace {
+
+using testing::ElementsAre;
+using testing::Pair;
+using testing::UnorderedElementsAre;
+
+std::string Repetir(std::string_view texto, size_t veces) {
+    std::string todo;
+    for (size_t i = 0; i < veces; ++i) todo += texto;
+    return todo;
+}
+
+TEST(PdfLector, UnValorAcabaDondeEmpiezaElSiguiente) {
+    // What is skipped from the start.
+    const Apoyo::Filas<std::string_view, std::string_view> filas = {
+        {"<</A<</B 1>>/C[<<>>]>> 2", "<</A<</B 1>>/C[<<>>]>>"},
+        {"<< /S (a\\)>>) >>z", "<< /S (a\\)>>) >>"},
+        {"<< /H <3E3E> >>z", "<< /H <3E3E> >>"},
+        {"<< /A 1 % >>\n /B 2 >>z", "<< /A 1 % >>\n /B 2 >>"},
+        {"<< /A 1 > z", "<< /A 1 >"},
+        {"<</A [ > >> ] >>z", "<</A [ > >> ] >>"},
+        {"(a(b)c)d", "(a(b)c)"},
+        {"(\\()d", "(\\()"},
+        {"[1 [2 (])] 3]4", "[1 [2 (])] 3]"},
+        {"/Name/Otro", "/Name"},
+        {"12 0 R/N", "12 0 R"},
+        {"12 %c\n 0 \t R]", "12 %c\n 0 \t R"},
+        {"12 0 RG", "12"},
+        {"12 0 5 R", "12"},
+        {"12 R", "12"},
+        {"true false", "true"},
+        {" \n% nota\r  -3.5 7", " \n% nota\r  -3.5"},
+        {")x", ")"},
+        {">x", ">"},
+        {"(abc\\", "(abc\\"},
+        {"<41", "<41"},
+        {"[1 2", "[1 2"},
+        {"", ""},
+    };
+    for (const auto& [texto, valor] : filas) EXPECT_EQ(texto.substr(0, FinLiteral(texto, 0)), valor) << texto;
+}
+
+TEST(PdfLector, ClavesSoloDelPrimerNivelYPorNombreEntero) {
+    const std::string dict =
+        " /A<</K 1>> 7 /Kids [1 0 R] (suelto /K 2) /KK 3 /K%c /K 9\n 4 /V(/W 1) /W 2 /K 5 /Ref 8 0 R /Gen 8 1 R /Cero "
+        "0 0 R /Ultima";
+    const Apoyo::Filas<const char*, std::string_view> filas = {{"K", "4"},      {"Kids", "[1 0 R]"}, {"KK", "3"},
+                                                               {"V", "(/W 1)"}, {"W", "2"},          {"A", "<</K 1>>"},
+                                                               {"a", ""},       {"Ultima", ""},      {"Ref", "8 0 R"}};
+    for (const auto& [clave, valor] : filas) EXPECT_EQ(ValorDe(dict, clave), valor) << clave;
+    long num = 0;
+    EXPECT_TRUE(RefDe(dict, "Ref", num));
+    EXPECT_EQ(num, 8);
+    for (const char* clave : {"Gen", "Cero", "K", "Kids", "Nada"}) EXPECT_FALSE(RefDe(dict, clave, num)) << clave;
+}
+
+TEST(PdfLector, LosNumerosSeSaturan) {
+    const Apoyo::Filas<std::string_view, bool, long> filas = {{" 42x", true, 42},
+                                                              {"%c\n7", true, 7},
+                                                              {"-5", true, -5},
+                                                              {"99999999999999999999999", true, LONG_MAX},
+                                                              {"9223372036854775807", true, LONG_MAX},
+                                                              {"-", false, 0},
+                                                              {"", false, 0}};
+    for (const auto& [texto, hay, esperado] : filas) {
+        size_t pos = 0;
+        long valor = 0;
+        EXPECT_EQ(LeerEntero(texto, pos, valor), hay) << texto;
+        EXPECT_EQ(valor, esperado) << texto;
+    }
+}
+
+TEST(PdfLector, RectangulosConCualquierFormaDeNumero) {
+    double v[4];
+    ASSERT_TRUE(RectDe("/Rect [ -1.5 +2 .25\n4. 9 ]", "Rect", v));
+    EXPECT_THAT(v, ElementsAre(-1.5, 2, 0.25, 4));
+    for (const char* dict : {"/Rect [1 2 3]", "/Rect 1 2 3 4", "/Rect [1 2 x 4]", "/Rect 5 0 R", "/Otro [1 2 3 4]"}) {
+        EXPECT_FALSE(RectDe(dict, "Rect", v)) << dict;
+    }
+}
+
+TEST(PdfDocumento, LosObjetosSeEncuentranPorSuCabecera) {
+    const Apoyo::Filas<std::string, std::vector<std::pair<long, size_t>>> filas = {
+        {"%PDF\n3 0 obj null endobj12 0 obj 1 endobj", {{3, 5}, {12, 24}}},
+        {"%%EOF7 0 obj", {{7, 5}}},
+        {"(7 0 obj", {{7, 1}}},
+        {"/N7 0 obj", {}},
+        {"7 0 obj 7 1 obj", {{7, 8}}},  // the later one wins, whatever the generation
+        {"0 0 obj 5 obj obj", {}},
+        {"2147483648 0 obj", {{2147483648, 0}}},
+        {"2147483649 0 obj 99999999999999999999 0 obj", {}},
+        {"", {}},
+    };
+    for (const auto& [texto, objetos] : filas) {
+        SCOPED_TRACE(texto);
+        const Mapa mapa = BarridoObjetos(texto);
+        EXPECT_EQ((std::vector<std::pair<long, size_t>>(mapa.objetos.begin(), mapa.objetos.end())), objetos);
+    }
+}
+
+// The keyword is searched sixteen bytes at a time: every place of it within a block, and across two.
+TEST(PdfDocumento, LaBusquedaNoPierdeNingunaPosicion) {
+    for (size_t relleno = 0; relleno < 70; ++relleno) {
+        for (size_t cola = 0; cola < 20; ++cola) {
+            const std::string texto = std::string(relleno, 'o') + " 5 0 obj" + std::string(cola, 'b');
+            EXPECT_EQ(BarridoObjetos(texto).objetos.count(5), 1U) << relleno << " " << cola;
+        }
+    }
+}
+
+TEST(PdfDocumento, DiccionarioDeUnObjeto) {
+    const std::string datos =
+        "1 0 obj<</A 1>>endobj 2 0 obj % c\n << /B 2 >>\nstream\n<<\nendstream 3 0 obj [1] endobj 4 0 obj << /C 3\n";
+    const Mapa mapa = BarridoObjetos(datos);
+    std::string_view dict;
+    ASSERT_TRUE(DictDe(datos, mapa, 1, dict));
+    EXPECT_EQ(dict, "/A 1");
+    ASSERT_TRUE(DictDe(datos, mapa, 2, dict));
+    EXPECT_EQ(dict, " /B 2 ");
+    // An array, one that is never closed, one that isn't there.
+    for (const long num : {3, 4, 5}) EXPECT_FALSE(DictDe(datos, mapa, num, dict)) << num;
+}
+
+TEST(PdfDocumento, TrailerDeTablaYDeFlujo) {
+    const Apoyo::Filas<std::string_view, bool, std::string_view> filas = {
+        {"xref\n0 1\ntrailer\n<</Size 1>>\nstartxref", true, "/Size 1"},
+        {" % c\nxref trailer%c\n<< /ID [<<>>] >>", true, " /ID [<<>>] "},
+        {"9 0 obj << /Type /XRef /Root 1 0 R >> stream", true, " /Type /XRef /Root 1 0 R "},
+        {"xref trailer (x)", false, ""},
+        {"xref 0 1", false, ""},
+        {"9 0 obj [1]", false, ""},
+        {"0 0 obj <<>>", false, ""},
+    };
+    for (const auto& [texto, hay, esperado] : filas) {
+        std::string_view dict;
+        EXPECT_EQ(LeerTrailer(texto, 0, dict), hay) << texto;
+        EXPECT_EQ(dict, esperado) << texto;
+    }
+}
+
+TEST(PdfDocumento, PaginasEnOrdenCadaUnaUnaVezYSinVueltas) {
+    const std::string datos =
+        "1 0 obj<</Type/Pages/Kids[5 0 R 3 0 R %c\n 4 0 R 9 0 R 5 0 R]>>endobj "
+        "3 0 obj<</Type/Page>>endobj 5 0 obj<</Type /Page >>endobj "
+        "4 0 obj<</Type/Pages/Kids 8 0 R>>endobj 8 0 obj [ 6 0 R 1 0 R ] endobj 6 0 obj<</Type/Page/Kids"
+        "[7 0 R]>>endobj 7 0 obj<</Type/Page>>endobj";
+    EXPECT_THAT(BuscarTodasPaginas(datos, BarridoObjetos(datos), 1), ElementsAre(5, 3, 6));
+
+    std::string hondo;
+    for (int n = 1; n <= 40; ++n) {
+        hondo += std::to_string(n) + " 0 obj<</Kids[" + std::to_string(100 + n) + " 0 R " + std::to_string(n + 1) +
+                 " 0 R]>>endobj " + std::to_string(100 + n) + " 0 obj<</Type/Page>>endobj ";
+    }
+    EXPECT_EQ(BuscarTodasPaginas(hondo, BarridoObjetos(hondo), 1).size(), 32U) << "levels 1 to 32 below the root";
+}
+
+TEST(PdfDocumento, CamposYSellosDeFirma) {
+    const std::string datos =
+        "1 0 obj<</FT/Sig/T(Signature1)/P 10 0 R/Rect[0 0 5 5]>>endobj "
+        "2 0 obj<</FT /Sig /T <FEFF0041> /Kids[3 0 R 4 0 R]>>endobj "
+        "3 0 obj<</Subtype/Widget/Parent 2 0 R/P 10 0 R/Rect[0 0 5 5]>>endobj "
+        "4 0 obj<</Subtype/Widget/Parent 2 0 R/P 11 0 R/Rect[5 5 5 9]>>endobj "  // no width
+        "5 0 obj<</Subtype/Widget/Parent 6 0 R/P 11 0 R/Rect[0 0 5 5]>>endobj "  // a text field's
+        "6 0 obj<</FT/Tx/T(Signature2)>>endobj "
+        "7 0 obj<</FT/Sig/T(Signature3)/P 11 0 R/Rect[0 0 0 0]>>endobj "
+        "8 0 obj<</FT/Sig/T()/Rect[0 0 5 5]>>endobj";  // on no page
+    const Campos campos = CamposFirma(datos, BarridoObjetos(datos));
+    EXPECT_THAT(campos.nombres, UnorderedElementsAre("Signature1", "<FEFF0041>", "Signature3", ""));
+    EXPECT_THAT(campos.sellos, ElementsAre(Pair(10, 2U)));
+    EXPECT_EQ(NombreCampoLibre(campos.nombres), "Signature2");
+}
+
+// Shapes that make a careless reader work for hours or overflow its stack: the test ends, by its own means or by
+// ctest's.
+TEST(PdfDocumento, FormasHostilesAcabanPronto) {
+    std::string solapados;
+    for (int n = 1; n <= 60000; ++n) solapados += std::to_string(n) + " 0 obj<<";
+    std::string cerrados = solapados + Repetir(">>", 60000);
+    const std::string filas[] = {Repetir("[", 1 << 20),
+                                 Repetir("<<", 1 << 19),
+                                 "1 0 obj" + Repetir("<<[", 1 << 18),
+                                 Repetir("1 0 obj ", 1 << 17),
+                                 "1 0 obj" + std::string(1 << 20, ' ') + "obj",
+                                 Repetir("1 %\n", 1 << 18),
+                                 solapados,
+                                 cerrados};
+    for (size_t i = 0; i < std::size(filas); ++i) {
+        SCOPED_TRACE(i);
+        const Mapa mapa = BarridoObjetos(filas[i]);
+        EXPECT_LE(FinLiteral(filas[i], 0), filas[i].size());
+        static_cast<void>(CamposFirma(filas[i], mapa));
+        static_cast<void>(BuscarTodasPaginas(filas[i], mapa, 1));
+    }
+}
+
+}  // namespace
+}  // namespace LxPdfSigner::Interno
