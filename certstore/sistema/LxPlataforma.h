@@ -1,0 +1,48 @@
+// The texts that name a piece of the operating system: one row per platform, everything else is the same everywhere.
+#pragma once
+
+namespace Lx::Plataforma {
+
+struct Textos {
+    const char* nombreSistema;    // the system's name in a sentence
+    const char* ayudaServicio;    // how to get the card service going
+    const char* faltaPcsc;        // the card service's library isn't there
+    const char* nombreAlmacen;    // display name of the system store
+    const char* etiquetaAlmacen;  // what stands before a name in the list
+    const char* elAlmacen;        // the store inside a sentence
+    const char* alAlmacen;        // the same after the preposition that joins its article
+    const char* consejoPcsc;      // what to do about a missing library
+    const char* consejoServicio;  // what to do about a service that doesn't answer
+};
+
+inline constexpr Textos kMac = {
+    "macOS",
+    "en macOS: PCSC.framework integrado; compruebe que el lector tenga driver.",
+    "No se encontro PCSC.framework.",
+    "Keychain (macOS)",
+    "Keychain · ",
+    "el Keychain",
+    "al Keychain",
+    "PCSC.framework forma parte de macOS: repare la instalacion del sistema.",
+    "El servicio de tarjetas forma parte de macOS: desconecte y vuelva a conectar el lector, o reinicie el equipo.",
+};
+inline constexpr Textos kLinux = {
+    "Linux",
+    "en Linux: compruebe que el servicio pcscd este instalado y en marcha (paquete 'pcscd') y que el lector tenga "
+    "driver.",
+    "No se encontro libpcsclite.so.1 (instale el paquete 'libpcsclite1').",
+    "NSS (Linux)",
+    "NSS · ",
+    "el almacen NSS",
+    "al almacen NSS",
+    "Instale la biblioteca y el servicio: sudo apt install libpcsclite1 pcscd",
+    "Arranque el servicio: sudo systemctl start pcscd.socket (si no existe: sudo apt install pcscd).",
+};
+
+#if defined(__APPLE__)
+inline constexpr const Textos& kTextos = kMac;
+#else
+inline constexpr const Textos& kTextos = kLinux;
+#endif
+
+}  // namespace Lx::Plataforma

@@ -1,0 +1,58 @@
+// Records of the certificate sources and the system store's seam. The store itself is an OBJECT library that the
+// program chooses (lx_sistema_...): this header is what the card layer, below the rest of the store, may know of it.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "crypto/LxX509.h"
+
+namespace Lx::CertStore {
+
+enum class Origen : int {
+    Dnie = 0,      // national identity card
+    Personal = 1,  // personal store of a platform that has one; signs like Sistema, never listed here
+    Sistema = 2,   // the system's certificate store
+    Pkcs12 = 3,    // PKCS#12 file (RFC 7292)
+};
+
+// The user's choices.
+struct Contexto {
+    std::string lector;       // preferred card reader; empty: choose automatically
+    std::string pin;          // the card's signing PIN
+    std::string rutaPkcs12;   // empty: no PKCS#12 source
+    std::string clavePkcs12;  // its password
+    int32_t opcion = 1;       // a setting that a dialog remembers; passed on to the system store
+};
+
+// One certificate that can be chosen.
+struct Entrada {
+    Origen origen = Origen::Dnie;
+    std::string etiqueta;  // text of the list
+    std::string lector;    // reader that holds the card, for Origen::Dnie only
+    Lx::X509::Certificado cert;
+    bool conClave = false;  // a private key is known to be usable
+};
+
+// Appends one entry per RSA certificate of the system store. `texto` receives an error sentence, or the count and
+// " certificado(s)"; empty when there is no store.
+void ListarSistema(std::vector<Entrada>& lista, std::string& texto);
+
+// RSASSA-PKCS1-v1_5 signature with SHA-256 of `datos` (the message, not its hash) by the key of `cert`; empty, with one
+// sentence in `error`, when the store did not sign.
+[[nodiscard]] std::vector<unsigned char> FirmarSistema(const Lx::X509::Certificado& cert,
+                                                       const std::vector<unsigned char>& datos, const std::string& pin,
+                                                       bool opcion, std::string& error);
+
+// Asks the user for the password of `almacen` (a folder or a token's label) and puts it into `clave`, which is wiped
+// after use. `intento` counts from 1, three at most; `ultimo` says that the token locks itself after one more mistake.
+// False: the user cancelled.
+using PreguntaClave = std::function<bool(const std::string& almacen, int intento, bool ultimo, std::string& clave)>;
+
+// Who is asked from now on, by signing only and on its thread; none, as at the start, is a refusal of every locked
+// store.
+void PonerPreguntaClave(PreguntaClave pregunta);
+
+}  // namespace Lx::CertStore
