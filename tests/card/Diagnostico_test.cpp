@@ -1,0 +1,71 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "card/LxDnie.h"
+#include "tests/apoyo/Apoyo.h"
+#include "tests/card/Mundo.h"
+
+using namespace Lx;
+using Apoyo::Escenario;
+using Dnie::CDnie;
+
+TEST(DnieDiagnostico, LosPasosDeUnaFirmaSinPin) {
+    const std::string abierto = "· DF firma abierto\n· PIN ref 80=63C3\n", mse = "· MSE de firma OK\n",
+                      pso = "· PSO: seguridad no satisficha, hace falta PIN o CAN (6982) (correcto: pide el PIN)\n";
+    const Apoyo::Filas<std::function<void(Escenario&)>, std::string> filas = {
+        {[](auto&) {}, abierto + mse + pso},
+        {[](auto& e) { e.intentos = 0; }, "· DF firma abierto\n· PIN ref 80=6983 (PIN bloqueado)\n" + mse + pso},
+        {[](auto& e) { e.claves.clear(); }, abierto + "· MSE de firma: referencia de datos no encontrada (6A88)\n"},
+        {[](auto& e) { e.fallos = {{.ins = 0x2A, .respuesta = "6D00"}}; },
+         abierto + mse + "· PSO: instruccion no soportada (6D00)\n"},
+        {[](auto& e) { e.fallos = {{.respuesta = "6E00"}}; },
+         "· Tarjeta no identificada como DNIe. comando no soportado por la tarjeta. SW=6E00\n"},
+        {[](auto& e) { e.fallos = {{.ins = 0xA4, .desde = 1, .respuesta = "6A82"}}; },
+         "· DF firma: SW=6A82: no se pudo abrir el DF de firma. SW=6A82\n"},
+    };
+    for (const auto& [cambiar, esperado] : filas) {
+        Escenario e = Apoyo::EscenarioDe(2, false);
+        cambiar(e);
+        Mundo mundo(e);
+        std::string informe;
+        EXPECT_EQ(CDnie::DiagnosticarFirma(mundo.lector, informe), esperado == abierto + mse + pso);
+        EXPECT_EQ(informe, esperado);
+        EXPECT_EQ(mundo.tarjeta.Verificaciones(), 0);
+    }
+}
+
+TEST(DnieDiagnostico, LosIntentosDeVerdad) {
+    for (const auto& [respuesta, esperados] : Apoyo::Filas<const char*, int>{
+             {"63C3", 3}, {"63C0", 0}, {"6983", 0}, {"6300", -1}, {"9000", -1}, {"6A88", -1}, {"", -1}}) {
+        SCOPED_TRACE(respuesta);
+        Escenario e = Apoyo::EscenarioDe(0, true);
+        e.fallos = {{.ins = 0x20, .respuesta = respuesta}};
+        Mundo mundo(e);
+        int intentos = 99;
+        std::string mensaje;
+        EXPECT_EQ(CDnie::IntentosPin(mundo.lector, intentos, mensaje), esperados >= 0);
+        EXPECT_EQ(intentos, esperados);
+        EXPECT_EQ(mensaje.empty(), esperados >= 0);
+        EXPECT_EQ(mundo.tarjeta.Verificaciones(), 0);
+        EXPECT_EQ(mundo.pcsc.tarjetas, 0);
+    }
+}
+
+// What the command line's tests of the doctor can't bring about with a real service.
+TEST(DnieDiagnostico, UnLectorQueNoConecta) {
+    Mundo mundo(Apoyo::EscenarioDe(1, true));
+    mundo.pcsc.lectores = {"nfc vacio", mundo.lector};
+    EXPECT_EQ(CDnie::Diagnosticar("").lector, "nfc vacio");
+    for (const auto& [code, texto, consejo] : Apoyo::Filas<unsigned long, std::string, std::string>{
+             {0x8010000B, "Lector ocupado por otra aplicacion.", "Cierre el otro programa"},
+             {0x8010002F, "Error PC/SC 0x8010002F", "Espere unos segundos"}}) {
+        mundo.pcsc.codigos["SCardConnect"] = code;
+        const auto d = CDnie::Diagnosticar(mundo.lector);
+        ASSERT_EQ(d.pasos.size(), 6U);
+        EXPECT_EQ(d.pasos[2].texto.rfind(texto, 0), 0U) << d.pasos[2].texto;
+        EXPECT_EQ(d.pasos[2].consejo.rfind(consejo, 0), 0U) << d.pasos[2].consejo;
+        EXPECT_TRUE(d.pasos[1].ok && d.pasos[2].probado && !d.pasos[2].ok && !d.pasos[3].probado && !d.puedeFirmar);
+        mundo.Comprobar();
+    }
+}
