@@ -1,0 +1,105 @@
+// ayudante_sistema [--softokn FOLDER] [--p12 FILE] [--antes COMMAND] listar | firmar NAME INPUT OUTPUT
+// Prints the summary and each certificate, or the questions for passwords and how signing ended. The first line of
+// standard input is the PKCS#12 password and the card's PIN, each later one answers a question; a question without a
+// line is cancelled.
+#include <dlfcn.h>
+#include <p11-kit/pkcs11.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <iostream>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "certstore/LxCertStore.h"
+#include "certstore/LxTemporales.h"
+#include "signer/LxPdfSigner.h"
+
+using namespace Lx::CertStore;
+
+// The configuration of the test's own stands in the home folder, and p11-kit reads nothing there for root, which tests
+// may run as. It finds this function before the C library's.
+extern "C" uid_t getuid() {
+    return 1000;
+}
+
+namespace {
+
+// Another user of softokn in this process, who has it going with a database of its own.
+class OtroUsuario {
+  public:
+    explicit OtroUsuario(const std::string& carpeta) {
+        void* b = dlopen("libsoftokn3.so", RTLD_NOW);
+        const auto dar = reinterpret_cast<CK_C_GetFunctionList>(b == nullptr ? nullptr : dlsym(b, "C_GetFunctionList"));
+        std::string parametros = "configdir='sql:" + carpeta + "' flags=readOnly";
+        struct {
+            void* cerrojos[4] = {};
+            CK_FLAGS indicadores = CKF_OS_LOCKING_OK;
+            char* parametros;
+            void* reservado = nullptr;
+        } inicio;
+        inicio.parametros = parametros.data();
+        if (dar == nullptr || dar(&f_) != CKR_OK || f_->C_Initialize(&inicio) != CKR_OK) f_ = nullptr;
+        if (f_ != nullptr) f_->C_OpenSession(2, CKF_SERIAL_SESSION, nullptr, nullptr, &sesion_);
+    }
+    [[nodiscard]] const char* Estado() const {
+        CK_SESSION_INFO sesion = {};
+        CK_SLOT_INFO ranura = {};
+        if (f_ == nullptr || f_->C_GetSessionInfo(sesion_, &sesion) != CKR_OK) return "otro: roto";
+        for (CK_SLOT_ID i = 4; i <= 100; ++i)
+            if (f_->C_GetSlotInfo(i, &ranura) == CKR_OK && (ranura.flags & CKF_TOKEN_PRESENT) != 0)
+                return "otro: con una ranura de mas";
+        return "otro: sigue";
+    }
+
+  private:
+    CK_FUNCTION_LIST* f_ = nullptr;
+    CK_SESSION_HANDLE sesion_ = 0;
+};
+
+void Firmar(const Contexto& ctx, const std::vector<Entrada>& lista, const std::vector<std::string>& args) {
+    for (const Entrada& e : lista) {
+        if (e.cert.subjectCN != args[1]) continue;
+        std::string mensaje;
+        const auto firmar = [&](const std::vector<unsigned char>& datos, std::string&) {
+            std::vector<unsigned char> firma;
+            static_cast<void>(Firmar(e, ctx, datos, firma, mensaje));
+            return firma;
+        };
+        const LxPdfSigner::Resultado r = LxPdfSigner::Firmar(args[2], args[3], e.cert, firmar, {}, {});
+        std::cout << (r.firmado ? "firmado" : mensaje) << "\n";
+        return;
+    }
+    std::cout << "no esta en la lista\n";
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    const CarpetaPrivada carpeta;
+    std::vector<std::string> args(argv + 1, argv + argc);
+    std::map<std::string, std::string> opciones;
+    for (; args.size() > 2 && args[0].starts_with("--"); args.erase(args.begin(), args.begin() + 2))
+        opciones[args[0]] = args[1];
+    const bool conOtro = opciones.count("--softokn") != 0;
+    const OtroUsuario otro(opciones["--softokn"]);
+    Contexto ctx;
+    ctx.rutaPkcs12 = opciones["--p12"];
+    std::getline(std::cin, ctx.clavePkcs12);
+    ctx.pin = ctx.clavePkcs12;
+    PonerPreguntaClave([](const std::string& almacen, int intento, bool ultimo, std::string& clave) {
+        std::cout << "pregunta " << almacen << " " << intento << (ultimo ? " ultimo" : "") << "\n";
+        return static_cast<bool>(std::getline(std::cin, clave));
+    });
+    std::string resumen;
+    const std::vector<Entrada> lista = Listar(ctx, resumen);
+    if (args.at(0) == "listar") {
+        std::cout << resumen.substr(resumen.find(": ", resumen.find('|')) + 2) << "\n";
+        for (const Entrada& e : lista) std::cout << e.etiqueta << (e.conClave ? " con clave\n" : "\n");
+    }
+    if (!opciones["--antes"].empty() && std::system(opciones["--antes"].c_str()) != 0) return EXIT_FAILURE;
+    if (args.at(0) == "firmar") Firmar(ctx, lista, args);
+    if (conOtro) std::cout << otro.Estado() << "\n";
+    return EXIT_SUCCESS;
+}
