@@ -1,0 +1,30 @@
+// Writer of JSON texts (RFC 8259), as much as the program's answers need.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Cli::Json {
+
+// A string literal with its quotes. Bytes that are not UTF-8 become U+FFFD: a path need not be text.
+[[nodiscard]] std::string Texto(std::string_view texto);
+
+// An object whose members keep their order. A value is a finished JSON text.
+class Objeto {
+  public:
+    Objeto& Poner(std::string_view nombre, std::string_view valor);
+    Objeto& Poner(std::string_view nombre, const char* valor) = delete;
+    Objeto& PonerTexto(std::string_view nombre, std::string_view texto);
+    Objeto& PonerNumero(std::string_view nombre, uint64_t numero);
+    Objeto& PonerLogico(std::string_view nombre, bool valor);
+    [[nodiscard]] std::string Cerrar() const { return "{" + miembros_ + "}"; }
+
+  private:
+    std::string miembros_;
+};
+
+[[nodiscard]] std::string Lista(const std::vector<std::string>& valores);
+
+}  // namespace Cli::Json
