@@ -1,0 +1,37 @@
+// The application object: owns the backend and the main window. One thread runs all of the toolkit.
+#pragma once
+
+#include <string>
+
+#include "ui/LxBackend.h"
+#include "ui/LxWindow.h"
+
+namespace Lx {
+
+class LxApp {
+  public:
+    LxApp(int argc, char** argv);
+    virtual ~LxApp();
+    LxApp(const LxApp&) = delete;
+    LxApp& operator=(const LxApp&) = delete;
+
+    // Creates, centres and shows the main window. False without one or when it can't be created.
+    virtual bool InitInstance();
+    // Deletes the main window; 0.
+    virtual int ExitInstance();
+
+    // The exit status: what ExitInstance gave unless that is 0, else the loop's code; -1 without a backend and 1
+    // when InitInstance failed.
+    int Run();
+    void Quit(int code);
+
+    int argc;
+    char** argv;
+    std::string name = "default";
+    CWindow* mainWindow = nullptr;   // owned; set before Run
+    CAppBackend* backend = nullptr;  // owned
+
+    static LxApp* s_pApp;  // the one live application
+};
+
+}  // namespace Lx
