@@ -53,6 +53,15 @@ class CButton : public CControl {
 
   private:
     void UpdateState();
+    [[nodiscard]] ButtonState DerivedState() const;
+    void OnMouseMove(Event& ev);
+    void OnRelease(Event& ev);
+    void OnFocusChange(Event& ev);
+    // Toggles and notifies. The handler may delete the button: nothing of it is touched afterwards.
+    void Click();
+    [[nodiscard]] Color TextColor(const CStyleSheet& sheet, const Color& background) const;
+    void PaintText(CCanvas* canvas, const CStyleSheet& sheet, const Color& color) const;
+    [[nodiscard]] bool ShowsFocus() const;
 };
 
 }  // namespace Lx

@@ -7,6 +7,8 @@
 
 namespace Lx {
 
+class CWindow;
+
 enum class CursorShape { Arrow, Text, Hand };
 
 class CControl {
@@ -43,6 +45,9 @@ class CControl {
     // Whether this control is the `focus` of its window.
     [[nodiscard]] bool HasFocus() const;
 };
+
+// The window whose list holds the control; null while it is detached.
+[[nodiscard]] CWindow* WindowOf(const CControl* control);
 
 // The colour behind a control: the back colour of the first CWindow from the control itself upwards;
 // rgba(240,240,240,255) without one.

@@ -1,1 +1,46 @@
 #include "ui/LxDialog.h"
+
+#include <utility>
+
+#include "ui/LxApp.h"
+
+namespace Lx {
+
+CDialog::CDialog(CWindow* ownerWindow) : owner(ownerWindow) {
+    backColor = {240, 240, 240, 255};
+    title = "Dialog";
+    rect = {0, 0, 400, 300};
+    keepAppOnClose = true;
+}
+
+void CDialog::OnDestroy() {
+    CWindow::OnDestroy();
+    done = true;
+}
+
+int CDialog::DoModal() {
+    done = false;
+    result = 0;
+    LxApp* app = LxApp::s_pApp;
+    if (!app || !app->backend) return -1;
+    if (!Create()) {
+        delete std::exchange(impl, nullptr);
+        return -1;
+    }
+    // The release of a press that opened the dialog never reaches the owner.
+    if (owner) owner->capture = nullptr;
+    Center();
+    Show();
+    app->backend->RunModal(done);
+    delete std::exchange(impl, nullptr);
+    if (owner) owner->InvalidateRect(nullptr);
+    return result;
+}
+
+void CDialog::EndDialog(int code) {
+    result = code;
+    if (impl) impl->Destroy();
+    done = true;
+}
+
+}  // namespace Lx

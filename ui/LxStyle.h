@@ -38,6 +38,13 @@ class CStyleSheet {
     [[nodiscard]] std::string ToCSS() const;
 
   private:
+    template <class T>
+    T Get(const std::string& key, const T& def) const {
+        const auto it = properties_.find(key);
+        const T* value = it == properties_.end() ? nullptr : std::get_if<T>(&it->second);
+        return value ? *value : def;
+    }
+
     std::unordered_map<std::string, StyleValue> properties_;
 };
 
@@ -80,7 +87,8 @@ class CStyleManager {
     CButtonStyle default_;
 };
 
-// 0.299 r + 0.587 g + 0.114 b; a background below 140 takes light text.
+// 0.299 r + 0.587 g + 0.114 b.
 [[nodiscard]] double Luminance(const Color& color);
+constexpr double kDarkBelow = 140;  // a background of a lower luminance takes light text
 
 }  // namespace Lx

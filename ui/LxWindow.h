@@ -109,8 +109,18 @@ class CWindow : public CControl {
     bool keepAppOnClose = false;  // when false, the application quits as this window closes
 
   private:
+    // The stages of RouteEvent. A handler may remove any control, so that each stage gives what is left of the target.
+    bool OfferToOverlay(Event& ev);
+    CControl* PickTarget(const Event& ev);
+    CControl* PressTarget(const Event& ev);
+    CControl* TrackHover(const Event& ev, CControl* target);
+    static bool Deliver(Event& ev, CControl* target);
+
     // Tab and Shift+Tab, for keys that no control consumed.
     void MoveFocus(bool backwards);
+    // With the focus events. False when their handlers removed the control.
+    bool GiveFocus(CControl* control);
+    [[nodiscard]] bool Owns(const CControl* control) const;
 };
 
 }  // namespace Lx
