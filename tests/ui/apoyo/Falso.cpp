@@ -1,0 +1,283 @@
+#include "tests/ui/apoyo/Falso.h"
+
+#include <stdexcept>
+#include <utility>
+
+namespace Falso {
+
+namespace {
+
+std::string T(const Lx::Size& s) {
+    return " " + std::to_string(s.cx) + "x" + std::to_string(s.cy);
+}
+
+class Backend : public Lx::CAppBackend {
+  public:
+    int RunLoop() override {
+        fin_ = false;
+        codigo_ = 0;
+        while (!fin_) Turno();
+        return codigo_;
+    }
+    void Quit(int code) override {
+        codigo_ = code;
+        fin_ = true;
+    }
+    void RunModal(std::atomic<bool>& done) override {
+        while (!done && !fin_) Turno();
+    }
+    void CallLater(unsigned ms, std::function<void()> task) override {
+        ElMundo().tareas.push_back({ms, std::move(task)});
+    }
+    Lx::CCanvas* MeasuringCanvas() override { return &ElMundo().medidor; }
+
+  private:
+    static void Turno() {
+        auto& guion = ElMundo().guion;
+        if (guion.empty()) throw std::logic_error("el guion se ha acabado y un bucle sigue esperando");
+        const auto paso = std::move(guion.front());
+        guion.pop_front();
+        paso();
+    }
+
+    std::atomic<bool> fin_ = false;
+    int codigo_ = 0;
+};
+
+bool Enviar(Lx::CWindow& ventana, Lx::Event& ev) {
+    ventana.RouteEvent(ev);
+    return ev.handled;
+}
+
+}  // namespace
+
+Mundo& ElMundo() {
+    static Mundo mundo;
+    return mundo;
+}
+
+Aplicacion::Aplicacion() {
+    const int vivas = ElMundo().ventanasVivas;
+    ElMundo() = Mundo{};
+    ElMundo().ventanasVivas = vivas;
+    app_ = new Lx::LxApp(0, nullptr);
+}
+
+Aplicacion::~Aplicacion() {
+    delete app_;
+    // What the test left there may hold objects of its own.
+    ElMundo().guion.clear();
+    ElMundo().tareas.clear();
+    ElMundo().abrirPdf = nullptr;
+    ElMundo().elegirFichero = nullptr;
+}
+
+Ventana::~Ventana() {
+    if (duena_) --ElMundo().ventanasVivas;
+}
+
+bool Ventana::Create(Lx::CWindow* owner, const std::string& title, const Lx::Size& clientSize) {
+    llamadas.push_back("Create " + title + T(clientSize));
+    if (!ElMundo().aceptaVentanas) return false;
+    duena_ = owner;
+    ++ElMundo().ventanasVivas;
+    return true;
+}
+
+void Ventana::Show() {
+    llamadas.emplace_back("Show");
+}
+
+void Ventana::Hide() {
+    llamadas.emplace_back("Hide");
+}
+
+void Ventana::RequestClose() {
+    llamadas.emplace_back("RequestClose");
+    if (!cerrada && duena_->OnClose()) Desmontar();
+}
+
+void Ventana::Destroy() {
+    llamadas.emplace_back("Destroy");
+    Desmontar();
+}
+
+void Ventana::Desmontar() {
+    if (std::exchange(cerrada, true)) return;
+    temporizadores.clear();
+    duena_->OnDestroy();
+    if (!duena_->keepAppOnClose && Lx::LxApp::s_pApp) Lx::LxApp::s_pApp->Quit(0);
+}
+
+void Ventana::InvalidateRect(const Lx::Rect* /*area*/) {
+    invalidaciones += cerrada ? 0 : 1;
+}
+
+void Ventana::SetTitle(const std::string& utf8) {
+    llamadas.push_back("SetTitle " + utf8);
+}
+
+void Ventana::SetResizable(bool resizable) {
+    llamadas.push_back("SetResizable " + std::to_string(resizable));
+}
+
+void Ventana::SetMinSize(const Lx::Size& clientSize) {
+    llamadas.push_back("SetMinSize" + T(clientSize));
+}
+
+void Ventana::SetMaxSize(const Lx::Size& clientSize) {
+    llamadas.push_back("SetMaxSize" + T(clientSize));
+}
+
+void Ventana::Center() {
+    llamadas.emplace_back("Center");
+}
+
+void* Ventana::GetHandle() const {
+    return const_cast<Ventana*>(this);
+}
+
+bool Ventana::SetTimer(unsigned id, unsigned ms) {
+    if (cerrada || id == 0 || ms == 0) return false;
+    temporizadores[id] = ms;
+    return true;
+}
+
+bool Ventana::KillTimer(unsigned id) {
+    return temporizadores.erase(id) > 0;
+}
+
+void Ventana::FlushPaint() {
+    llamadas.emplace_back("FlushPaint");
+}
+
+void Ventana::SetBusy(bool busy) {
+    llamadas.push_back("SetBusy " + std::to_string(busy));
+}
+
+float Ventana::GetScale() const {
+    return ElMundo().escala;
+}
+
+Ventana& De(const Lx::CWindow& ventana) {
+    if (!ventana.impl) throw std::logic_error("la ventana no se ha creado");
+    return static_cast<Ventana&>(*ventana.impl);
+}
+
+bool Raton(Lx::CWindow& ventana, Lx::EventType tipo, int x, int y, uint8_t boton, uint32_t modificadores) {
+    Lx::Event ev;
+    ev.type = tipo;
+    ev.pt = {x, y};
+    ev.button = boton;
+    ev.modifiers = modificadores;
+    return Enviar(ventana, ev);
+}
+
+bool Rueda(Lx::CWindow& ventana, int x, int y, int muescas) {
+    Lx::Event ev;
+    ev.type = Lx::EventType::MouseWheel;
+    ev.pt = {x, y};
+    ev.wheelDelta = muescas;
+    return Enviar(ventana, ev);
+}
+
+bool Clic(Lx::CWindow& ventana, int x, int y) {
+    Raton(ventana, Lx::EventType::MouseDown, x, y);
+    return Raton(ventana, Lx::EventType::MouseUp, x, y);
+}
+
+bool DobleClic(Lx::CWindow& ventana, int x, int y) {
+    Clic(ventana, x, y);
+    Raton(ventana, Lx::EventType::MouseDoubleClick, x, y);
+    return Raton(ventana, Lx::EventType::MouseUp, x, y);
+}
+
+bool Tecla(Lx::CWindow& ventana, Lx::KeyCode tecla, uint32_t modificadores) {
+    Lx::Event ev;
+    ev.type = Lx::EventType::KeyDown;
+    ev.key = static_cast<uint16_t>(tecla);
+    ev.modifiers = modificadores;
+    const bool consumida = Enviar(ventana, ev);
+    ev.type = Lx::EventType::KeyUp;
+    ev.handled = false;
+    Enviar(ventana, ev);
+    return consumida;
+}
+
+void Teclear(Lx::CWindow& ventana, const std::string& utf8) {
+    for (size_t i = 0, n = 1; i < utf8.size(); i += n, n = 1) {
+        Lx::Event ev;
+        if (utf8[i] >= 32 && utf8[i] < 127) {
+            ev.type = Lx::EventType::KeyDown;
+            Enviar(ventana, ev);
+            ev.type = Lx::EventType::Char;
+            ev.key = static_cast<uint16_t>(utf8[i]);
+        } else {
+            while (i + n < utf8.size() && (static_cast<unsigned char>(utf8[i + n]) & 0xC0) == 0x80) ++n;
+            ev.type = Lx::EventType::Text;
+            ev.text = utf8.substr(i, n);
+        }
+        ev.handled = false;
+        Enviar(ventana, ev);
+    }
+}
+
+bool Orden(Lx::CWindow& ventana, Lx::EditCommand orden, std::string* texto) {
+    Lx::Event ev;
+    ev.type = Lx::EventType::Command;
+    ev.command = orden;
+    if (texto && orden == Lx::EditCommand::Paste) ev.text = *texto;
+    const bool consumida = Enviar(ventana, ev);
+    if (texto) *texto = ev.text;
+    return consumida;
+}
+
+bool Tictac(Lx::CWindow& ventana, unsigned id) {
+    if (!De(ventana).temporizadores.contains(id)) return false;
+    ventana.OnTimer(id);
+    return true;
+}
+
+size_t HacerTareas() {
+    const auto tareas = std::exchange(ElMundo().tareas, {});
+    for (const Tarea& tarea : tareas) tarea.hacer();
+    return tareas.size();
+}
+
+std::vector<std::string> Pintar(Lx::CWindow& ventana) {
+    Lienzo lienzo;
+    ventana.PaintAll(&lienzo);
+    return lienzo.lineas;
+}
+
+std::vector<std::string> Pintar(Lx::CControl& control) {
+    Lienzo lienzo;
+    control.OnPaint(&lienzo);
+    return lienzo.lineas;
+}
+
+}  // namespace Falso
+
+namespace Lx {
+
+CAppBackend* CreatePlatformBackend() {
+    return Falso::ElMundo().hayPantalla ? new Falso::Backend : nullptr;
+}
+
+CWindowImpl* CreatePlatformWindowImpl() {
+    return Falso::ElMundo().hayPantalla ? new Falso::Ventana : nullptr;
+}
+
+bool RunPlatformFileDialog(const FileDialogRequest& request, std::string& path) {
+    const auto elegir = Falso::ElMundo().elegirFichero;
+    return elegir && elegir(request, path);
+}
+
+Pdf::IDocument* Pdf::Open(const std::string& path, std::string& error) {
+    const auto abrir = Falso::ElMundo().abrirPdf;
+    if (abrir) return abrir(path, error);
+    error = "No se pudo abrir el PDF (archivo inexistente o dañado).";
+    return nullptr;
+}
+
+}  // namespace Lx
