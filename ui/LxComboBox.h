@@ -2,16 +2,22 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "ui/LxControl.h"
+#include "ui/LxStyle.h"
 
 namespace Lx {
 
+class ScrollBar;
+struct FieldLook;
+
 class CComboBox : public CControl {
   public:
-    CComboBox() = default;
+    CComboBox();
+    ~CComboBox() override;
 
     void OnPaint(CCanvas* canvas) override;
     void OnEvent(Event& ev) override;
@@ -35,6 +41,34 @@ class CComboBox : public CControl {
     }
 
     std::function<void(int)> onSelectionChanged;
+
+  private:
+    void Open();
+    void Close();
+    void CloseIfLost();
+    // Takes an item by the user's hand, with the list closed; calls onSelectionChanged last.
+    void Choose(int index);
+    void Highlight(int index, bool reveal);
+    void OnMouse(Event& ev);
+    void OnMouseOpen(Event& ev);
+    void OnKey(Event& ev);
+    void OnLetter(const std::string& utf8);
+
+    // Where the open list stands, and its part with the items.
+    [[nodiscard]] Rect ListRect() const;
+    [[nodiscard]] Rect ItemsRect() const;
+    [[nodiscard]] int ItemAt(const Point& pt) const;
+    void Arrange();
+    void DrawList(CCanvas& canvas, const FieldLook& look);
+
+    std::vector<std::string> items_;
+    CStyleSheet style_;
+    int selected_ = -1;
+    bool open_ = false;
+    bool hovered_ = false;
+    int highlighted_ = -1;
+    int listWidth_ = 0;
+    std::unique_ptr<ScrollBar> scroll_;
 };
 
 }  // namespace Lx
