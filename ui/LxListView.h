@@ -2,6 +2,7 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -9,19 +10,23 @@
 
 namespace Lx {
 
+class ScrollBar;
+struct FieldLook;
+
 class CListView : public CControl {
   public:
     static constexpr int kRows = 1;
     static constexpr int kCards = 2;
 
-    CListView() = default;
+    CListView();
+    ~CListView() override;
 
     void OnPaint(CCanvas* canvas) override;
     void OnEvent(Event& ev) override;
     [[nodiscard]] AccessibleInfo Accessibility() const override;
     bool DoAccessibleAction(AccessibleAction action, const std::string& text, int index) override;
 
-    // `width` in pixels; 0 shares what the others leave.
+    // `width` in pixels; 0 shares what the others leave. On a card it is the least that the column's text takes.
     void AddColumn(const std::string& title, int width);
     void SetColumnWidth(int column, int width);
     // kRows: one line per item, below the header. kCards: one card per item: the first text in bold, the others, each
@@ -53,6 +58,46 @@ class CListView : public CControl {
 
     std::function<void(int)> onSelectionChanged;
     std::function<void(int)> onActivate;
+
+  private:
+    struct Column {
+        std::string title;
+        int width = 0;
+    };
+    struct Piece;  // a column's title and text on a card
+
+    void OnMouse(Event& ev);
+    void OnPress(Event& ev);
+    void OnKey(Event& ev);
+    // By the user's hand: calls onSelectionChanged last.
+    void Select(int index);
+    void Hover(const Point& pt);
+
+    [[nodiscard]] Rect ViewRect() const;
+    [[nodiscard]] int HeaderHeight() const;
+    // From the top of one item to the top of the next.
+    [[nodiscard]] int Pitch() const;
+    [[nodiscard]] int ItemAt(const Point& pt) const;
+    // What is drawn of an item, without the gap below it.
+    [[nodiscard]] Rect ItemRect(int index) const;
+    [[nodiscard]] std::vector<int> ColumnWidths(int total) const;
+    void Arrange();
+    void Reveal(int index);
+    void DrawHeader(CCanvas& canvas, const FieldLook& look) const;
+    void DrawRow(CCanvas& canvas, int index, const FieldLook& look) const;
+    void DrawCard(CCanvas& canvas, int index, const FieldLook& look) const;
+    [[nodiscard]] std::vector<Piece> PiecesOf(CCanvas& canvas, const std::vector<std::string>& values, const Rect& box,
+                                              const FieldLook& look) const;
+    int DrawPill(CCanvas& canvas, const std::vector<std::string>& values, const Rect& box, bool selected) const;
+
+    std::vector<Column> columns_;
+    std::vector<std::vector<std::string>> items_;
+    std::string placeholder_;
+    int mode_ = kRows;
+    int selected_ = -1;
+    int hovered_ = -1;
+    int armed_ = -1;  // the item that a second click activates
+    std::unique_ptr<ScrollBar> scroll_;
 };
 
 }  // namespace Lx
