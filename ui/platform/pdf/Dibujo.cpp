@@ -1,0 +1,110 @@
+#include "ui/platform/pdf/Dibujo.h"
+
+#include <poppler/cpp/poppler-document.h>
+#include <poppler/cpp/poppler-image.h>
+#include <poppler/cpp/poppler-page-renderer.h>
+#include <poppler/cpp/poppler-page.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <climits>
+#include <cmath>
+#include <cstring>
+
+#include "ui/platform/pdf/Sellos.h"
+
+namespace Lx::Pdf {
+namespace {
+
+// Size of the page as it is seen, in points.
+bool Medir(const poppler::page& pagina, double& ancho, double& alto) {
+    const poppler::rectf caja = pagina.page_rect(poppler::crop_box);
+    const auto orientacion = pagina.orientation();
+    const bool tumbada = orientacion == poppler::page::landscape || orientacion == poppler::page::seascape;
+    ancho = tumbada ? caja.height() : caja.width();
+    alto = tumbada ? caja.width() : caja.height();
+    return std::isfinite(ancho) && std::isfinite(alto) && ancho > 0 && alto > 0;
+}
+
+// From words 0xAARRGGBB in the machine's order, with rows of any length, to bytes R, G, B, A without gaps, in place.
+// False when a pixel isn't opaque: on white paper every one is, unless poppler drew nothing.
+bool Convertir(poppler::image& imagen) {
+    const auto ancho = static_cast<size_t>(imagen.width()), alto = static_cast<size_t>(imagen.height());
+    const auto salto = static_cast<size_t>(imagen.bytes_per_row());
+    char* const datos = imagen.data();
+    uint32_t opacos = 0xFF000000;
+    for (size_t y = 0; y < alto; ++y) {
+        const char* origen = datos + y * salto;
+        char* destino = datos + y * ancho * 4;
+        for (size_t x = 0; x < ancho; ++x, origen += 4, destino += 4) {
+            uint32_t pixel;
+            std::memcpy(&pixel, origen, 4);
+            opacos &= pixel;
+            pixel = (pixel & 0xFF00FF00) | ((pixel >> 16) & 0xFF) | ((pixel & 0xFF) << 16);
+            std::memcpy(destino, &pixel, 4);
+        }
+    }
+    return opacos >= 0xFF000000;
+}
+
+bool Escribir(int fd, const char* datos, size_t cuantos) {
+    for (size_t hecho = 0; hecho < cuantos;) {
+        const ssize_t n = pwrite(fd, datos + hecho, cuantos - hecho, static_cast<off_t>(hecho));
+        if (n <= 0) return false;
+        hecho += static_cast<size_t>(n);
+    }
+    return true;
+}
+
+void Callar(const std::string&, void*) {}
+
+}  // namespace
+
+Dibujo::Dibujo() {
+    poppler::set_debug_error_function(Callar, nullptr);
+}
+Dibujo::~Dibujo() = default;
+
+Estado Dibujo::Abrir(int fd) {
+    struct stat datos {};
+    if (fstat(fd, &datos) != 0 || datos.st_size < 1 || datos.st_size > INT_MAX) return Estado::Danado;
+    const auto cuantos = static_cast<size_t>(datos.st_size);
+    // Never unmapped: poppler reads from it as long as the process lives.
+    void* const vista = mmap(nullptr, cuantos, PROT_READ | PROT_WRITE, MAP_PRIVATE, fd, 0);
+    if (vista == MAP_FAILED) return Estado::SinMemoria;
+    auto* const contenido = static_cast<char*>(vista);
+    ConservarSellos(contenido, cuantos);
+    documento_.reset(poppler::document::load_from_raw_data(contenido, static_cast<int>(cuantos)));
+    if (!documento_) return Estado::Danado;
+    if (documento_->is_locked()) return Estado::Protegido;
+    return documento_->pages() > 0 ? Estado::Bien : Estado::Danado;
+}
+
+int Dibujo::Paginas() const {
+    return documento_->pages();
+}
+
+Estado Dibujo::Dibujar(int pagina, int ancho, int destino, int& alto) const {
+    const std::unique_ptr<poppler::page> hoja(documento_->create_page(pagina));
+    double puntosAncho = 0, puntosAlto = 0;
+    if (!hoja) return Estado::SinDibujar;
+    if (!Medir(*hoja, puntosAncho, puntosAlto) || ancho < 1) return Estado::TamanoInvalido;
+    const double altoExacto = puntosAlto * ancho / puntosAncho;
+    if (altoExacto * ancho > static_cast<double>(kMaxPixeles)) return Estado::SinMemoria;
+    alto = std::max(1, static_cast<int>(std::lround(altoExacto)));
+
+    poppler::page_renderer pintor;
+    pintor.set_image_format(poppler::image::format_argb32);
+    pintor.set_render_hint(poppler::page_renderer::antialiasing, true);
+    pintor.set_render_hint(poppler::page_renderer::text_antialiasing, true);
+    poppler::image imagen =
+        pintor.render_page(hoja.get(), 72.0 * ancho / puntosAncho, 72.0 * alto / puntosAlto, 0, 0, ancho, alto);
+    if (!imagen.is_valid() || imagen.format() != poppler::image::format_argb32 || imagen.width() != ancho ||
+        imagen.height() != alto || imagen.bytes_per_row() / 4 < ancho || !Convertir(imagen))
+        return Estado::SinDibujar;
+    const size_t bytes = static_cast<size_t>(ancho) * static_cast<size_t>(alto) * 4;
+    return Escribir(destino, imagen.const_data(), bytes) ? Estado::Bien : Estado::SinMemoria;
+}
+
+}  // namespace Lx::Pdf

@@ -1,0 +1,32 @@
+// A document as poppler reads and draws it.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+
+#include "ui/platform/pdf/Protocolo.h"
+
+namespace poppler {
+class document;
+}
+
+namespace Lx::Pdf {
+
+class Dibujo {
+  public:
+    Dibujo();
+    ~Dibujo();
+    Dibujo(const Dibujo&) = delete;
+    Dibujo& operator=(const Dibujo&) = delete;
+
+    // The descriptor is only read; poppler works on a copy of its pages.
+    [[nodiscard]] Estado Abrir(int fd);
+    [[nodiscard]] int Paginas() const;
+    // Writes the pixels at the start of `destino`.
+    [[nodiscard]] Estado Dibujar(int pagina, int ancho, int destino, int& alto) const;
+
+  private:
+    std::unique_ptr<poppler::document> documento_;
+};
+
+}  // namespace Lx::Pdf
