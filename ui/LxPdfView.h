@@ -4,6 +4,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "ui/LxControl.h"
 #include "ui/LxPdf.h"
@@ -74,6 +75,38 @@ class CPdfView : public CControl {
     int lastPanY = 0;
     int thumbGrab = 0;
     std::function<void(int, int)> onPageChanged;
+
+  private:
+    enum class Sheet { Shown, Pending, Failed };
+
+    [[nodiscard]] Sheet PrepareSheet(std::string& error);
+    void PaintSheet(CCanvas* canvas, Sheet sheet);
+    void PaintMessage(CCanvas* canvas, const std::string& text, const Rect& area) const;
+    void PaintAgainSoon();
+
+    [[nodiscard]] bool HasRaster() const;
+    [[nodiscard]] bool IsScrollable() const;
+    // How far the page is taller than the viewport; not positive when it isn't.
+    [[nodiscard]] int64_t Excess() const;
+    void DropRaster();
+    void GoToPage(int page);
+    void TurnTo(int page);
+    void ScrollTo(int64_t y);
+
+    void OnPress(Event& ev);
+    void OnDrag(Event& ev);
+    void OnWheel(Event& ev);
+    void OnKey(Event& ev);
+
+    // A backend may know pixels by their address, so those of the last raster live until there are new ones.
+    std::vector<unsigned char> retired_;
+    // The page that failed, at which width and why: it isn't drawn again at every repaint.
+    int failedPage_ = -1;
+    int failedWidth_ = 0;
+    std::string failure_;
+    int pendingPage_ = -1;  // the page that the last repaint had to do without
+    bool repaintDue_ = false;
+    std::shared_ptr<int> alive_ = std::make_shared<int>(0);  // gone with the view, for what is called later
 };
 
 }  // namespace Lx
