@@ -1,0 +1,137 @@
+#include "ui/platform/qt/QtApp.h"
+
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <unistd.h>
+#include <xcb/xcb.h>
+
+#include <QAbstractEventDispatcher>
+#include <QDir>
+#include <QEventLoop>
+#include <QLibraryInfo>
+#include <QTimer>
+#include <clocale>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+#include <utility>
+
+#include "ui/platform/qt/QtAccessible.h"
+
+namespace Lx {
+
+namespace {
+
+std::string Variable(const char* name) {
+    const char* value = std::getenv(name);
+    return value == nullptr ? std::string() : value;
+}
+
+bool ReachesX() {
+    xcb_connection_t* connection = xcb_connect(nullptr, nullptr);
+    const bool reached = xcb_connection_has_error(connection) == 0;
+    xcb_disconnect(connection);
+    return reached;
+}
+
+bool ReachesWayland() {
+    if (!Variable("WAYLAND_SOCKET").empty()) return true;
+    std::string path = Variable("WAYLAND_DISPLAY");
+    if (path.empty()) return false;
+    if (path[0] != '/') path = Variable("XDG_RUNTIME_DIR") + "/" + path;
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof address.sun_path) return false;
+    path.copy(address.sun_path, path.size());
+    const int s = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    const bool reached = connect(s, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+    close(s);
+    return reached;
+}
+
+// Qt ends the process when it finds no display, so the question comes first.
+bool HasDisplay() {
+    const std::string wanted = Variable("QT_QPA_PLATFORM");
+    const bool any = wanted.empty(), x = wanted.rfind("xcb", 0) == 0, wayland = wanted.rfind("wayland", 0) == 0;
+    if (!any && !x && !wayland) return true;
+    if ((any || x) && ReachesX()) return true;
+    if (x || !ReachesWayland()) return false;
+    // Wayland alone, whose plug-in comes in a package of its own.
+    const QDir plugins(QLibraryInfo::path(QLibraryInfo::PluginsPath) + "/platforms");
+    if (plugins.entryList({"libqwayland*"}, QDir::Files).isEmpty()) return false;
+    if (any) setenv("QT_QPA_PLATFORM", "wayland", 1);
+    return true;
+}
+
+std::unique_ptr<QApplication> NewApplication() {
+    // Arguments are the program's business: Qt gets none, or a file called "-style" would vanish.
+    static char name[] = "velmora";
+    static char* arguments[] = {name, nullptr};
+    static int count = 1;
+    QGuiApplication::setHighDpiScaleFactorRoundingPolicy(Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
+    QCoreApplication::setApplicationName(name);
+    QGuiApplication::setDesktopFileName(name);
+    auto app = std::make_unique<QApplication>(count, arguments);
+    QApplication::setQuitOnLastWindowClosed(false);
+    // Qt takes every category from the environment; numbers are read and written with a point here.
+    std::setlocale(LC_NUMERIC, "C");
+    return app;
+}
+
+}  // namespace
+
+CQtApp* CQtApp::s_pInstance = nullptr;
+
+CQtApp::CQtApp()
+    : app_(NewApplication()),
+      nowhere_(1, 1, QImage::Format_ARGB32_Premultiplied),
+      painter_(&nowhere_),
+      measuring_(painter_, fonts_, rasters_, QRegion()) {
+    s_pInstance = this;
+    InstallAccessibility();
+}
+
+CQtApp::~CQtApp() {
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    s_pInstance = nullptr;
+}
+
+int CQtApp::RunLoop() {
+    quit_ = false;
+    code_ = 0;
+    std::atomic<bool> never = false;
+    RunModal(never);
+    QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    return code_;
+}
+
+void CQtApp::Quit(int code) {
+    code_ = code;
+    quit_ = true;
+    if (auto* dispatcher = QAbstractEventDispatcher::instance(app_->thread())) dispatcher->wakeUp();
+}
+
+void CQtApp::RunModal(std::atomic<bool>& done) {
+    QEventLoop loop;
+    while (!done && !quit_) loop.processEvents(QEventLoop::WaitForMoreEvents);
+}
+
+void CQtApp::CallLater(unsigned ms, std::function<void()> task) {
+    QTimer::singleShot(static_cast<int>(ms), &tasks_, [task = std::move(task)] { Contain(task); });
+}
+
+void Contain(const std::function<void()>& task) {
+    try {
+        task();
+    } catch (...) {
+        std::fputs("velmora: una acción terminó por una excepción.\n", stderr);
+    }
+}
+
+CAppBackend* CreatePlatformBackend() {
+    if (HasDisplay()) return new CQtApp;
+    std::fputs("No hay pantalla: no se encontró ningún servidor X ni Wayland (DISPLAY, WAYLAND_DISPLAY).\n", stderr);
+    return nullptr;
+}
+
+}  // namespace Lx

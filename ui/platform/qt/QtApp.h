@@ -1,0 +1,49 @@
+// The application object of Qt and its event loops.
+#pragma once
+
+#include <QApplication>
+#include <QImage>
+#include <QObject>
+#include <QPainter>
+#include <atomic>
+#include <memory>
+
+#include "ui/LxBackend.h"
+#include "ui/platform/qt/QtCanvas.h"
+
+namespace Lx {
+
+class CQtApp : public CAppBackend {
+  public:
+    // There must be a display.
+    CQtApp();
+    ~CQtApp() override;
+    CQtApp(const CQtApp&) = delete;
+    CQtApp& operator=(const CQtApp&) = delete;
+
+    int RunLoop() override;
+    void Quit(int code) override;
+    void RunModal(std::atomic<bool>& done) override;
+    void CallLater(unsigned ms, std::function<void()> task) override;
+    CCanvas* MeasuringCanvas() override { return &measuring_; }
+
+    [[nodiscard]] CQtFonts& Fonts() { return fonts_; }
+
+    static CQtApp* s_pInstance;  // the one live backend
+
+  private:
+    std::unique_ptr<QApplication> app_;  // outlives the rest
+    QObject tasks_;                      // what CallLater still owes ends with it
+    std::atomic<bool> quit_ = false;
+    int code_ = 0;
+    CQtFonts fonts_;
+    CQtRasters rasters_;
+    QImage nowhere_;
+    QPainter painter_;
+    CQtCanvas measuring_;
+};
+
+// Runs what belongs to the program; an exception that it lets out ends here, with a line on standard error.
+void Contain(const std::function<void()>& task);
+
+}  // namespace Lx
