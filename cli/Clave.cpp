@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
-#include <string.h>
 #include <sys/stat.h>
 #include <termios.h>
 #include <unistd.h>
@@ -197,12 +196,6 @@ void QuitarMarcaUtf8(std::string& clave) {
 }
 
 }  // namespace
-
-void Limpiar(std::string& secreto) {
-    secreto.resize(secreto.capacity());
-    explicit_bzero(secreto.data(), secreto.size());
-    secreto.clear();
-}
 
 bool SePregunta(const std::optional<std::string>& fuente) {
     return !fuente || (*fuente == "-" && isatty(STDIN_FILENO) != 0);

@@ -4,21 +4,12 @@
 #include <optional>
 #include <string>
 
+#include "crypto/LxSecreto.h"
+
 namespace Cli {
 
-// Overwrites the text's bytes and empties it.
-void Limpiar(std::string& secreto);
-
-// A text that is wiped when it goes.
-class Secreto {
-  public:
-    Secreto() = default;
-    ~Secreto() { Limpiar(texto); }
-    Secreto(const Secreto&) = delete;
-    Secreto& operator=(const Secreto&) = delete;
-
-    std::string texto;
-};
+using Lx::Limpiar;
+using Lx::Secreto;
 
 // What a secret is called in the sentences about it.
 struct NombreSecreto {

@@ -1,5 +1,3 @@
-#include <string.h>
-
 #include <algorithm>
 #include <cstddef>
 #include <utility>
@@ -9,6 +7,7 @@
 #include "certstore/sistema/LxPlataforma.h"
 #include "certstore/sistema/LxSistema.h"
 #include "certstore/sistema/TextosCkr.h"
+#include "crypto/LxSecreto.h"
 
 namespace Lx::CertStore {
 
@@ -17,6 +16,7 @@ namespace {
 using namespace Pkcs11;
 
 constexpr int kIntentos = 3;
+constexpr size_t kLargoClave = 256;  // room for any password, so that it is not moved while it grows
 // The first browser whose library encrypts a database in a way that an older library takes for a wrong password.
 constexpr int kNavegadorNuevo = 146;
 
@@ -103,21 +103,13 @@ struct Peticion {
     std::string motivo;  // the first refusal
 };
 
-// Its text is wiped. What outgrows the reserve would leave a copy behind.
-struct Secreto {
-    std::string texto;
-    Secreto() { texto.reserve(256); }
-    ~Secreto() { explicit_bzero(texto.data(), texto.capacity()); }
-    Secreto(const Secreto&) = delete;
-    Secreto& operator=(const Secreto&) = delete;
-};
-
 [[nodiscard]] CK_RV PedirClave(Sesion& sesion, const Token& token, CK_USER_TYPE usuario) {
     if ((Indicadores(token) & CKF_PROTECTED_AUTHENTICATION_PATH) != 0) return sesion.Entrar(usuario, nullptr);
     if (!LaPregunta()) return CKR_USER_NOT_LOGGED_IN;
     CK_RV codigo = CKR_PIN_INCORRECT;
     for (int intento = 1; intento <= kIntentos; ++intento) {
         Secreto clave;
+        clave.texto.reserve(kLargoClave);
         const bool ultimo = (Indicadores(token) & CKF_USER_PIN_FINAL_TRY) != 0;
         if (!LaPregunta()(token.nombre, intento, ultimo, clave.texto)) return CKR_FUNCTION_CANCELED;
         codigo = sesion.Entrar(usuario, &clave.texto);
