@@ -1,0 +1,70 @@
+#include "app/Texto.h"
+
+#include <algorithm>
+
+#include "ui/LxCanvas.h"
+
+namespace Orvanta {
+
+namespace {
+
+[[nodiscard]] bool EsContinuacion(char c) {
+    return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
+}
+
+// Bytes of the longest start of `texto`, of one character at least, that fits.
+[[nodiscard]] size_t LargoQueCabe(const std::string& texto, int tamano, int ancho) {
+    size_t fin = FinDeCaracteres(texto, 1);
+    for (size_t n = 2; fin != texto.npos; ++n) {
+        const size_t siguiente = FinDeCaracteres(texto, n);
+        if (siguiente == texto.npos || !Cabe(texto.substr(0, siguiente), tamano, ancho)) break;
+        fin = siguiente;
+    }
+    return fin == texto.npos ? texto.size() : fin;
+}
+
+}  // namespace
+
+size_t FinDeCaracteres(std::string_view texto, size_t cuantos) {
+    size_t vistos = 0;
+    for (size_t i = 0; i < texto.size(); ++i) {
+        if (EsContinuacion(texto[i])) continue;
+        if (vistos == cuantos) return i;
+        ++vistos;
+    }
+    return vistos == cuantos ? texto.size() : texto.npos;
+}
+
+std::string NombreFichero(const std::string& ruta) {
+    const size_t barra = ruta.find_last_of("/\\");
+    return barra == ruta.npos ? ruta : ruta.substr(barra + 1);
+}
+
+bool Cabe(const std::string& texto, int tamano, int ancho) {
+    Lx::CCanvas* c = Lx::MeasuringCanvas();
+    return c == nullptr || c->MeasureText(texto, "system", tamano, false, false).cx <= ancho;
+}
+
+std::string EnLineas(const std::string& texto, int tamano, int ancho) {
+    std::string salida, linea;
+    const auto cerrar = [&] {
+        salida += (salida.empty() ? "" : "\n") + linea;
+        linea.clear();
+    };
+    for (size_t i = 0; i < texto.size();) {
+        const size_t fin = std::min(texto.find(' ', i), texto.size());
+        std::string palabra = texto.substr(i, fin - i);
+        i = fin + 1;
+        if (!linea.empty() && !Cabe(linea + " " + palabra, tamano, ancho)) cerrar();
+        while (!Cabe(palabra, tamano, ancho)) {
+            linea = palabra.substr(0, LargoQueCabe(palabra, tamano, ancho));
+            palabra.erase(0, linea.size());
+            cerrar();
+        }
+        linea += (linea.empty() ? "" : " ") + palabra;
+    }
+    if (!linea.empty()) cerrar();
+    return salida;
+}
+
+}  // namespace Orvanta

@@ -1,0 +1,22 @@
+// UTF-8 texts (RFC 3629) that have to fit somewhere.
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace Orvanta {
+
+// Byte position after the first `cuantos` characters; npos when there are fewer.
+[[nodiscard]] size_t FinDeCaracteres(std::string_view texto, size_t cuantos);
+
+// What stands after the last "/" or "\"; the whole path without one.
+[[nodiscard]] std::string NombreFichero(const std::string& ruta);
+
+// Whether the text is at most `ancho` pixels wide on one line in the system's font.
+[[nodiscard]] bool Cabe(const std::string& texto, int tamano, int ancho);
+
+// The text in lines of at most `ancho` pixels, broken at blanks; a longer word is broken where it must.
+[[nodiscard]] std::string EnLineas(const std::string& texto, int tamano, int ancho);
+
+}  // namespace Orvanta

@@ -1,0 +1,13 @@
+#include "app/MainWindow.h"
+#include "certstore/LxTemporales.h"
+#include "ui/LxApp.h"
+
+int main(int argc, char** argv) {
+    const Lx::CertStore::CarpetaPrivada carpeta;
+    Lx::LxApp app(argc, argv);
+    app.name = "velmora";
+    auto* ventana = new CMainWindow;
+    if (argc >= 2) ventana->PonerDocumentoInicial(argv[1]);
+    app.mainWindow = ventana;
+    return app.Run();
+}
