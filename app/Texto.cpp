@@ -56,7 +56,8 @@ std::string EnLineas(const std::string& texto, int tamano, int ancho) {
         std::string palabra = texto.substr(i, fin - i);
         i = fin + 1;
         if (!linea.empty() && !Cabe(linea + " " + palabra, tamano, ancho)) cerrar();
-        while (!Cabe(palabra, tamano, ancho)) {
+        // One character is left whole, or there would be no end to it.
+        while (FinDeCaracteres(palabra, 1) < palabra.size() && !Cabe(palabra, tamano, ancho)) {
             linea = palabra.substr(0, LargoQueCabe(palabra, tamano, ancho));
             palabra.erase(0, linea.size());
             cerrar();
