@@ -249,6 +249,7 @@ void CMainWindow::OnIrHoja(const std::string& texto) {
 void CMainWindow::OnPagina(int actual, int total) {
     pagina_ = actual;
     paginas_ = total;
+    aviso_->Quitar();
     PonerHoja();
     Invalidate(nullptr);
 }
