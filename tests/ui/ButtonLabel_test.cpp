@@ -1,0 +1,277 @@
+#include <gmock/gmock.h>
+
+#include "tests/ui/apoyo/Falso.h"
+#include "ui/LxButton.h"
+#include "ui/LxLabel.h"
+
+namespace {
+
+using Lx::ButtonState;
+using Lx::CButton;
+using Lx::Color;
+using Lx::EventType;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::Not;
+
+class Boton : public testing::Test {
+  public:
+    void Clic() { ++clics; }
+
+  protected:
+    void Al(EventType tipo, bool dentro) {
+        Lx::Event ev;
+        ev.type = tipo;
+        ev.pt = dentro ? Lx::Point{20, 20} : Lx::kOutside;
+        boton->OnEvent(ev);
+        consumido = ev.handled;
+    }
+
+    Falso::Aplicacion app;
+    Lx::CWindow ventana;
+    CButton* boton = ventana.AddButton("Abrir", {10, 10, 100, 32});
+    int clics = 0;
+    bool consumido = false;
+};
+
+TEST_F(Boton, FollowsMouseAndFocus) {
+    boton->OnClick<Boton>(this, &Boton::Clic);
+    const struct {
+        EventType tipo;
+        bool dentro;
+        bool consumido;
+        unsigned estado;
+        int clics;
+    } casos[] = {
+        {EventType::MouseMove, false, false, 0, 0},
+        {EventType::MouseMove, true, true, 1, 0},
+        // The pointer left without a press: the look stays.
+        {EventType::MouseMove, false, false, 1, 0},
+        {EventType::MouseDown, true, true, 2, 0},
+        {EventType::MouseMove, false, true, 2, 0},
+        {EventType::MouseUp, false, true, 0, 0},
+        {EventType::MouseDown, true, true, 2, 0},
+        {EventType::MouseUp, true, true, 0, 1},
+        {EventType::MouseDoubleClick, true, true, 2, 1},
+        {EventType::MouseUp, true, true, 0, 2},
+        {EventType::MouseDown, false, false, 0, 2},
+        {EventType::MouseUp, true, false, 0, 2},
+        {EventType::SetFocus, true, true, 3, 2},
+        {EventType::MouseDown, true, true, 2, 2},
+        {EventType::KillFocus, true, true, 0, 2},
+        {EventType::MouseUp, true, false, 0, 2},
+        {EventType::KeyDown, true, false, 0, 2},
+        {EventType::Char, true, false, 0, 2},
+    };
+    for (const auto& caso : casos) {
+        SCOPED_TRACE(std::distance(std::begin(casos), &caso));
+        Al(caso.tipo, caso.dentro);
+        EXPECT_EQ(consumido, caso.consumido);
+        EXPECT_EQ(static_cast<unsigned>(boton->state), caso.estado);
+        EXPECT_EQ(clics, caso.clics);
+    }
+}
+
+TEST_F(Boton, TogglesOnlyWhenCheckable) {
+    boton->OnClick<Boton>(this, &Boton::Clic);
+    boton->SetChecked(true);
+    EXPECT_FALSE(boton->checked);
+    boton->checkable = true;
+    Al(EventType::MouseDown, true);
+    Al(EventType::MouseUp, true);
+    EXPECT_EQ(boton->state, ButtonState::Checked);
+    EXPECT_THAT(Falso::Pintar(*boton), Contains("FillRoundRect 10,10,100,32 6 #0959ccff"));
+    Al(EventType::MouseMove, true);
+    EXPECT_EQ(boton->state, ButtonState::CheckedHover);
+    Al(EventType::MouseDown, true);
+    EXPECT_EQ(boton->state, ButtonState::CheckedPressed);
+    // Disabled meanwhile: the release doesn't click.
+    boton->SetEnabled(false);
+    EXPECT_EQ(boton->state, ButtonState::Disabled);
+    Al(EventType::MouseUp, true);
+    EXPECT_EQ(clics, 1);
+    EXPECT_FALSE(boton->DoAccessibleAction(Lx::AccessibleAction::Press, "", 0));
+    boton->SetEnabled(true);
+    EXPECT_TRUE(boton->DoAccessibleAction(Lx::AccessibleAction::Press, "", 0));
+    EXPECT_EQ(clics, 2);
+    EXPECT_FALSE(boton->Accessibility().checked);
+}
+
+TEST_F(Boton, MayBeDeletedByItsOwnClick) {
+    std::string visto;
+    boton->onClick = [this, &visto, largo = std::string(100, 'x')] {
+        ventana.RemoveControl(boton, true);
+        visto = largo;
+    };
+    Falso::Clic(ventana, 20, 20);
+    EXPECT_EQ(visto, std::string(100, 'x'));
+    EXPECT_TRUE(ventana.controls.empty());
+}
+
+TEST_F(Boton, DerivesHoverAndPressedFromItsStyle) {
+    const auto fondo = [this](ButtonState estado) {
+        return boton->GetButtonStyle().Get(estado).GetColor("background-color", {});
+    };
+    const struct {
+        const char* css;
+        Color hover, pressed;
+    } casos[] = {
+        {"background-color:rgba(240,100,0,0.5)", {255, 118, 18, 127}, {218, 78, 0, 127}},
+        {"color:red", {231, 236, 245, 255}, {214, 222, 237, 255}},
+    };
+    for (const auto& caso : casos) {
+        SCOPED_TRACE(caso.css);
+        boton->SetStyle(caso.css);
+        EXPECT_EQ(fondo(ButtonState::Hover), caso.hover);
+        EXPECT_EQ(fondo(ButtonState::Pressed), caso.pressed);
+    }
+    for (const ButtonState igual :
+         {ButtonState::Normal, ButtonState::Focused, ButtonState::Disabled, ButtonState::Checked}) {
+        EXPECT_TRUE(boton->GetButtonStyle().Get(igual).HasProperty("color"));
+        EXPECT_FALSE(boton->GetButtonStyle().Get(igual).HasProperty("background-color"));
+    }
+    // An empty hover style follows normal, in the calls that come too.
+    boton->SetStyle("background-color:#102030");
+    boton->SetHoverStyle("");
+    EXPECT_EQ(fondo(ButtonState::Hover), (Color{16, 32, 48, 255}));
+    EXPECT_EQ(fondo(ButtonState::CheckedHover), (Color{16, 32, 48, 255}));
+    EXPECT_EQ(fondo(ButtonState::Pressed), (Color{0, 10, 26, 255}));
+    boton->SetStyle("background-color:#405060");
+    EXPECT_EQ(fondo(ButtonState::Pressed), (Color{64, 80, 96, 255}));
+    // An explicit one stays, and with it pressed.
+    boton->SetHoverStyle("background-color:#010203");
+    boton->SetStyle("background-color:#ffffff");
+    EXPECT_EQ(fondo(ButtonState::Hover), (Color{1, 2, 3, 255}));
+    EXPECT_EQ(fondo(ButtonState::CheckedHover), (Color{1, 2, 3, 255}));
+    EXPECT_EQ(fondo(ButtonState::Pressed), (Color{64, 80, 96, 255}));
+}
+
+// "Abrir" is 35 pixels wide, 40 in bold.
+TEST_F(Boton, PaintsFillBorderTextAndRing) {
+    const struct {
+        const char* css;
+        bool plano, foco;
+        std::vector<std::string> esperado;
+    } casos[] = {
+        {"background-color:#ffffff;color:#000000;border-color:#111111;font-size:13",
+         false,
+         false,
+         {"FillRoundRect 10,10,100,32 4 #ffffffff", "DrawRoundRect 10,10,100,32 4 #111111ff 1",
+          "DrawText \"Abrir\" 42,17 #000000ff system 13"}},
+        {"background-color:#ffffff;border-radius:0;border-width:2.5;font-family:'Serif';font-weight-bold:true",
+         false,
+         true,
+         {"FillRect 10,10,100,32 #ffffffff", "DrawRect 10,10,100,32 #b4b4b4ff 2.5",
+          "DrawText \"Abrir\" 40,17 #0d182cff Serif 14 bold", "DrawRect 12,12,96,28 #0078d7ff 1.5"}},
+        {"border-radius:6;focus-color:#ff0000;font-style-italic:true",
+         false,
+         true,
+         {"FillRoundRect 10,10,100,32 6 #dcdcdcff", "DrawRoundRect 10,10,100,32 6 #b4b4b4ff 1",
+          "DrawText \"Abrir\" 42,17 #0d182cff system 14 italic", "DrawRoundRect 12,12,96,28 4 #ff0000ff 1.5"}},
+        {"background-color:#202020;border-width:0",
+         false,
+         true,
+         {"FillRoundRect 10,10,100,32 4 #202020ff", "DrawText \"Abrir\" 42,17 #ffffffff system 14"}},
+        {"background-color:transparent", true, false, {"DrawText \"Abrir\" 42,17 #ffffffff system 14"}},
+        {"border-width:1",
+         true,
+         false,
+         {"FillRect 10,10,100,32 #dcdcdcff", "DrawText \"Abrir\" 42,17 #0d182cff system 14"}},
+    };
+    ventana.SetBackColor({20, 20, 20, 255});
+    for (const auto& caso : casos) {
+        SCOPED_TRACE(caso.css);
+        boton->SetStyle(caso.css);
+        boton->SetFlat(caso.plano);
+        Al(caso.foco ? EventType::SetFocus : EventType::KillFocus, true);
+        EXPECT_EQ(Falso::Pintar(*boton), caso.esperado);
+    }
+    Al(EventType::MouseMove, true);
+    EXPECT_THAT(Falso::Pintar(*boton), Contains("DrawRect 10,10,100,32 #b4b4b4ff 1")) << "flat, but hovered";
+    ventana.SetBackColor({0, 0, 0, 0});
+    boton->SetStyle("background-color:transparent");
+    boton->hovered = false;
+    EXPECT_THAT(Falso::Pintar(*boton), ElementsAre("DrawText \"Abrir\" 42,17 #0d182cff system 14"))
+        << "nothing behind counts as light";
+}
+
+TEST_F(Boton, TheRingFollowsTheFocusOfTheWindow) {
+    const auto aro = Contains("DrawRoundRect 12,12,96,28 4 #0078d7ff 1.5");
+    boton->SetStyle("border-radius:6");
+    ventana.SetFocusControl(boton);
+    EXPECT_THAT(Falso::Pintar(*boton), aro) << "given without an event";
+    Al(EventType::SetFocus, true);
+    ventana.SetFocusControl(ventana.AddButton("Otro", {}));
+    EXPECT_THAT(Falso::Pintar(*boton), Not(aro)) << "taken without an event";
+    ventana.SetFocusControl(boton);
+    boton->enabled = false;
+    EXPECT_THAT(Falso::Pintar(*boton), Not(aro));
+}
+
+// Lines are 17 pixels high and 7 pixels wide per character.
+TEST(Etiqueta, PlacesItsLines) {
+    const struct {
+        const char* texto;
+        const char* css;
+        Lx::Rect donde;
+        std::vector<std::string> esperado;
+    } casos[] = {
+        {"Hola", "", {10, 10, 100, 31}, {"DrawText \"Hola\" 10,17 #1e1e1eff system 13"}},
+        {"uno\r\n\ndos",
+         "text-align:right",
+         {0, 0, 100, 71},
+         {"DrawText \"uno\" 79,10 #1e1e1eff system 13", "DrawText \"dos\" 79,44 #1e1e1eff system 13"}},
+        {"a\nb\nc",
+         "text-align:center;font-weight-bold:true;font-size:20",
+         {0, 5, 11, 30},
+         {"DrawText \"a\" 1,5 #1e1e1eff system 20 bold", "DrawText \"b\" 1,29 #1e1e1eff system 20 bold",
+          "DrawText \"c\" 1,53 #1e1e1eff system 20 bold"}},
+        {"Añó",
+         "background-color:#102030;font-family:Serif;font-style-italic:true",
+         {0, 0, 100, 17},
+         {"FillRect 0,0,100,17 #102030ff", "DrawText \"Añó\" 0,0 #ebeef4ff Serif 13 italic"}},
+        {"", "background-color:#102030", {0, 0, 1, 1}, {"FillRect 0,0,1,1 #102030ff"}},
+        {"Más ancha que su caja",
+         "text-align:right",
+         {0, 0, 7, 17},
+         {"DrawText \"Más ancha que su caja\" -140,0 #1e1e1eff system 13"}},
+        {"x", "text-align:center;text-align:otra", {0, 0, 100, 17}, {"DrawText \"x\" 0,0 #1e1e1eff system 13"}},
+    };
+    for (const auto& caso : casos) {
+        SCOPED_TRACE(caso.texto);
+        Lx::CLabel etiqueta(caso.texto);
+        etiqueta.rect = caso.donde;
+        etiqueta.SetStyle(caso.css);
+        EXPECT_EQ(Falso::Pintar(etiqueta), caso.esperado);
+    }
+}
+
+TEST(Etiqueta, ItsTextReadsOnTheBackground) {
+    const struct {
+        const char* css;
+        Color fondo;
+        bool activa;
+        const char* esperado;
+    } casos[] = {
+        {"", {139, 139, 139, 255}, true, "#ebeef4ff"},
+        {"", {140, 140, 140, 255}, true, "#1e1e1eff"},
+        {"", {0, 0, 0, 0}, true, "#1e1e1eff"},
+        {"background-color:#ffffff", {0, 0, 0, 255}, true, "#1e1e1eff"},
+        {"color:#123456", {0, 0, 0, 255}, true, "#123456ff"},
+        {"", {0, 0, 0, 255}, false, "#96969bff"},
+        {"", {255, 255, 255, 255}, false, "#8c9098ff"},
+        {"color:transparent", {255, 255, 255, 255}, false, "#96969bff"},
+    };
+    for (const auto& caso : casos) {
+        SCOPED_TRACE(caso.esperado);
+        Lx::CWindow ventana;
+        ventana.SetBackColor(caso.fondo);
+        Lx::CLabel* etiqueta = ventana.AddLabel("x", {0, 0, 50, 17});
+        etiqueta->SetStyle(caso.css);
+        etiqueta->SetStyle("font-size:13");
+        etiqueta->enabled = caso.activa;
+        EXPECT_EQ(Falso::Pintar(*etiqueta).back(), "DrawText \"x\" 0,0 " + std::string(caso.esperado) + " system 13");
+    }
+}
+
+}  // namespace

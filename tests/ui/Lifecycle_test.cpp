@@ -1,0 +1,178 @@
+#include <gmock/gmock.h>
+
+#include "tests/ui/Testigo.h"
+#include "ui/LxButton.h"
+#include "ui/LxFileDialog.h"
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+TEST(Ventana, TakesADefaultTitleAndSizeAndForwardsOnceItExists) {
+    const Falso::Aplicacion app;
+    Lx::CWindow ventana;
+    ventana.Show();
+    ventana.SetTitle("");
+    EXPECT_FALSE(ventana.SetTimer(1, 10));
+    EXPECT_EQ(ventana.GetNativeHandle(), nullptr);
+    Falso::ElMundo().aceptaVentanas = false;
+    EXPECT_FALSE(ventana.Create());
+    EXPECT_EQ(ventana.impl, nullptr);
+
+    Falso::ElMundo().aceptaVentanas = true;
+    Falso::ElMundo().escala = 2;
+    ventana.rect = {0, 0, 0, 50};
+    ASSERT_TRUE(ventana.Create());
+    ventana.Center();
+    ventana.SetTitle("Otro");
+    ventana.SetMinSize({3, 4});
+    EXPECT_THAT(Falso::De(ventana).llamadas,
+                ElementsAre("Create LxWindow 800x50", "Center", "SetTitle Otro", "SetMinSize 3x4"));
+    EXPECT_EQ(ventana.GetScale(), 2);
+    const int antes = Falso::De(ventana).invalidaciones;
+    ventana.AddButton("", {})->Invalidate(nullptr);
+    EXPECT_EQ(Falso::De(ventana).invalidaciones, antes + 2) << "one for the new control, one that it asked for";
+}
+
+TEST(Ventana, TimersEndWithTheWindow) {
+    const Falso::Aplicacion app;
+    Registro registro;
+    VentanaTestigo ventana(registro);
+    ASSERT_TRUE(ventana.Create());
+    EXPECT_FALSE(ventana.SetTimer(0, 10));
+    EXPECT_FALSE(ventana.SetTimer(5, 0));
+    EXPECT_TRUE(ventana.SetTimer(5, 10));
+    EXPECT_TRUE(ventana.SetTimer(5, 100));
+    EXPECT_FALSE(ventana.KillTimer(0));
+    EXPECT_THAT(Falso::De(ventana).temporizadores, ElementsAre(testing::Pair(5, 100)));
+    EXPECT_TRUE(Falso::Tictac(ventana, 5));
+    ventana.HandleResize({30, 20});
+    ventana.HandleMove({1, 2});
+    EXPECT_EQ(ventana.rect, (Lx::Rect{0, 0, 30, 20}));
+    EXPECT_THAT(registro, ElementsAre("OnTimer 5", "OnSize 0 30 20", "OnMove 1 2"));
+    ventana.Close();
+    EXPECT_FALSE(Falso::Tictac(ventana, 5));
+}
+
+TEST(Aplicacion, RunGivesTheLoopsCodeOrWhatItsEndSays) {
+    struct App : Lx::LxApp {
+        App() : LxApp(0, nullptr) {}
+        int ExitInstance() override { return LxApp::ExitInstance() + salida; }
+        int salida = 0;
+    };
+    const struct {
+        const char* caso;
+        bool pantalla, inicia;
+        int quit, salida, esperado;
+    } casos[] = {
+        {"closed", true, true, 0, 0, 0},       {"quit", true, true, 3, 0, 3},     {"its own code", true, true, 3, 7, 7},
+        {"no display", false, true, 0, 7, -1}, {"refused", true, false, 0, 7, 1},
+    };
+    for (const auto& caso : casos) {
+        SCOPED_TRACE(caso.caso);
+        Registro registro;
+        {
+            Falso::Aplicacion mundo;
+            Falso::ElMundo().hayPantalla = caso.pantalla;
+            App app;
+            app.salida = caso.salida;
+            auto* ventana = new VentanaTestigo(registro);
+            ventana->inicia = caso.inicia;
+            ventana->Poner("a", {});
+            app.mainWindow = ventana;
+            Falso::ElMundo().guion = {[&] { caso.quit ? app.Quit(caso.quit) : app.mainWindow->Close(); }};
+            EXPECT_EQ(app.Run(), caso.esperado);
+            EXPECT_EQ(Falso::ElMundo().ventanasVivas, 0);
+        }
+        EXPECT_THAT(registro, testing::Contains("a borrado").Times(1));
+        EXPECT_EQ(Lx::LxApp::s_pApp, nullptr);
+    }
+    Falso::Aplicacion vacia;
+    EXPECT_EQ(vacia->Run(), 1) << "without a main window";
+}
+
+TEST(Dialogo, EndsByCodeByItsCloseButtonOrNotAtAll) {
+    const Falso::Aplicacion app;
+    Registro registro;
+    Lx::CWindow duena;
+    ASSERT_TRUE(duena.Create());
+    VentanaTestigo dialogo(registro, &duena);
+    dialogo.keepAppOnClose = true;
+    auto* boton = dialogo.AddButton("Sí", {});
+
+    Falso::ElMundo().guion = {
+        [&] {
+            EXPECT_EQ(Falso::De(dialogo).llamadas, (Registro{"Create Dialog 400x300", "Center", "Show"}));
+        },
+        [&] { dialogo.EndDialog(5); }};
+    EXPECT_EQ(dialogo.DoModal(), 5);
+    EXPECT_EQ(boton->text, "Sí") << "the object survives";
+    EXPECT_EQ(dialogo.impl, nullptr);
+    EXPECT_EQ(Falso::De(duena).invalidaciones, 1);
+    EXPECT_THAT(std::exchange(registro, {}), ElementsAre("OnDestroy"));
+
+    dialogo.cierra = false;
+    Falso::ElMundo().guion = {[&] { dialogo.Close(); },
+                              [&] {
+                                  EXPECT_NE(dialogo.impl, nullptr) << "vetoed";
+                                  dialogo.cierra = true;
+                                  dialogo.Close();
+                              }};
+    EXPECT_EQ(dialogo.DoModal(), 0);
+    EXPECT_THAT(std::exchange(registro, {}), ElementsAre("OnClose", "OnClose", "OnDestroy"));
+
+    dialogo.inicia = false;
+    EXPECT_EQ(dialogo.DoModal(), -1);
+    EXPECT_EQ(Falso::ElMundo().ventanasVivas, 1) << "the owner's alone";
+}
+
+TEST(Dialogo, NestsAndTheOuterOneGoesOn) {
+    const Falso::Aplicacion app;
+    Registro registro;
+    VentanaTestigo fuera(registro);
+    VentanaTestigo dentro(registro, &fuera);
+    fuera.keepAppOnClose = dentro.keepAppOnClose = true;
+    Testigo* fila = fuera.Poner("fila", {0, 0, 10, 10});
+    fila->alRecibir = [&](Lx::EventType tipo) {
+        if (tipo == Lx::EventType::MouseDoubleClick) registro.push_back("da " + std::to_string(dentro.DoModal()));
+    };
+    Falso::ElMundo().guion = {[&] { Falso::Raton(fuera, Lx::EventType::MouseDoubleClick, 5, 5); },
+                              // The outer one may end first: the inner one still has to.
+                              [&] { fuera.EndDialog(2); }, [&] { dentro.EndDialog(1); }};
+    EXPECT_EQ(fuera.DoModal(), 2);
+    EXPECT_THAT(registro, ElementsAre("fila SetFocus", "fila MouseDoubleClick 5,5", "OnDestroy", "OnDestroy", "da 1"));
+    EXPECT_EQ(fuera.capture, nullptr) << "the release went to the inner dialog";
+}
+
+TEST(Dialogo, QuittingTheApplicationEndsEveryLoop) {
+    const Falso::Aplicacion app;
+    Registro registro;
+    VentanaTestigo dialogo(registro);
+    Falso::ElMundo().guion = {[] { Lx::LxApp::s_pApp->Quit(4); }};
+    EXPECT_EQ(dialogo.DoModal(), 0);
+    EXPECT_THAT(registro, IsEmpty());
+}
+
+TEST(DialogoDeFichero, SplitsItsPatternsAndForgetsTheLastChoice) {
+    const Falso::Aplicacion app;
+    Lx::CFileDialog dialogo(nullptr);
+    Lx::FileDialogRequest pedido;
+    Falso::ElMundo().elegirFichero = [&](const Lx::FileDialogRequest& peticion, std::string& ruta) {
+        pedido = peticion;
+        ruta = "/tmp/a.pdf";
+        return true;
+    };
+    dialogo.SetTitle("Abrir");
+    dialogo.SetFilter("*.pfx; *.p12;;");
+    dialogo.SetInitialPath("/tmp");
+    EXPECT_EQ(dialogo.DoModal(), 1);
+    EXPECT_EQ(dialogo.GetPath(), "/tmp/a.pdf");
+    EXPECT_EQ(pedido.title + pedido.initialPath, "Abrir/tmp");
+    EXPECT_THAT(pedido.patterns, ElementsAre("*.pfx", "*.p12"));
+    Falso::ElMundo().elegirFichero = nullptr;
+    EXPECT_EQ(dialogo.DoModal(), 2);
+    EXPECT_EQ(dialogo.GetPath(), "");
+}
+
+}  // namespace

@@ -1,0 +1,264 @@
+#include <gmock/gmock.h>
+
+#include "tests/ui/Testigo.h"
+#include "ui/LxLabel.h"
+
+namespace {
+
+using Lx::EventType;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+// a and b side by side, 100 by 100 each; b lies at x 100 and the window goes on to the right and below.
+class Enrutado : public testing::Test {
+  protected:
+    bool Raton(EventType tipo, int x, int y) { return Falso::Raton(ventana, tipo, x, y); }
+    Registro Tomar() { return std::exchange(registro, {}); }
+
+    Falso::Aplicacion app;
+    Registro registro;
+    VentanaTestigo ventana{registro};
+    Testigo* a = ventana.Poner("a", {0, 0, 100, 100});
+    Testigo* b = ventana.Poner("b", {100, 0, 100, 100});
+};
+
+TEST_F(Enrutado, WhatNobodyConsumesReachesTheWindow) {
+    a->consume = false;
+    ventana.SetFocusControl(a);
+    const struct {
+        EventType tipo;
+        uint8_t boton;
+        Registro esperado;
+    } casos[] = {
+        {EventType::MouseMove, 0, {"a MouseMove 5,6", "OnMouseMove 2 5 6"}},
+        {EventType::MouseDown, 0, {"a MouseDown 5,6", "OnLButtonDown 2 5 6"}},
+        {EventType::MouseUp, 0, {"a MouseUp 5,6", "OnLButtonUp 2 5 6"}},
+        {EventType::MouseDown, 1, {"a MouseDown 5,6", "OnRButtonDown 2 5 6"}},
+        {EventType::MouseUp, 1, {"a MouseUp 5,6", "OnRButtonUp 2 5 6"}},
+        {EventType::MouseDown, 2, {"a MouseDown 5,6", "OnLButtonDown 2 5 6"}},
+        {EventType::MouseUp, 2, {"a MouseUp 5,6", "OnLButtonUp 2 5 6"}},
+        {EventType::MouseDoubleClick, 0, {"a MouseDoubleClick 5,6", "OnMouseDoubleClick 2 5 6"}},
+        {EventType::MouseUp, 0, {"a MouseUp 5,6", "OnLButtonUp 2 5 6"}},
+        {EventType::MouseWheel, 0, {"a MouseWheel 5,6", "OnMouseWheel 2 -3 5 6"}},
+        {EventType::KeyDown, 0, {"a KeyDown", "OnKeyDown 79 2"}},
+        {EventType::KeyUp, 0, {"a KeyUp", "OnKeyUp 79 2"}},
+        {EventType::Char, 0, {"a Char", "OnChar 79"}},
+        {EventType::SetFocus, 0, {"a SetFocus", "OnSetFocus"}},
+        {EventType::KillFocus, 0, {"a KillFocus", "OnKillFocus"}},
+        // Text and edit commands are for controls alone, shortcuts for the window alone.
+        {EventType::Text, 0, {"a Text"}},
+        {EventType::Command, 0, {"a Command"}},
+        {EventType::Shortcut, 0, {"OnShortcut 79 2"}},
+    };
+    for (const auto& caso : casos) {
+        SCOPED_TRACE(static_cast<int>(caso.tipo));
+        Lx::Event ev;
+        ev.type = caso.tipo;
+        ev.pt = {5, 6};
+        ev.button = caso.boton;
+        ev.key = 'O';
+        ev.modifiers = Lx::kControl;
+        ev.wheelDelta = -3;
+        // What a control consumed goes no further, whatever it is.
+        if (caso.esperado.size() > 1) {
+            a->consume = true;
+            ventana.RouteEvent(ev);
+            EXPECT_THAT(Tomar(), ElementsAre(caso.esperado[0]));
+            a->consume = false;
+            ventana.capture = caso.tipo == EventType::MouseUp ? a : nullptr;
+        }
+        ventana.RouteEvent(ev);
+        EXPECT_EQ(Tomar(), caso.esperado);
+    }
+}
+
+TEST_F(Enrutado, TheTopmostControlThatTakesInputIsHit) {
+    Testigo* encima = ventana.Poner("encima", {50, 0, 100, 100});
+    ventana.AddLabel("etiqueta", {0, 0, 200, 100});
+    const struct {
+        int x, y;
+        bool visible, enabled;
+        const Lx::CControl* esperado;
+    } casos[] = {
+        {50, 0, true, true, encima},    {149, 99, true, true, encima}, {49, 0, true, true, a},  {150, 0, true, true, b},
+        {60, 100, true, true, nullptr}, {60, 5, false, true, a},       {160, 5, true, true, b}, {60, 5, true, false, a},
+    };
+    for (const auto& caso : casos) {
+        SCOPED_TRACE(std::to_string(caso.x) + "," + std::to_string(caso.y));
+        encima->visible = caso.visible;
+        encima->enabled = caso.enabled;
+        EXPECT_EQ(ventana.HitTest({caso.x, caso.y}), caso.esperado);
+    }
+}
+
+TEST_F(Enrutado, APressMovesTheFocusAndCapturesUntilTheRelease) {
+    Raton(EventType::MouseDown, 10, 10);
+    Raton(EventType::MouseMove, 150, 10);
+    Raton(EventType::MouseWheel, 150, 10);
+    Raton(EventType::MouseUp, 150, 10);
+    EXPECT_THAT(Tomar(), ElementsAre("a SetFocus", "a MouseDown 10,10", "a MouseMove 150,10", "a MouseWheel 150,10",
+                                     "a MouseUp 150,10"));
+    EXPECT_EQ(ventana.hover, nullptr) << "no hover while the mouse is captured";
+
+    // Again on the focused one: no focus events. A second quick click is a press too.
+    Falso::DobleClic(ventana, 10, 10);
+    Falso::DobleClic(ventana, 150, 10);
+    EXPECT_THAT(Tomar(), ElementsAre("a MouseDown 10,10", "a MouseUp 10,10", "a MouseDoubleClick 10,10",
+                                     "a MouseUp 10,10", "a KillFocus", "b SetFocus", "b MouseDown 150,10",
+                                     "b MouseUp 150,10", "b MouseDoubleClick 150,10", "b MouseUp 150,10"));
+    ventana.SetFocusControl(a);
+    Raton(EventType::MouseDoubleClick, 150, 10);
+    Raton(EventType::MouseUp, 10, 10);
+    EXPECT_THAT(Tomar(), ElementsAre("a KillFocus", "b SetFocus", "b MouseDoubleClick 150,10", "b MouseUp 10,10"));
+
+    // Beside the controls nothing changes.
+    Falso::Clic(ventana, 10, 150);
+    EXPECT_THAT(Tomar(), ElementsAre("OnLButtonDown 0 10 150", "OnLButtonUp 0 10 150"));
+    EXPECT_TRUE(b->HasFocus());
+    EXPECT_FALSE(a->HasFocus());
+}
+
+TEST_F(Enrutado, TheControlThatThePointerLeavesIsTold) {
+    Raton(EventType::MouseMove, 10, 10);
+    Raton(EventType::MouseMove, 150, 10);
+    Raton(EventType::MouseMove, 160, 10);
+    Raton(EventType::MouseMove, Lx::kOutside.x, Lx::kOutside.y);
+    EXPECT_THAT(Tomar(), ElementsAre("a MouseMove 10,10", "a MouseMove 150,10", "b MouseMove 150,10",
+                                     "b MouseMove 160,10", "b MouseMove -9999,-9999", "OnMouseMove 0 -9999 -9999"));
+    EXPECT_EQ(ventana.hover, nullptr);
+}
+
+TEST_F(Enrutado, TheOverlayIsOfferedMouseEventsFirst) {
+    Testigo* lista = ventana.Poner("lista", {0, 0, 0, 0});
+    ventana.SetFocusControl(a);
+    ventana.SetOverlayControl(lista);
+    Raton(EventType::MouseDown, 150, 10);
+    Falso::Tecla(ventana, Lx::KeyCode::Enter);
+    EXPECT_THAT(Tomar(), ElementsAre("lista MouseDown 150,10", "a KeyDown", "a KeyUp"));
+    lista->consume = false;
+    Raton(EventType::MouseDown, 150, 10);
+    EXPECT_THAT(Tomar(), ElementsAre("lista MouseDown 150,10", "a KillFocus", "b SetFocus", "b MouseDown 150,10"));
+    // A release ends the capture even where the overlay takes it.
+    lista->consume = true;
+    Raton(EventType::MouseUp, 150, 10);
+    EXPECT_EQ(ventana.capture, nullptr);
+    lista->visible = false;
+    Tomar();
+    Raton(EventType::MouseMove, 150, 10);
+    EXPECT_THAT(Tomar(), ElementsAre("b MouseMove 150,10"));
+}
+
+TEST_F(Enrutado, TabGoesRoundTheControlsThatTakeInput) {
+    a->consume = b->consume = false;
+    ventana.AddLabel("etiqueta", {});
+    Testigo* c = ventana.Poner("c", {});
+    Testigo* oculto = ventana.Poner("oculto", {});
+    c->consume = oculto->consume = false;
+    oculto->visible = false;
+    const struct {
+        Lx::CControl* desde;
+        uint32_t modificadores;
+        Lx::CControl* hasta;
+    } casos[] = {
+        {nullptr, 0, a},          {a, 0, b},          {b, 0, c},          {c, 0, a},
+        {nullptr, Lx::kShift, c}, {a, Lx::kShift, c}, {c, Lx::kShift, b}, {oculto, 0, a},
+        {a, Lx::kControl, a},
+    };
+    for (const auto& caso : casos) {
+        SCOPED_TRACE(std::distance(std::begin(casos), &caso));
+        ventana.SetFocusControl(caso.desde);
+        Falso::Tecla(ventana, Lx::KeyCode::Tab, caso.modificadores);
+        EXPECT_EQ(ventana.focus, caso.hasta);
+    }
+    Tomar();
+    Falso::Tecla(ventana, Lx::KeyCode::Tab);
+    EXPECT_THAT(Tomar(),
+                ElementsAre("a KeyDown", "OnKeyDown 9 0", "a KillFocus", "b SetFocus", "b KeyUp", "OnKeyUp 9 0"));
+    b->consume = true;
+    Falso::Tecla(ventana, Lx::KeyCode::Tab);
+    EXPECT_EQ(ventana.focus, b) << "the control wanted the key";
+}
+
+TEST_F(Enrutado, AHandlerMayDeleteAnyControl) {
+    const auto al = [this](Testigo* quien, EventType cuando, Testigo* borrado) {
+        quien->alRecibir = [this, cuando, borrado](EventType tipo) {
+            if (tipo == cuando) ventana.RemoveControl(borrado, true);
+        };
+    };
+    {
+        SCOPED_TRACE("itself, in its press");
+        Testigo* c = ventana.Poner("c", {0, 100, 10, 10});
+        al(c, EventType::MouseDown, c);
+        Raton(EventType::MouseDown, 5, 105);
+        Raton(EventType::MouseUp, 5, 105);
+        Falso::Tecla(ventana, Lx::KeyCode::Enter);
+        EXPECT_THAT(Tomar(), ElementsAre("c SetFocus", "c MouseDown 5,105", "c borrado", "OnLButtonUp 0 5 105",
+                                         "OnKeyDown 13 0", "OnKeyUp 13 0"));
+    }
+    {
+        SCOPED_TRACE("the one that would get the focus, by the one that loses it");
+        Testigo* c = ventana.Poner("c", {0, 100, 10, 10});
+        ventana.SetFocusControl(a);
+        al(a, EventType::KillFocus, c);
+        Raton(EventType::MouseDown, 5, 105);
+        EXPECT_THAT(Tomar(), ElementsAre("a KillFocus", "c borrado", "OnLButtonDown 0 5 105"));
+        EXPECT_EQ(ventana.capture, nullptr);
+    }
+    {
+        SCOPED_TRACE("itself, when it gets the focus");
+        Testigo* c = ventana.Poner("c", {0, 100, 10, 10});
+        al(c, EventType::SetFocus, c);
+        ventana.SetFocusControl(nullptr);
+        Raton(EventType::MouseDown, 5, 105);
+        EXPECT_THAT(Tomar(), ElementsAre("c SetFocus", "c borrado", "OnLButtonDown 0 5 105"));
+        EXPECT_EQ(ventana.capture, nullptr);
+    }
+    {
+        SCOPED_TRACE("the one under the pointer, by the one that it leaves");
+        Testigo* c = ventana.Poner("c", {0, 100, 10, 10});
+        Raton(EventType::MouseMove, 10, 10);
+        al(a, EventType::MouseMove, c);
+        Tomar();
+        Raton(EventType::MouseMove, 5, 105);
+        EXPECT_THAT(Tomar(), ElementsAre("a MouseMove 5,105", "c borrado", "OnMouseMove 0 5 105"));
+        EXPECT_EQ(ventana.hover, nullptr);
+    }
+    {
+        SCOPED_TRACE("the overlay itself");
+        Testigo* c = ventana.Poner("c", {});
+        c->consume = false;
+        ventana.SetOverlayControl(c);
+        al(c, EventType::MouseWheel, c);
+        Raton(EventType::MouseWheel, 150, 10);
+        EXPECT_THAT(Tomar(), ElementsAre("c MouseWheel 150,10", "c borrado", "b MouseWheel 150,10"));
+    }
+}
+
+TEST_F(Enrutado, AControlHasOneOwner) {
+    {
+        VentanaTestigo otra(registro);
+        otra.AddControl(a);
+        EXPECT_EQ(ventana.HitTest({10, 10}), nullptr);
+        otra.RemoveControl(b, true);
+        EXPECT_THAT(Tomar(), IsEmpty()) << "the control of another window";
+    }
+    EXPECT_THAT(Tomar(), ElementsAre("a borrado"));
+    ventana.RemoveControl(b, false);
+    EXPECT_EQ(b->parent, nullptr);
+    EXPECT_THAT(Tomar(), IsEmpty());
+    delete b;
+}
+
+TEST_F(Enrutado, PaintsInOrderAndClipsAllButOverlays) {
+    ventana.rect = {0, 0, 300, 200};
+    a->encima = true;
+    Testigo* oculto = ventana.Poner("oculto", {0, 0, 1, 1});
+    oculto->visible = false;
+    EXPECT_THAT(Falso::Pintar(ventana),
+                ElementsAre("FillRect -1,-1,302,202 #f0f0f0ff", "Save", "ClipRect 100,0,100,100",
+                            "FillRect 100,0,100,100 #010203ff", "Restore", "Save", "ClipRect -1,-1,302,202",
+                            "FillRect 0,0,100,100 #010203ff", "Restore"));
+}
+
+}  // namespace

@@ -1,0 +1,143 @@
+#include "ui/LxStyle.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+
+namespace {
+
+using Lx::Color;
+using Lx::CStyleSheet;
+
+std::string Escrito(const Color& c) {
+    return std::to_string(c.r) + "," + std::to_string(c.g) + "," + std::to_string(c.b) + "," + std::to_string(c.a);
+}
+
+TEST(Estilo, ReadsColours) {
+    const struct {
+        const char* texto;
+        const char* esperado;
+    } casos[] = {
+        {" White ", "255,255,255,255"},
+        {"green", "0,128,0,255"},
+        {"transparent", "0,0,0,0"},
+        {"LightGrey", "211,211,211,255"},
+        {"darkgray", "169,169,169,255"},
+        {"#0A0", "0,170,0,255"},
+        {"#f0a8", "255,0,170,136"},
+        {"#112233", "17,34,51,255"},
+        {"#1122334", "17,34,51,255"},
+        {"#11223380", "17,34,51,128"},
+        {"#1122338099", "17,34,51,128"},
+        {"#1g2x3z", "16,32,48,255"},
+        {"#12345", "0,0,0,255"},
+        {"#", "0,0,0,255"},
+        {"rgba(9,89,204,1)", "9,89,204,255"},
+        {"rgba(0,0,0,0.5)", "0,0,0,127"},
+        {"rgb(0,0,0,0.5)", "0,0,0,0"},
+        {"RGBA(1,2,3,1)", "1,2,3,1"},
+        {"rgba(0,0,0,0)", "0,0,0,0"},
+        {"rgba(1,2,3,128)", "1,2,3,128"},
+        {"rgb(300,-1,256)", "44,255,0,255"},
+        {"rgb( 10\t20 , 30.9 )", "10,20,30,255"},
+        {"lo que sea(1,2,3)", "1,2,3,255"},
+        {"rgb(10,x,30,40)", "10,0,0,255"},
+        {"rgb(+5,+-6,7)", "5,0,0,255"},
+        {"rgb()", "0,0,0,255"},
+        {"rgb)1,2,3(", "0,0,0,255"},
+        {"rgb(1,2,3", "0,0,0,255"},
+        {"", "0,0,0,255"},
+        {"rgb(1e30,-1e30,4294967297)", "0,0,0,255"},
+        {"rgb(1e999,nan,-inf)", "0,0,0,255"},
+        {"rgb(1e-999,16777217,3)", "0,0,3,255"},
+    };
+    for (const auto& caso : casos) {
+        SCOPED_TRACE(caso.texto);
+        EXPECT_EQ(Escrito(CStyleSheet::ParseColor(caso.texto)), caso.esperado);
+    }
+}
+
+// Index of the alternative, then the value as ToCSS writes it.
+TEST(Estilo, TellsTheTypeOfADeclaration) {
+    const struct {
+        const char* css;
+        size_t tipo;
+        const char* escrito;
+    } casos[] = {
+        {"k:#fff", 0, "rgba(255,255,255,1.00)"},
+        {"k:rgba(1,2,3,0.5)", 0, "rgba(1,2,3,0.50)"},
+        {"k : red ;", 0, "rgba(255,0,0,1.00)"},
+        {"k:Red", 3, "Red"},
+        {"k:yellow", 3, "yellow"},
+        {"k:true", 4, "true"},
+        {"k:false", 4, "false"},
+        {"k:True", 3, "True"},
+        {"k:'Liberation Sans'", 3, "Liberation Sans"},
+        {"k:\"a", 3, ""},
+        {"k:'", 3, "'"},
+        {"k:13", 1, "13"},
+        {"k:+13", 1, "13"},
+        {"k:-7", 1, "-7"},
+        {"k:13.5", 2, "13.5"},
+        {"k:-.25", 2, "-0.25"},
+        {"k:5.", 2, "5"},
+        {"k:.", 3, "."},
+        {"k:-", 3, "-"},
+        {"k:1.2.3", 3, "1.2.3"},
+        {"k:1e3", 3, "1e3"},
+        {"k:13px", 3, "13px"},
+        {"k:4294967297", 1, "1"},
+        {"k:99999999999999999999", 1, "-1"},
+        {"k:1234567.0", 2, "1.23457e+06"},
+        {"k:a:b", 3, "a:b"},
+        {"k:", 3, ""},
+        {"k:1;k:2", 1, "2"},
+        {"nada;k:1;", 1, "1"},
+        {"K:2;k:1", 1, "1"},
+    };
+    for (const auto& caso : casos) {
+        SCOPED_TRACE(caso.css);
+        const CStyleSheet hoja = CStyleSheet::Parse(caso.css);
+        const Lx::StyleValue valor = hoja.GetProperty("k", int32_t{-99});
+        EXPECT_EQ(valor.index(), caso.tipo);
+        CStyleSheet sola;
+        sola.SetProperty("k", valor);
+        EXPECT_EQ(sola.ToCSS(), std::string("k: ") + caso.escrito + "; ");
+    }
+    EXPECT_EQ(CStyleSheet::Parse("shadow-color: 13").ToCSS(), "shadow-color: rgba(0,0,0,1.00); ");
+}
+
+TEST(Estilo, GivesTheDefaultForAnotherType) {
+    CStyleSheet hoja = CStyleSheet::Parse("entero:13;real:13.5;si:true;texto:yellow;font-size:20");
+    hoja.ParseCSS("font-size:13.5");
+    EXPECT_EQ(hoja.GetInt("entero", 1), 13);
+    EXPECT_EQ(hoja.GetInt("font-size", 12), 12);
+    EXPECT_EQ(hoja.GetFloat("real", 1), 13.5F);
+    EXPECT_EQ(hoja.GetFloat("entero", 1), 1.0F);
+    EXPECT_TRUE(hoja.GetBool("si", false));
+    EXPECT_TRUE(hoja.GetBool("entero", true));
+    EXPECT_EQ(hoja.GetString("si", "no"), "no");
+    EXPECT_EQ(hoja.GetColor("texto", {}), (Color{255, 255, 0, 255})) << "a string is read as a colour";
+    EXPECT_EQ(hoja.GetColor("entero", {1, 2, 3, 4}), (Color{1, 2, 3, 4}));
+    EXPECT_FALSE(hoja.HasProperty("otra"));
+    EXPECT_TRUE(CStyleSheet::ParseBool("yes") && CStyleSheet::ParseBool("1") && !CStyleSheet::ParseBool("True"));
+    EXPECT_EQ(CStyleSheet::ParseFloat(" 1.5e1px"), 15.0F);
+    EXPECT_EQ(CStyleSheet::ParseFloat("1" + std::string(400, '0')), std::numeric_limits<float>::infinity());
+    EXPECT_EQ(CStyleSheet::ParseFloat("0." + std::string(400, '0') + "1"), 0.0F);
+}
+
+TEST(Estilo, TheThemeHasASheetForEachState) {
+    const char* const fondos[] = {"240,240,242,255", "229,233,240,255", "9,89,204,255", "240,240,242,255",
+                                  "245,245,247,255", "9,89,204,255",    "9,89,204,255", "9,89,204,255"};
+    const auto& tema = Lx::CStyleManager::Instance().GetStyle("default");
+    for (unsigned i = 0; i <= std::size(fondos); ++i) {
+        SCOPED_TRACE(i);
+        const CStyleSheet& hoja = tema.Get(static_cast<Lx::ButtonState>(i));
+        // A value that is no state gives the normal sheet.
+        EXPECT_EQ(Escrito(hoja.GetColor("background-color", {})), fondos[i % std::size(fondos)]);
+        EXPECT_EQ(hoja.GetBool("font-weight-bold", false), std::string("9,89,204,255") == fondos[i % 8]);
+        EXPECT_EQ(hoja.GetInt("border-radius", 0), 6);
+    }
+}
+
+}  // namespace
