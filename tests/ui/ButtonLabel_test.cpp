@@ -95,6 +95,8 @@ TEST_F(Boton, TogglesOnlyWhenCheckable) {
     EXPECT_TRUE(boton->DoAccessibleAction(Lx::AccessibleAction::Press, "", 0));
     EXPECT_EQ(clics, 2);
     EXPECT_FALSE(boton->Accessibility().checked);
+    boton->enabled = false;
+    EXPECT_THAT(Falso::Pintar(*boton), Contains("FillRoundRect 10,10,100,32 6 #f5f5f7ff")) << "set without a call";
 }
 
 TEST_F(Boton, MayBeDeletedByItsOwnClick) {

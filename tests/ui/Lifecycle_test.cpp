@@ -122,6 +122,14 @@ TEST(Dialogo, EndsByCodeByItsCloseButtonOrNotAtAll) {
     EXPECT_EQ(dialogo.DoModal(), 0);
     EXPECT_THAT(std::exchange(registro, {}), ElementsAre("OnClose", "OnClose", "OnDestroy"));
 
+    // Closed by a key while a button is down, and shown again.
+    dialogo.capture = boton;
+    Falso::ElMundo().guion = {[&] {
+        EXPECT_EQ(dialogo.capture, nullptr);
+        dialogo.EndDialog(1);
+    }};
+    EXPECT_EQ(dialogo.DoModal(), 1);
+
     dialogo.inicia = false;
     EXPECT_EQ(dialogo.DoModal(), -1);
     EXPECT_EQ(Falso::ElMundo().ventanasVivas, 1) << "the owner's alone";

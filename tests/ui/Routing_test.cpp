@@ -178,6 +178,10 @@ TEST_F(Enrutado, TabGoesRoundTheControlsThatTakeInput) {
     b->consume = true;
     Falso::Tecla(ventana, Lx::KeyCode::Tab);
     EXPECT_EQ(ventana.focus, b) << "the control wanted the key";
+    b->consume = false;
+    ventana.alTeclear = [&] { ventana.SetFocusControl(a); };
+    Falso::Tecla(ventana, Lx::KeyCode::Tab);
+    EXPECT_EQ(ventana.focus, a) << "the window had its own way with the key";
 }
 
 TEST_F(Enrutado, AHandlerMayDeleteAnyControl) {
@@ -231,7 +235,9 @@ TEST_F(Enrutado, AHandlerMayDeleteAnyControl) {
         ventana.SetOverlayControl(c);
         al(c, EventType::MouseWheel, c);
         Raton(EventType::MouseWheel, 150, 10);
-        EXPECT_THAT(Tomar(), ElementsAre("c MouseWheel 150,10", "c borrado", "b MouseWheel 150,10"));
+        Raton(EventType::MouseWheel, 150, 10);
+        EXPECT_THAT(Tomar(),
+                    ElementsAre("c MouseWheel 150,10", "c borrado", "b MouseWheel 150,10", "b MouseWheel 150,10"));
     }
 }
 

@@ -80,13 +80,17 @@ class VentanaTestigo : public Lx::CDialog {
     void OnMouseMove(unsigned m, const Lx::Point& p) override { Apuntar("OnMouseMove", {m, p.x, p.y}); }
     void OnMouseWheel(unsigned m, int d, const Lx::Point& p) override { Apuntar("OnMouseWheel", {m, d, p.x, p.y}); }
     void OnMouseDoubleClick(unsigned m, const Lx::Point& p) override { Apuntar("OnMouseDoubleClick", {m, p.x, p.y}); }
-    void OnKeyDown(Lx::KeyCode k, unsigned m) override { Apuntar("OnKeyDown", {static_cast<int>(k), m}); }
+    void OnKeyDown(Lx::KeyCode k, unsigned m) override {
+        Apuntar("OnKeyDown", {static_cast<int>(k), m});
+        if (alTeclear) alTeclear();
+    }
     void OnKeyUp(Lx::KeyCode k, unsigned m) override { Apuntar("OnKeyUp", {static_cast<int>(k), m}); }
     void OnChar(unsigned ch) override { Apuntar("OnChar", {ch}); }
     void OnSetFocus() override { Apuntar("OnSetFocus"); }
     void OnKillFocus() override { Apuntar("OnKillFocus"); }
     void OnShortcut(char letter, unsigned m) override { Apuntar("OnShortcut", {letter, m}); }
 
+    std::function<void()> alTeclear;
     bool inicia = true;
     bool cierra = true;
 
