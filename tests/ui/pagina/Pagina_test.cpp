@@ -1,0 +1,239 @@
+// Documents on their whole way: through the program that draws them, into pixels.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <map>
+
+#include "tests/apoyo/Apoyo.h"
+#include "tests/ui/pagina/Documentos.h"
+#include "ui/platform/pdf/Documento.h"
+
+namespace {
+
+using namespace std::chrono_literals;
+using Apoyo::CarpetaTemporal;
+using Apoyo::EscribirFichero;
+using Lx::Pdf::Documento;
+using Lx::Pdf::Raster;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+constexpr auto kCerrado = "No se pudo dibujar la pagina: el programa que la dibuja se ha cerrado.";
+constexpr auto kTarda = "La pagina tarda demasiado en dibujarse.";
+
+// "ff0000ff", at a point given in hundredths of the page.
+std::string Color(const Raster& r, int x, int y) {
+    const auto i = (static_cast<size_t>(r.height * y / 100) * r.width + static_cast<size_t>(r.width * x / 100)) * 4;
+    char texto[9];
+    std::snprintf(texto, sizeof texto, "%02x%02x%02x%02x", r.pixels[i], r.pixels[i + 1], r.pixels[i + 2],
+                  r.pixels[i + 3]);
+    return texto;
+}
+
+std::vector<pid_t> Hijos() {
+    std::ifstream lista("/proc/thread-self/children");
+    return {std::istream_iterator<pid_t>(lista), {}};
+}
+
+std::string Proc(pid_t pid, const std::string& fichero) {
+    return Apoyo::LeerFichero("/proc/" + std::to_string(pid) + "/" + fichero);
+}
+
+class Pagina : public testing::Test {
+  protected:
+    void TearDown() override {
+        doc.reset();
+        EXPECT_THAT(Hijos(), IsEmpty()) << "a process was left behind";
+    }
+    void Abrir(const std::string& pdf, std::chrono::milliseconds plazo = Documento::kPlazo) {
+        EscribirFichero(ruta, pdf);
+        doc = Documento::Abrir(ruta, error, plazo);
+        ASSERT_TRUE(doc) << error;
+    }
+    bool Dibujar(int pagina, int ancho) { return doc->RenderPage(pagina, ancho, raster, error); }
+
+    CarpetaTemporal carpeta;
+    std::string ruta = carpeta / "documento.pdf";
+    std::unique_ptr<Documento> doc;
+    Raster raster;
+    std::string error;
+};
+
+TEST_F(Pagina, AbreSoloLoQueEsUnPdf) {
+    const std::string una = Hojas::ConHojas({{}});
+    EscribirFichero(carpeta / "clara.pdf", una);
+    Apoyo::Exigir({"qpdf", "--encrypt", "abre", "manda", "256", "--", carpeta / "clara.pdf", carpeta / "cifrada.pdf"});
+    Apoyo::Exigir({"qpdf", "--encrypt", "", "manda", "256", "--", carpeta / "clara.pdf", carpeta / "abierta.pdf"});
+    EscribirFichero(carpeta / "vacia.pdf", "");
+    EscribirFichero(carpeta / "texto.pdf", "Esto no es un PDF.");
+    EscribirFichero(carpeta / "sin_hojas.pdf", Hojas::ConHojas({}));
+    EscribirFichero(carpeta / "cortada.pdf", una.substr(0, una.size() / 3));
+    EscribirFichero(carpeta / "sin_tabla.pdf", una.substr(0, una.find("xref")));
+    ASSERT_EQ(mkfifo((carpeta / "tubo.pdf").c_str(), 0600), 0);
+    const char* const danado = "No se pudo abrir el PDF (archivo inexistente o dañado).";
+    const Apoyo::Filas<std::string, std::string> casos{
+        {"clara.pdf", ""},         {"abierta.pdf", ""},
+        {"sin_tabla.pdf", danado}, {"cifrada.pdf", "El PDF esta protegido con contraseña."},
+        {"no_esta.pdf", danado},   {".", danado},
+        {"tubo.pdf", danado},      {"vacia.pdf", danado},
+        {"texto.pdf", danado},     {"sin_hojas.pdf", danado},
+        {"cortada.pdf", danado}};
+    for (const auto& [nombre, frase] : casos) {
+        SCOPED_TRACE(nombre);
+        const std::unique_ptr<Lx::Pdf::IDocument> abierto(Lx::Pdf::Open(carpeta / nombre, error));
+        EXPECT_EQ(error, frase);
+        EXPECT_EQ(abierto ? abierto->GetPageCount() : 0, frase.empty() ? 1 : 0);
+    }
+    EXPECT_FALSE(Lx::Pdf::Open("", error));
+    EXPECT_EQ(error, "Ruta de archivo invalida.");
+}
+
+TEST_F(Pagina, DibujaLaHojaComoSeVe) {
+    // Red at the left, green at the right, blue along the bottom; 10 points of black around the crop box.
+    const std::string contenido =
+        "0 g 0 0 220 120 re f 1 0 0 rg 10 10 100 100 re f 0 1 0 rg 110 10 100 100 re f 0 0 1 rg 10 10 200 20 re f";
+    const std::string rojo = "ff0000ff", verde = "00ff00ff", azul = "0000ffff", blanco = "ffffffff";
+    struct Caso {
+        std::string entradas;
+        int ancho, alto;
+        std::string izquierda, derecha, arriba, abajo;  // at 5 and 95 hundredths, in the middle of the other direction
+    };
+    const Caso casos[] = {
+        {"/CropBox [10 10 210 110]", 300, 150, rojo, verde, rojo, azul},
+        {"/CropBox [10 10 210 110] /Rotate 90", 300, 600, azul, rojo, rojo, verde},
+        {"/CropBox [10 10 210 110] /Rotate 180", 333, 167, verde, rojo, azul, verde},
+        {"/CropBox [10 10 210 110] /Rotate 270", 301, 602, verde, azul, verde, rojo},
+        {"/CropBox [10 10 210 110] /Rotate -90", 300, 600, verde, azul, verde, rojo},
+        {"", 220, 120, "000000ff", "000000ff", "000000ff", "000000ff"},
+        {"/CropBox [110 10 310 110]", 220, 200, verde, "000000ff", verde, azul},
+    };
+    for (const Caso& caso : casos) {
+        SCOPED_TRACE(caso.entradas);
+        Abrir(Hojas::ConHojas({{"0 0 220 120", caso.entradas, contenido}}));
+        ASSERT_TRUE(Dibujar(0, caso.ancho)) << error;
+        EXPECT_EQ(raster.width, caso.ancho);
+        EXPECT_EQ(raster.height, caso.alto);
+        ASSERT_EQ(raster.pixels.size(), static_cast<size_t>(raster.width) * raster.height * 4);
+        EXPECT_EQ(Color(raster, 4, 45), caso.izquierda);
+        EXPECT_EQ(Color(raster, 96, 45), caso.derecha);
+        EXPECT_EQ(Color(raster, 45, 4), caso.arriba);
+        EXPECT_EQ(Color(raster, 45, 96), caso.abajo);
+    }
+}
+
+TEST_F(Pagina, RehusaLoQueNoTieneTamano) {
+    Abrir(Hojas::ConHojas({{}, {"0 0 10 10000"}}));
+    const std::string sinMemoria = "Sin memoria para rasterizar la pagina.";
+    const Apoyo::Filas<int, int, std::string> casos{{-1, 100, "Pagina fuera de rango (0 de 2)."},
+                                                    {2, 100, "Pagina fuera de rango (3 de 2)."},
+                                                    {0, 0, "La pagina tiene un tamano invalido."},
+                                                    {1, 317, sinMemoria},
+                                                    {1, 2147483647, sinMemoria},
+                                                    {1, 300, ""}};
+    for (const auto& [pagina, ancho, frase] : casos) {
+        SCOPED_TRACE(std::to_string(pagina) + " " + std::to_string(ancho));
+        EXPECT_EQ(Dibujar(pagina, ancho), frase.empty());
+        EXPECT_EQ(error, frase);
+    }
+    EXPECT_EQ(raster.height, 300'000);
+}
+
+// A form that asks for appearances to be made anew: the stamp of a signature stays, and so does its document's text.
+TEST_F(Pagina, ConservaElSelloDeUnaFirma) {
+    const std::string sello =
+        Hojas::Flujo("1 0 0 rg 0 0 100 50 re f", "/Type /XObject /Subtype /Form /BBox [0 0 100 50]");
+    for (const char* campo : {"/FT/Sig /Subtype/Widget", "/FT /Sig /Subtype /Widget"}) {
+        const std::string nota = "<< /Type /Annot " + std::string(campo) +
+                                 " /T (Firma) /Rect [50 25 150 75] /F 4 /P 3 0 R /AP << /N 6 0 R >> >>";
+        Abrir(Hojas::ConHojas({{"0 0 200 100", "/Annots [5 0 R]"}}, {nota, sello},
+                              "/AcroForm << /Fields [5 0 R] /SigFlags 3 /NeedAppearances true >>"));
+        ASSERT_TRUE(Dibujar(0, 200)) << error;
+        EXPECT_EQ(Color(raster, 50, 50), "ff0000ff") << campo;
+        EXPECT_EQ(Color(raster, 10, 10), "ffffffff");
+    }
+}
+
+TEST_F(Pagina, DibujaLetrasQueElDocumentoNoTrae) {
+    const std::string letra = "/Resources << /Font << /A << /Type /Font /Subtype /Type1 /BaseFont /Helvetica >> >> >>";
+    Abrir(Hojas::ConHojas({{"0 0 200 100", letra, "BT /A 120 Tf 10 10 Td (MMM) Tj ET"}}));
+    ASSERT_TRUE(Dibujar(0, 200)) << error;
+    size_t negros = 0;
+    for (size_t i = 0; i < raster.pixels.size(); i += 4) negros += raster.pixels[i] < 64 ? 1 : 0;
+    EXPECT_GT(negros, 2000U);
+}
+
+TEST_F(Pagina, UnaHojaLentaNoParaNadaMas) {
+    Abrir(Hojas::LentaYRoja(), 1500ms);
+    const auto inicio = Documento::Reloj::now();
+    EXPECT_FALSE(doc->WaitForPage(0, 200, 0));
+    EXPECT_FALSE(doc->WaitForPage(0, 200, 100));
+    EXPECT_LT(Documento::Reloj::now() - inicio, 500ms);
+    // Another page is wanted: the slow one goes, and its process with it.
+    const pid_t primero = Hijos().at(0);
+    ASSERT_TRUE(Dibujar(1, 200)) << error;
+    EXPECT_EQ(Color(raster, 50, 50), "ff0000ff");
+    EXPECT_LT(Documento::Reloj::now() - inicio, 1200ms);
+    EXPECT_NE(Hijos().at(0), primero);
+
+    EXPECT_FALSE(Dibujar(0, 200));
+    EXPECT_EQ(error, kTarda);
+    EXPECT_THAT(raster.pixels, IsEmpty());
+    ASSERT_TRUE(Dibujar(1, 200)) << error;
+}
+
+TEST_F(Pagina, UnaHojaPedidaAntesEstaHecha) {
+    Abrir(Hojas::LentaYRoja(), 1500ms);
+    doc->RenderAhead(1, 200);
+    ASSERT_TRUE(doc->WaitForPage(1, 200, 1000));
+    // Nothing more is needed from the process.
+    kill(Hijos().at(0), SIGKILL);
+    ASSERT_TRUE(Dibujar(1, 200)) << error;
+    EXPECT_EQ(Color(raster, 50, 50), "ff0000ff");
+    EXPECT_FALSE(Dibujar(1, 200));
+    EXPECT_EQ(error, kCerrado);
+    // The next one gets a new process.
+    ASSERT_TRUE(Dibujar(1, 200)) << error;
+}
+
+TEST_F(Pagina, ElProgramaQueMuereDibujandoSeSustituye) {
+    Abrir(Hojas::LentaYRoja());
+    EXPECT_FALSE(doc->WaitForPage(0, 200, 50));
+    kill(Hijos().at(0), SIGSEGV);
+    ASSERT_TRUE(doc->WaitForPage(0, 200, 5000));
+    EXPECT_FALSE(Dibujar(0, 200));
+    EXPECT_EQ(error, kCerrado);
+    ASSERT_TRUE(Dibujar(1, 200)) << error;
+}
+
+TEST_F(Pagina, ElProgramaEstaEncerrado) {
+    // What this process left open for all must not reach that one.
+    const int abierto = dup(STDERR_FILENO);
+    Abrir(Hojas::ConHojas({{}}));
+    close(abierto);
+    const pid_t pid = Hijos().at(0);
+    const std::string estado = Proc(pid, "status");
+    EXPECT_THAT(estado, HasSubstr("Seccomp:\t2"));
+    EXPECT_THAT(estado, HasSubstr("NoNewPrivs:\t1"));
+    const std::string limites = Proc(pid, "limits");
+    EXPECT_THAT(limites, testing::ContainsRegex("core file size +0 +0 "));
+#if !defined(__SANITIZE_ADDRESS__)
+    EXPECT_THAT(limites, testing::ContainsRegex("address space +2147483648 +2147483648 "));
+#endif
+    EXPECT_EQ(Proc(pid, "environ"), std::string("LC_ALL=C.UTF-8\0", 15));
+    std::map<std::string, std::string> descriptores;
+    for (const auto& uno : std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/fd"))
+        descriptores[uno.path().filename()] = std::filesystem::read_symlink(uno).string().substr(0, 14);
+    EXPECT_THAT(descriptores, testing::ElementsAre(
+                                  testing::Pair("0", "/dev/null"), testing::Pair("1", "/dev/null"),
+                                  testing::Pair("2", "/dev/null"), testing::Pair("3", testing::StartsWith("socket:")),
+                                  testing::Pair("4", "/memfd:documen"), testing::Pair("5", "/memfd:pixeles")));
+}
+
+}  // namespace
