@@ -1,0 +1,340 @@
+// The page view over documents that only pretend: geometry, painting, input, and pages that let wait.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "tests/apoyo/Apoyo.h"
+#include "tests/ui/apoyo/Falso.h"
+#include "ui/LxPdfView.h"
+
+namespace {
+
+using Apoyo::Filas;
+using Lx::EventType;
+using Lx::KeyCode;
+using Lx::Rect;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::Not;
+using testing::StartsWith;
+
+// Writes down what it is asked. Its pages are twice as high as wide unless told.
+class Fingido : public Lx::Pdf::IDocument {
+  public:
+    explicit Fingido(std::vector<std::string>& registro) : registro_(registro) {}
+    ~Fingido() override { registro_.push_back("fin"); }
+    int GetPageCount() const override { return paginas; }
+    bool RenderPage(int page, int width, Lx::Pdf::Raster& out, std::string& error) override {
+        Anotar("dibujar", page, width);
+        error = fallo;
+        if (!fallo.empty()) return false;
+        out = {width, static_cast<int>(width * proporcion), {}};
+        if (!hueca) out.pixels.assign(static_cast<size_t>(out.width) * out.height * 4, 255);
+        return true;
+    }
+    bool SavePageJpg(int page, int width, int quality, const std::string& path, std::string&) override {
+        Anotar("jpg " + path + " " + std::to_string(quality), page, width);
+        return true;
+    }
+    bool WaitForPage(int page, int width, int ms) override {
+        if (lenta) Anotar("esperar " + std::to_string(ms), page, width);
+        return !lenta;
+    }
+    void RenderAhead(int page, int width) override { Anotar("adelantar", page, width); }
+
+    int paginas = 3;
+    double proporcion = 2;
+    std::string fallo;
+    bool hueca = false, lenta = false;
+
+  private:
+    void Anotar(const std::string& que, int page, int width) {
+        registro_.push_back(que + " " + std::to_string(page) + " " + std::to_string(width));
+    }
+    std::vector<std::string>& registro_;
+};
+
+class PdfView : public testing::Test {
+  protected:
+    PdfView() {
+        ventana.rect = {0, 0, 700, 500};
+        EXPECT_TRUE(ventana.Create());
+        vista = new Lx::CPdfView;
+        vista->rect = {10, 20, 600, 400};
+        ventana.AddControl(vista);
+        vista->OnPageChanged(this, &PdfView::AlCambiar);
+        Falso::ElMundo().abrirPdf = [this](const std::string& ruta, std::string& error) -> Lx::Pdf::IDocument* {
+            if (ruta != "a.pdf") return error = ruta, nullptr;
+            return doc = new Fingido(registro);
+        };
+    }
+    void AlCambiar(int pagina, int cuantas) {
+        cambios.push_back(std::to_string(pagina) + "/" + std::to_string(cuantas));
+    }
+    void Abrir(double proporcion = 2) {
+        ASSERT_TRUE(vista->LoadDocument("a.pdf"));
+        doc->proporcion = proporcion;
+        Pintar();
+        registro.clear();
+        cambios.clear();
+    }
+    std::vector<std::string> Pintar() { return Falso::Pintar(*vista); }
+    std::vector<std::string> Tomar() { return std::exchange(registro, {}); }
+
+    Falso::Aplicacion app;
+    std::vector<std::string> registro, cambios;
+    Lx::CWindow ventana;
+    Lx::CPdfView* vista = nullptr;
+    Fingido* doc = nullptr;
+};
+
+// Viewport: 24, 34, 560 x 372. A page of proportion 2 is shown 1120 high.
+constexpr int kAlto = 372, kSobra = 1120 - kAlto;
+
+TEST_F(PdfView, Geometria) {
+    const Filas<Rect, float, Rect, int> casos{
+        {{0, 0, 600, 400}, 1, {14, 14, 560, 372}, 560},    {{10, 20, 600, 400}, 2, {24, 34, 560, 372}, 1136},
+        {{0, 0, 6039, 400}, 1, {14, 14, 5999, 372}, 6000}, {{0, 0, 6100, 400}, 1, {14, 14, 6060, 372}, 6000},
+        {{0, 0, 100, 28}, 1, {14, 14, 60, 1}, 64},         {{0, 0, 20, 29}, 1, {14, 14, 1, 1}, 64},
+        {{0, 0, 111, 30}, 1, {14, 14, 71, 2}, 64},         {{0, 0, 112, 30}, 1, {14, 14, 72, 2}, 80},
+        {{0, 0, 101, 100}, 1.5, {14, 14, 61, 72}, 96}};
+    for (const auto& [rect, escala, visible, ancho] : casos) {
+        SCOPED_TRACE(std::to_string(rect.w) + " x " + std::to_string(rect.h));
+        vista->rect = rect;
+        Falso::ElMundo().escala = escala;
+        EXPECT_EQ(vista->ViewportRect(), visible);
+        EXPECT_EQ(vista->DesiredRasterWidth(), ancho);
+    }
+}
+
+TEST_F(PdfView, BarraYPulgar) {
+    // D and then the thumb at the top and at the end; the track is the viewport's 12 pixels on the right.
+    const Filas<double, int, Rect, Rect> casos{{2, 1120, {585, 34, 10, 123}, {585, 283, 10, 123}},
+                                               {100, 56000, {585, 34, 10, 24}, {585, 382, 10, 24}},
+                                               {373.0 / 560, 373, {585, 34, 10, 371}, {585, 35, 10, 371}},
+                                               {372.0 / 560, 372, {}, {}}};
+    for (const auto& [proporcion, alto, arriba, abajo] : casos) {
+        SCOPED_TRACE(proporcion);
+        Abrir(proporcion);
+        EXPECT_EQ(vista->DisplayedHeight(), alto);
+        EXPECT_EQ(vista->MaxScrollY(), alto - kAlto);
+        EXPECT_EQ(vista->VThumbRect(), arriba);
+        vista->ScrollToBottom();
+        EXPECT_EQ(vista->VThumbRect(), abajo);
+        vista->ScrollBy(-2'000'000'000);
+        EXPECT_EQ(vista->scrollY, 0);
+    }
+    EXPECT_EQ(vista->VTrackRect(), (Rect{584, 34, 12, 372}));
+}
+
+TEST_F(PdfView, PintaLaHojaYSuBarra) {
+    Abrir();
+    vista->ScrollBy(100);
+    EXPECT_THAT(Pintar(),
+                ElementsAre("FillRect 10,20,600,400 #e2e5ecff", "Save", "ClipRect 24,34,560,372",
+                            "FillRect 27,-63,560,1120 #0000002d", "FillRect 24,-66,560,1120 #ffffffff",
+                            "DrawImageRGBA 560x1120 24,-66,560,1120", "DrawRect 24,-66,560,1120 #c6ccd8ff 1", "Restore",
+                            "FillRect 584,34,12,372 #e9ecf2ff", "FillRoundRect 585,67,10,123 5 #b0b6c2ff"));
+    EXPECT_THAT(registro, ElementsAre("adelantar 1 560")) << "scrolling draws no page anew";
+}
+
+TEST_F(PdfView, UnaHojaBajaNoSeEstira) {
+    Abrir(0.5);
+    const auto lineas = Pintar();
+    EXPECT_THAT(lineas, Contains("DrawImageRGBA 560x280 24,34,560,280"));
+    EXPECT_THAT(lineas, Contains("DrawRect 24,34,560,280 #c6ccd8ff 1"));
+    EXPECT_EQ(lineas.back(), "Restore") << "there is nothing to scroll";
+}
+
+TEST_F(PdfView, LosMensajesVanCentrados) {
+    EXPECT_THAT(Pintar(), ElementsAre("FillRect 10,20,600,400 #e2e5ecff",
+                                      "DrawText \"Sin documento PDF cargado.\" 213,211 #788091ff system 13"));
+    EXPECT_FALSE(vista->LoadDocument("roto"));
+    EXPECT_EQ(Pintar().back(), "DrawText \"roto\" 290,211 #788091ff system 13");
+    EXPECT_FALSE(vista->LoadDocument(""));
+    EXPECT_EQ(vista->GetLastError(), "No se pudo abrir el PDF.");
+    EXPECT_THAT(cambios, ElementsAre("-1/0", "-1/0"));
+
+    Abrir();
+    Falso::Lienzo ciego;
+    ciego.sabeImagenes = false;
+    vista->OnPaint(&ciego);
+    EXPECT_THAT(ciego.lineas, Contains(StartsWith("DrawText \"El backend no soporta pintar rasteres")));
+}
+
+TEST_F(PdfView, UnaHojaFallidaNoSeRepite) {
+    ASSERT_TRUE(vista->LoadDocument("a.pdf"));
+    doc->fallo = "No va.";
+    EXPECT_THAT(Pintar(), Contains("DrawText \"No va.\" 283,211 #788091ff system 13"));
+    EXPECT_THAT(Pintar(), Contains(StartsWith("DrawText \"No va.\"")));
+    EXPECT_THAT(Tomar(), ElementsAre("dibujar 0 560"));
+    // Another width is another attempt, and so is coming back.
+    doc->fallo.clear();
+    doc->hueca = true;
+    vista->rect.w = 616;
+    EXPECT_THAT(Pintar(), Contains(StartsWith("DrawText \"El motor devolvio una hoja vacia.\"")));
+    EXPECT_THAT(Tomar(), ElementsAre("dibujar 0 576"));
+    doc->hueca = false;
+    ASSERT_TRUE(vista->SetCurrentPage(1) && vista->SetCurrentPage(0));
+    EXPECT_THAT(Pintar(), Contains(StartsWith("DrawImageRGBA 576x1152")));
+}
+
+TEST_F(PdfView, UnaHojaLentaNoPara) {
+    ASSERT_TRUE(vista->LoadDocument("a.pdf"));
+    doc->lenta = true;
+    EXPECT_THAT(Pintar(), Contains(StartsWith("DrawText \"Dibujando la pagina...\"")));
+    Pintar();
+    EXPECT_THAT(Tomar(), ElementsAre("esperar 150 0 560", "esperar 0 0 560"));
+    EXPECT_EQ(Falso::ElMundo().tareas.size(), 1U);
+    const int antes = Falso::De(ventana).invalidaciones;
+    EXPECT_EQ(Falso::HacerTareas(), 1U);
+    EXPECT_EQ(Falso::De(ventana).invalidaciones, antes + 1);
+    doc->lenta = false;
+    EXPECT_THAT(Pintar(), Contains(StartsWith("DrawImageRGBA 560x1120")));
+    EXPECT_THAT(Tomar(), ElementsAre("dibujar 0 560", "adelantar 1 560"));
+    EXPECT_THAT(Falso::ElMundo().tareas, IsEmpty());
+
+    // In another width the page that is there serves meanwhile.
+    doc->lenta = true;
+    vista->rect.w = 1000;
+    const auto lineas = Pintar();
+    EXPECT_THAT(lineas, Contains("DrawImageRGBA 560x1120 24,34,960,1920"));
+    EXPECT_THAT(lineas, Not(Contains(StartsWith("DrawText"))));
+    EXPECT_THAT(Tomar(), ElementsAre("esperar 0 0 960"));
+    ventana.RemoveControl(vista, true);
+    EXPECT_EQ(Falso::HacerTareas(), 1U) << "and touches nothing of the view that has gone";
+}
+
+TEST_F(PdfView, Paginas) {
+    ASSERT_TRUE(vista->LoadDocument("a.pdf"));
+    EXPECT_EQ(vista->Accessibility().name, "Página 1 de 3");
+    const Filas<int, bool, int> casos{{0, true, 0},   {2, true, 2}, {3, false, 2},
+                                      {-1, false, 2}, {2, true, 2}, {1, true, 1}};
+    for (const auto& [pagina, vale, queda] : casos) {
+        vista->scrollY = 7;
+        const int antes = vista->GetCurrentPage();
+        EXPECT_EQ(vista->SetCurrentPage(pagina), vale);
+        EXPECT_EQ(vista->GetCurrentPage(), queda);
+        EXPECT_EQ(vista->scrollY, antes == queda ? 7 : 0) << pagina;
+    }
+    EXPECT_EQ(vista->GetPageLabel(2) + vista->GetPageLabel(3) + vista->GetPageLabel(-1), "3");
+    EXPECT_THAT(cambios, ElementsAre("0/3", "2/3", "1/3"));
+    // The count is read again: the page that was asked for may be gone.
+    doc->paginas = 1;
+    EXPECT_TRUE(vista->SetCurrentPage(2));
+    EXPECT_EQ(cambios.back(), "0/1");
+    Pintar();
+    EXPECT_THAT(Tomar(), ElementsAre("dibujar 0 560")) << "nothing is drawn ahead behind the last page";
+    vista->CloseDocument();
+    vista->CloseDocument();
+    EXPECT_EQ(cambios.back(), "-1/0");
+    EXPECT_EQ(cambios.size(), 5U);
+    EXPECT_THAT(registro, ElementsAre("fin"));
+}
+
+TEST_F(PdfView, GuardaJpg) {
+    std::string error;
+    EXPECT_FALSE(vista->SaveCurrentPageJpg("s.jpg", 90, error, 0));
+    EXPECT_EQ(error, "No hay documento cargado.");
+    Abrir();
+    EXPECT_FALSE(vista->SaveCurrentPageJpg("", 90, error, 0));
+    EXPECT_EQ(error, "Ruta de destino vacia.");
+    const Filas<unsigned, int, std::string> casos{
+        {0, 0, "90 0 1600"}, {100, 15, "100 0 16"}, {101, 6001, "90 0 6000"}, {1, -5, "1 0 1600"}};
+    for (const auto& [calidad, ancho, pedido] : casos) {
+        EXPECT_TRUE(vista->SaveCurrentPageJpg("s.jpg", calidad, error, ancho));
+        EXPECT_THAT(Tomar(), ElementsAre("jpg s.jpg " + pedido));
+    }
+    vista->pageCount = 0;
+    EXPECT_FALSE(vista->SaveCurrentPageJpg("s.jpg", 90, error, 0));
+    EXPECT_EQ(error, "Pagina fuera de rango.");
+}
+
+TEST_F(PdfView, Rueda) {
+    Abrir();
+    const Filas<int, int> casos{{1, -40},   {-1, 40},    {2, -80},   {100, -120}, {101, -40},
+                                {240, -80}, {500, -120}, {-101, 40}, {-240, 80},  {-5000, 120}};
+    for (const auto& [delta, movido] : casos) {
+        vista->scrollY = 300;
+        EXPECT_TRUE(Falso::Rueda(ventana, 100, 100, delta));
+        EXPECT_EQ(vista->scrollY, 300 + movido) << delta;
+    }
+}
+
+TEST_F(PdfView, Teclas) {
+    Abrir();
+    ventana.SetFocusControl(vista);
+    struct Caso {
+        KeyCode tecla;
+        int pagina, antes, queda, despues;
+        bool atendida;
+    };
+    const Caso casos[] = {{KeyCode::Up, 1, 300, 1, 260, true},       {KeyCode::Down, 1, 300, 1, 340, true},
+                          {KeyCode::Up, 1, 30, 1, 0, true},          {KeyCode::Down, 1, kSobra, 1, kSobra, true},
+                          {KeyCode::Home, 1, 300, 0, 0, true},       {KeyCode::Home, 0, 300, 0, 300, true},
+                          {KeyCode::End, 0, 300, 2, 0, true},        {KeyCode::PageUp, 1, 300, 0, 0, true},
+                          {KeyCode::PageUp, 0, 300, 0, 300, true},   {KeyCode::PageDown, 1, 300, 2, 0, true},
+                          {KeyCode::PageDown, 2, 300, 2, 300, true}, {KeyCode::Left, 1, 300, 1, 300, false},
+                          {KeyCode::Enter, 1, 300, 1, 300, false}};
+    for (const Caso& caso : casos) {
+        SCOPED_TRACE(static_cast<int>(caso.tecla));
+        vista->SetCurrentPage(caso.pagina);
+        Pintar();
+        vista->scrollY = caso.antes;
+        cambios.clear();
+        EXPECT_EQ(Falso::Tecla(ventana, caso.tecla), caso.atendida);
+        EXPECT_EQ(vista->GetCurrentPage(), caso.queda);
+        EXPECT_EQ(vista->scrollY, caso.despues);
+        EXPECT_EQ(cambios.size(), caso.pagina == caso.queda ? 0U : 1U);
+    }
+    vista->CloseDocument();
+    EXPECT_TRUE(Falso::Tecla(ventana, KeyCode::End));
+}
+
+TEST_F(PdfView, PulgarPistaYArrastre) {
+    Abrir();
+    const auto raton = [this](EventType tipo, int x, int y) { return Falso::Raton(ventana, tipo, x, y); };
+    // In the track below the middle, and above it though below the thumb's start.
+    Falso::Clic(ventana, 590, 300);
+    EXPECT_EQ(vista->scrollY, 297);
+    Falso::Clic(ventana, 590, 40);
+    EXPECT_EQ(vista->scrollY, 0);
+    Falso::DobleClic(ventana, 590, 300);
+    EXPECT_EQ(vista->scrollY, 594);
+
+    vista->ScrollToTop();
+    EXPECT_TRUE(raton(EventType::MouseDown, 590, 44));
+    EXPECT_THAT(Pintar(), Contains("FillRoundRect 585,34,10,123 5 #8c93a1ff"));
+    const Filas<int, int> tirones{{44, 0}, {144, 300}, {-500, 0}, {2000, kSobra}, {168, 372}};
+    for (const auto& [y, queda] : tirones) {
+        EXPECT_TRUE(raton(EventType::MouseMove, 300, y));
+        EXPECT_EQ(vista->scrollY, queda) << y;
+    }
+    EXPECT_TRUE(raton(EventType::MouseUp, 300, 168));
+    EXPECT_FALSE(raton(EventType::MouseMove, 300, 200));
+    EXPECT_FALSE(raton(EventType::MouseUp, 300, 200));
+
+    // The page itself is pulled along, past its ends without effect.
+    EXPECT_TRUE(raton(EventType::MouseDown, 300, 200));
+    EXPECT_TRUE(raton(EventType::MouseMove, 300, 180));
+    EXPECT_EQ(vista->scrollY, 392);
+    EXPECT_TRUE(raton(EventType::MouseMove, 300, 5000));
+    EXPECT_EQ(vista->scrollY, 0);
+    EXPECT_TRUE(raton(EventType::MouseMove, 300, 4990));
+    EXPECT_EQ(vista->scrollY, 10);
+    EXPECT_TRUE(raton(EventType::MouseUp, 300, 4990));
+
+    EXPECT_FALSE(Falso::Raton(ventana, EventType::MouseDown, 300, 200, Lx::kRightButton));
+    EXPECT_FALSE(vista->panning);
+    // Nothing to scroll: the track is no track.
+    Abrir(0.5);
+    EXPECT_TRUE(raton(EventType::MouseDown, 590, 300));
+    EXPECT_TRUE(vista->panning);
+}
+
+TEST_F(PdfView, ElFocoSeVe) {
+    ventana.SetFocusControl(vista);
+    EXPECT_EQ(Pintar().back(), "DrawRect 10,20,600,400 #0959ccff 1");
+}
+
+}  // namespace
