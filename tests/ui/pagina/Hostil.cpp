@@ -1,0 +1,32 @@
+// In the place of velmora-pagina: plays what the document holds, lines of hexadecimal digits. The first one is sent at
+// once, the others answer one request each; after the last one it ends.
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "ui/platform/pdf/Protocolo.h"
+
+int main() {
+    struct stat datos {};
+    if (fstat(Lx::Pdf::kDocumento, &datos) != 0) return 1;
+    std::string guion(static_cast<size_t>(datos.st_size), '\0'), mensaje;
+    if (pread(Lx::Pdf::kDocumento, guion.data(), guion.size(), 0) != datos.st_size) return 1;
+    bool primera = true;
+    for (size_t pos = 0; pos < guion.size(); ++pos) {
+        if (guion[pos] != '\n') {
+            const char byte[] = {guion[pos], guion[pos + 1], '\0'};
+            mensaje += static_cast<char>(std::strtoul(byte, nullptr, 16));
+            ++pos;
+            continue;
+        }
+        char peticion[64];
+        if (!primera && read(Lx::Pdf::kCanal, peticion, sizeof peticion) <= 0) return 0;
+        primera = false;
+        if (send(Lx::Pdf::kCanal, mensaje.data(), mensaje.size(), 0) < 0) return 1;
+        mensaje.clear();
+    }
+    return 0;
+}
