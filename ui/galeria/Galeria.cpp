@@ -27,7 +27,8 @@ namespace {
 constexpr int kAncho = 1180, kAlto = 700;
 constexpr int kMargen = 20, kColumna = 150, kFila = 40;
 constexpr const char* kPrincipal =
-    "background-color: #2f5bd0; color: #ffffff; border-color: #2448a8; border-radius: 6; font-weight: bold;";
+    "background-color: #2f5bd0; color: #ffffff; border-color: #2448a8; border-radius: 6; font-weight-bold: true; "
+    "font-size: 13;";
 
 }  // namespace
 
@@ -104,11 +105,10 @@ void CGaleria::PonerBotones() {
     marcado->SetChecked(true);
     Boton("Diálogo…", 2, 1)->OnClick(this, &CGaleria::OnDialogo);
     Boton("Fichero…", 3, 1)->OnClick(this, &CGaleria::OnFichero);
-    // Looks that otherwise need a pointer, each fixed for a screenshot: no state of these is asked for again.
-    CButton* sobre = Boton("Bajo el puntero", 0, 2);
-    sobre->state = ButtonState::Hover;
-    Boton("Hundido", 1, 2)->state = ButtonState::Pressed;
-    Boton("Con foco", 2, 2)->state = ButtonState::Focused;
+    // Looks that last only while the pointer or the keyboard are there: these keep them until they meet either.
+    Boton("Bajo el puntero", 0, 2)->hovered = true;
+    Boton("Hundido", 1, 2)->pressed = true;
+    Boton("Con foco", 2, 2)->focused = true;
     CButton* apagado = Boton("Marcado, no", 3, 2);
     apagado->checkable = true;
     apagado->SetChecked(true);

@@ -143,6 +143,8 @@ CPantalla::CPantalla(const OpcionesPantalla& opciones) {
         entorno_.push_back("DBUS_SESSION_BUS_ADDRESS=" + bus);
     }
     servicios_.push_back(Lanzar({"openbox"}, entorno_, carpeta_ / "openbox", carpeta_ / "openbox.err"));
+    // Letters without a key of their own would come by a change of the keyboard in the middle of the typing.
+    EjecutarAqui({"setxkbmap", "es"});
     if (!Plazo(10000, [this] { return EjecutarAqui({"xdotool", "get_desktop"}).codigo == 0; })) {
         error_ = "openbox does not start, or there is no xdotool (packages openbox, xdotool)";
     }
@@ -211,8 +213,9 @@ void CPantalla::Teclear(const std::string& texto) const {
 void CPantalla::Pulsar(const std::string& tecla) const {
     Raton({"key", "--clearmodifiers", tecla});
 }
+// "windowclose" of xdotool would destroy the window behind the program's back.
 void CPantalla::Cerrar(const std::string& ventana) const {
-    Raton({"windowclose", ventana});
+    Raton({"windowactivate", "--sync", ventana, "key", "--clearmodifiers", "alt+F4"});
 }
 
 void CPantalla::Redimensionar(const std::string& ventana, int ancho, int alto) const {

@@ -1,0 +1,176 @@
+// The gallery on displays of the test's own, with a real mouse and a real keyboard. It writes what its handlers saw.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/apoyo/pantalla/Pantalla.h"
+
+namespace {
+
+using namespace Apoyo;
+using testing::HasSubstr;
+
+constexpr const char* kTitulo = "Galería de controles";
+constexpr const char* kDialogo = "Diálogo de muestra";
+
+Variables Con(Variables entorno, const Variables& mas) {
+    entorno.push_back(std::string("LSAN_OPTIONS=") + OPCIONES_LSAN);
+    entorno.insert(entorno.end(), mas.begin(), mas.end());
+    return entorno;
+}
+
+void Pausa(int ms) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+}
+
+class Galeria : public CPantalla, public CPrograma {
+  public:
+    explicit Galeria(const Variables& mas = {}, const OpcionesPantalla& opciones = {})
+        : CPantalla(opciones), CPrograma({GALERIA, "--registro"}, Con(Entorno(), mas)) {
+        EXPECT_EQ(CPantalla::Error(), "");
+        ventana = EsperarVentana(kTitulo);
+        EXPECT_NE(ventana, "") << Errores();
+        EXPECT_TRUE(Ve("activa"));
+    }
+
+    // Whether the line is written, after what was seen before.
+    bool Ve(const std::string& linea, int ms = 8000) {
+        for (int i = 0; i * 30 < ms; ++i, Pausa(30)) {
+            const size_t donde = Texto().find(linea + "\n", visto_);
+            if (donde == std::string::npos) continue;
+            visto_ = donde + linea.size() + 1;
+            return true;
+        }
+        return false;
+    }
+    bool Calla(const std::string& linea) { return !Ve(linea, 400); }
+    std::string Resto() const { return Texto().substr(visto_); }
+
+    std::string ventana;
+
+  private:
+    size_t visto_ = 0;
+};
+
+TEST(Ventana, EntregaRatonYTeclado) {
+    Galeria g;
+    const std::string& v = g.ventana;
+    EXPECT_THAT(g.Texto(), HasSubstr("inicio\nmedida 1180 700\n"));
+    const Filas<const char*, std::function<void()>, std::vector<const char*>> casos = {
+        {"press", [&] { g.Clic(v, 90, 64); }, {"pulsado"}},
+        {"count of clicks", [&] { g.Clic(v, 630, 20, 1, 3); }, {"abajo 630 20", "doble 630 20", "doble 630 20"}},
+        {"right button", [&] { g.Clic(v, 630, 20, 3); }, {"derecho 630 20"}},
+        {"wheel",
+         [&] {
+             g.Rueda(2);
+             g.Rueda(-1);
+         },
+         {"rueda 1 0", "rueda 1 0", "rueda -1 0"}},
+        {"letters",
+         [&] {
+             g.Clic(v, 200, 224);
+             g.Teclear("a ñ");
+             g.Pulsar("ISO_Level3_Shift+e");
+         },
+         {"texto a", "texto a ", "texto a ñ", "texto a ñ€"}},
+        {"dead key",
+         [&] {
+             g.Pulsar("dead_acute");
+             g.Pulsar("e");
+         },
+         {"texto a ñ€é"}},
+        {"clipboard",
+         [&] {
+             g.Pulsar("ctrl+a");
+             g.Pulsar("ctrl+x");
+             g.Pulsar("ctrl+v");
+             g.Pulsar("shift+Insert");
+         },
+         {"texto ", "texto a ñ€é", "texto a ñ€éa ñ€é"}},
+        {"undo", [&] { g.Pulsar("ctrl+z"); }, {"texto a ñ€é"}},
+        {"shortcut", [&] { g.Pulsar("ctrl+o"); }, {"tecla 0 2", "atajo O 2"}},
+        {"keys",
+         [&] {
+             g.Pulsar("F12");
+             g.Pulsar("alt+shift+Escape");
+         },
+         {"tecla 293 0", "suelta 293", "tecla 27 5"}},
+        {"timer", [&] { g.Pulsar("F2"); }, {"reloj 7", "reloj 7", "reloj 7"}},
+        {"exception",
+         [&] {
+             g.Pulsar("F3");
+             g.Pulsar("F5");
+             g.Clic(v, 90, 64);
+         },
+         {"tecla 286 0", "pulsado"}},
+        {"leaving",
+         [&] {
+             g.Mover(v, 630, 20);
+             g.Mover(v, 630, -40);
+         },
+         {"fuera"}},
+        {"resize", [&] { g.Redimensionar(v, 900, 600); }, {"medida 900 600"}},
+    };
+    for (const auto& [que, hacer, lineas] : casos) {
+        SCOPED_TRACE(que);
+        hacer();
+        for (const char* linea : lineas) EXPECT_TRUE(g.Ve(linea)) << linea << " not in:\n" << g.Resto();
+    }
+    EXPECT_TRUE(g.Calla("reloj 7"));
+    g.Arrastrar(v, 630, 20, 630, -40);
+    EXPECT_TRUE(g.Ve("fuera"));
+    EXPECT_EQ(g.Resto(), "") << "the leaving comes last, after the release";
+}
+
+TEST(Ventana, UnDialogoBloqueaYElCierrePuedeNegarse) {
+    Galeria g;
+    g.Clic(g.ventana, 390, 104);
+    const std::string dialogo = g.EsperarVentana(kDialogo);
+    g.Clic(g.ventana, 90, 64);
+    EXPECT_TRUE(g.Calla("pulsado"));
+    g.Cerrar(dialogo);
+    EXPECT_TRUE(g.Ve("dialogo cierre "));
+    g.Teclear("sí");
+    g.Cerrar(dialogo);
+    EXPECT_TRUE(g.Ve("dialogo cierre sí"));
+    EXPECT_TRUE(g.Ve("dialogo 0"));
+    g.Clic(g.ventana, 390, 104);
+    EXPECT_NE(g.EsperarVentana(kDialogo), "");
+    g.Pulsar("Return");
+    EXPECT_TRUE(g.Ve("dialogo 1"));
+    EXPECT_TRUE(g.EsperarCierre(kDialogo));
+    g.Clic(g.ventana, 90, 64);
+    EXPECT_TRUE(g.Ve("pulsado"));
+    g.Pulsar("F4");
+    g.Cerrar(g.ventana);
+    EXPECT_TRUE(g.Ve("cierre negado"));
+    g.Pulsar("F4");
+    g.Pulsar("ctrl+q");
+    EXPECT_TRUE(g.Ve("cierre concedido"));
+    EXPECT_EQ(g.Esperar(), 0) << g.Errores();
+    EXPECT_THAT(g.Texto(), testing::EndsWith("cierre concedido\nfin\n"));
+}
+
+TEST(Ventana, ElDialogoDeFicherosAceptaCualquierCaja) {
+    Galeria g;
+    const CarpetaTemporal carpeta;
+    EscribirFichero(carpeta / "Acta.PdF", "%PDF-1.4\n");
+    EscribirFichero(carpeta / "nota.txt", "");
+    g.Clic(g.ventana, 540, 104);
+    EXPECT_NE(g.EsperarVentana("Elegir documento"), "");
+    g.Teclear(carpeta / "Acta.PdF");
+    g.Pulsar("Return");
+    EXPECT_TRUE(g.Ve("fichero 1 " + carpeta / "Acta.PdF")) << g.Resto();
+    g.Clic(g.ventana, 540, 104);
+    EXPECT_NE(g.EsperarVentana("Elegir documento"), "");
+    g.Pulsar("Escape");
+    EXPECT_TRUE(g.Ve("fichero 2 "));
+}
+
+}  // namespace
