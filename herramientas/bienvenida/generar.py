@@ -11,7 +11,7 @@ from ventanas import (
 
 MARGEN = 48
 UTIL = ANCHO - 2 * MARGEN
-ARRIBA = 222  # of the large window, under its title bar
+ARRIBA = 290  # of the large window, under its title bar
 
 
 def ficha_numero(p, x, y, n, radio=11):
@@ -42,37 +42,39 @@ def paso(p, x, y, ancho, n, nombre, texto):
 
 def primera():
     p = Pagina()
-    cabecera(p, 122)
-    p.caja(MARGEN, 27, 68, 68, "#1E3E74", radio=16)
-    icono(p, MARGEN - 1, 26, 70)
-    p.texto(MARGEN + 90, 64, "Velmora", 36, "#FFFFFF", NEGRITA)
-    p.texto(MARGEN + 91, 87, "Firma tus documentos PDF con tu DNI electrónico o tu certificado", 12.5, CREDITO)
+    cabecera(p, 92)
+    p.caja(MARGEN, 17, 58, 58, "#1E3E74", radio=14)
+    icono(p, MARGEN - 1, 16, 60)
+    p.texto(MARGEN + 78, 48, "Velmora", 30, "#FFFFFF", NEGRITA)
+    p.texto(MARGEN + 79, 69, "Firma tus documentos PDF con tu DNI electrónico o tu certificado", 11.5, CREDITO)
 
-    titulo(p, 168, "Un documento firmado, en tres pasos")
-    escala = UTIL / 900
-    with p.marco(MARGEN, ARRIBA, escala):
-        principal(p, 900, 590)
-    ficha_numero(p, MARGEN + 66 * escala, ARRIBA + 101 * escala, 1)
-    ficha_numero(p, MARGEN + 174 * escala, ARRIBA + 101 * escala, 2)
-    x, y = MARGEN + UTIL - 420 * 0.47 - 22, 375
-    with p.marco(x, y, 0.47):
-        pin(p)
-    ficha_numero(p, x + 244 * 0.47, y + 236 * 0.47, 3)
-
-    ancho = (UTIL - 48) / 3
-    y = 596
+    titulo(p, 134, "Un documento firmado, en tres pasos")
+    ancho, y = (UTIL - 48) / 3, 180
     paso(p, MARGEN, y, ancho, 1, "Abre", "Pulsa *Abrir PDF* y elige el documento, o arrástralo hasta la ventana.")
     paso(p, MARGEN + ancho + 24, y, ancho, 2, "Elige",
          "Pulsa *Firmar*, elige tu certificado en la lista y dónde quieres el sello.")
     paso(p, MARGEN + 2 * (ancho + 24), y, ancho, 3, "Firma",
          "Con el DNIe, escribe tu PIN. Enseguida tienes delante el documento firmado.")
+    pasos_en_ventanas(p)
 
-    p.texto(MARGEN, 697, "Tu documento original no cambia: la copia firmada se guarda a su lado.", 10.5, GRIS)
-    p.texto(MARGEN, 723, "El sello visible de la firma se pone aquí, al pie de la página.", 9, GRIS)
+    p.texto(MARGEN, 689, "Tu documento original no cambia: la copia firmada se guarda a su lado.", 10.5, GRIS)
+    p.texto(MARGEN, 722, "El sello visible de la firma se pone aquí, al pie de la página.", 9, GRIS)
     with p.rayado(3, 3):
         p.caja(MARGEN, 731, UTIL, 76, "#FAFBFD", "#A9B5C9", 6, 0.8)
     pie(p, 1)
     return p
+
+
+def pasos_en_ventanas(p):
+    escala = UTIL / 900
+    with p.marco(MARGEN, ARRIBA, escala):
+        principal(p, 900, 650)
+    ficha_numero(p, MARGEN + 66 * escala, ARRIBA + 101 * escala, 1)
+    ficha_numero(p, MARGEN + 174 * escala, ARRIBA + 101 * escala, 2)
+    x, y = MARGEN + UTIL - 420 * 0.47 - 22, ARRIBA + 178
+    with p.marco(x, y, 0.47):
+        pin(p)
+    ficha_numero(p, x + 244 * 0.47, y + 236 * 0.47, 3)
 
 
 def fuente(p, y, dibujo, nombre, texto):

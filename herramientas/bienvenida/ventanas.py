@@ -8,7 +8,7 @@ from lienzo import FIJA, NEGRITA, ancho_de
 FONDO, AZUL, RAYA, BARRA = "#F5F7FB", "#0D2B5E", "#DFE4EC", "#10203A"
 TINTA, GRIS, SUBTITULO, BORDE, VERDE = "#101828", "#5A687E", "#788498", "#C8D2E0", "#208C52"
 AVISO, CANCELAR, ESTADO, CREDITO, SOBRE = "#C63434", "#BE2E2E", "#243046", "#C6D2E6", "#1E3E74"
-HUECO, RENGLON = "#E2E6EE", "#D5DBE6"
+FOCO, HUECO, RENGLON = "#1559B0", "#E2E6EE", "#D5DBE6"
 
 ICONO = pathlib.Path(__file__).resolve().parents[2] / "instalacion" / "velmora.svg"
 
@@ -93,38 +93,42 @@ def principal(p, ancho, alto):
     p.texto(14, alto - 10.5, "/home/ana/Documentos/contrato.pdf", 11, "#FFFFFF")
 
 
-def ficha(p, y, nombre, origen, emisor, vence, elegida=False):
-    """One certificate of the list."""
-    p.caja(24, y, 612, 68, "#E6EEFA" if elegida else "#FFFFFF", SOBRE if elegida else RAYA, 6, 1.6 if elegida else 1)
-    p.circulo(58, y + 34, 19, AZUL if elegida else "#CDD8EC")
-    tinta = "#FFFFFF" if elegida else AZUL
-    p.circulo(58, y + 29, 6.5, tinta)
-    p.trazo(f"M 46 {y + 46} C 47 {y + 35} 69 {y + 35} 70 {y + 46} Z", tinta)
-    p.texto(92, y + 28, nombre, 13.5, TINTA, NEGRITA)
-    p.texto(92, y + 49, f"{origen}  ·  {emisor}", 11.5, GRIS)
-    p.texto(620, y + 49, vence, 11.5, GRIS, ancla="d")
+def ficha(p, y, nombre, datos, donde, elegida=False):
+    """One certificate of the list, in its second form: a card."""
+    p.caja(20, y, 620, 66, "#E2ECFC" if elegida else "#FFFFFF", FOCO if elegida else RAYA, 6, 1.8 if elegida else 1)
+    p.texto(34, y + 29, nombre, 13.5, TINTA, NEGRITA)
+    x = 34
+    for rotulo, dato in zip(("Origen:", "Emisor:", "Vencimiento:"), datos):
+        p.texto(x, y + 47, rotulo, 12, GRIS)
+        x += ancho_de(rotulo, 12) + 4
+        p.texto(x, y + 47, dato, 12, TINTA)
+        x += ancho_de(dato, 12) + 18
+    ancho = ancho_de(donde, 11) + 20
+    p.caja(626 - ancho, y + 14, ancho, 20, "#FFFFFF" if elegida else FONDO, radio=10)
+    p.texto(636 - ancho, y + 28, donde, 11, GRIS)
 
 
 def certificados(p):
     """The dialog that chooses certificate and stamp."""
     ventana(p, 660, 520, "Selecciona el certificado digital")
     p.texto(16, 28, "Elige el certificado digital con el que deseas firmar el PDF:", 12, GRIS)
-    p.caja(16, 40, 628, 255, "#FFFFFF", BORDE)
-    ficha(p, 49, "DNIe · ANA GARCÍA LÓPEZ (FIRMA)", "DNIe", "AC DNIE 004", "14/03/2029", True)
-    ficha(p, 126, "NSS · Ana García López", "NSS (Linux)", "AC Ciudadanos", "02/11/2027")
-    ficha(p, 203, "Gestoría García, S. L.", "PKCS#12", "AC Empresas", "30/06/2028")
+    p.caja(16, 40, 628, 255, "#F8FAFD", BORDE, 5)
+    ficha(p, 45, "DNIe · ANA GARCÍA LÓPEZ (FIRMA)", ("DNIe", "AC DNIE 004", "14/03/2029"), "en la tarjeta (DNIe)", True)
+    ficha(p, 117, "NSS · Ana García López", ("NSS (Linux)", "AC Ciudadanos", "02/11/2027"), "lista")
+    ficha(p, 189, "Gestoría García, S. L.", ("PKCS#12", "AC Empresas", "30/06/2028"), "del fichero")
     boton(p, 16, 306, 120, 26, "Actualizar lista")
     p.texto(16, 364, "Sello visual", 12, TINTA)
     campo(p, 105, 346, 230, 28, "Primera pagina (defecto)")
     p.trazo("M 314 357 L 319 363 L 324 357", None, GRIS, 1.8)
     p.texto(350, 364, "Paginas:", 12, GRIS)
     campo(p, 410, 346, 234, 28, "ej. 1, 3, 5-8", "#A3AEC0")
+    p.texto(16, 427, "Documento: contrato.pdf", 11, GRIS)
     boton(p, 440, 405, 102, 34, "Firmar", SOBRE, True)
     boton(p, 550, 405, 94, 34, "Cancelar", CANCELAR)
-    p.texto(16, 476, "PKCS#12", 12, TINTA)
-    campo(p, 105, 458, 230, 28, "Fichero .pfx o .p12", "#A3AEC0")
-    boton(p, 345, 459, 95, 26, "Examinar...")
-    campo(p, 450, 458, 194, 28, "Contraseña", "#A3AEC0")
+    p.texto(16, 468, "PKCS#12", 12, TINTA)
+    campo(p, 88, 450, 262, 28, "Fichero .pfx o .p12", "#A3AEC0")
+    boton(p, 358, 450, 94, 28, "Examinar...")
+    campo(p, 460, 450, 184, 28, "Contraseña", "#A3AEC0")
 
 
 def pin(p):
@@ -133,7 +137,7 @@ def pin(p):
     p.texto(24, 31, "Autenticación con DNI electrónico", 13, AZUL, NEGRITA)
     p.texto(24, 51, "Titular: ANA GARCÍA LÓPEZ (FIRMA)", 11, TINTA)
     p.texto(24, 75, "Introduce el PIN de tu tarjeta para autorizar la firma digital:", 11, GRIS)
-    campo(p, 24, 90, 372, 30, borde=SOBRE)
+    campo(p, 24, 90, 372, 30, borde=FOCO)
     for i in range(8):
         p.circulo(38 + i * 13, 105, 4, TINTA)
     p.linea(143, 97, 143, 113, TINTA, 1.3)
