@@ -115,9 +115,10 @@ def resultado(p):
     p.trazo(f"M {MARGEN + 84} 724 L {MARGEN + 120} 724", None, VERDE, 2.4)
     p.trazo(f"M {MARGEN + 112} 717 L {MARGEN + 120} 724 L {MARGEN + 112} 731", None, VERDE, 2.4)
     x, ancho = 310, ANCHO - MARGEN - 310
-    y = p.parrafo(x, 694, ancho, "El nombre termina en *_firmao*. La firma cubre todo el documento: si alguien lo cambia, "
-                  "se nota al comprobarla.", 10.5)
-    p.parrafo(x, y + 8, ancho, "Se puede *firmar otra vez*, tú u otra persona: las firmas anteriores siguen valiendo.", 10.5)
+    y = p.parrafo(x, 694, ancho, "El nombre termina en *_firmao*. La firma cubre todo el documento: si alguien lo "
+                  "cambia, se nota al comprobarla.", 10.5)
+    p.parrafo(x, y + 8, ancho, "Se puede *firmar otra vez*, tú u otra persona: las firmas anteriores siguen valiendo.",
+              10.5)
 
 
 def segunda():

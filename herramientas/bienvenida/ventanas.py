@@ -113,9 +113,12 @@ def certificados(p):
     ventana(p, 660, 520, "Selecciona el certificado digital")
     p.texto(16, 28, "Elige el certificado digital con el que deseas firmar el PDF:", 12, GRIS)
     p.caja(16, 40, 628, 255, "#F8FAFD", BORDE, 5)
-    ficha(p, 45, "DNIe · ANA GARCÍA LÓPEZ (FIRMA)", ("DNIe", "AC DNIE 004", "14/03/2029"), "en la tarjeta (DNIe)", True)
-    ficha(p, 117, "NSS · Ana García López", ("NSS (Linux)", "AC Ciudadanos", "02/11/2027"), "lista")
-    ficha(p, 189, "Gestoría García, S. L.", ("PKCS#12", "AC Empresas", "30/06/2028"), "del fichero")
+    for y, nombre, datos, donde in (
+        (45, "ANA GARCÍA LÓPEZ (FIRMA)", ("DNIe", "AC DNIE 004", "14/03/2029 11:20:00"), "en la tarjeta (DNIe)"),
+        (117, "Ana García López", ("NSS (Linux)", "AC Ciudadanos", "02/11/2027 09:41:27"), "lista"),
+        (189, "Gestoría García, S. L.", ("PKCS#12", "AC Empresas", "30/06/2028 17:05:09"), "del fichero"),
+    ):
+        ficha(p, y, nombre, datos, donde, elegida=y == 45)
     boton(p, 16, 306, 120, 26, "Actualizar lista")
     p.texto(16, 364, "Sello visual", 12, TINTA)
     campo(p, 105, 346, 230, 28, "Primera pagina (defecto)")
