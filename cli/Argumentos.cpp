@@ -184,7 +184,9 @@ void Comprobar(const Orden& orden, Argumentos& a) {
     std::string izquierda = o.corta != 0 ? std::string("  -") + o.corta + ", --" : std::string("      --");
     izquierda += o.nombre;
     if (o.valor != nullptr) izquierda += std::string("=") + o.valor;
-    std::string fila = Rellenar(izquierda, kColumnaAyuda);
+    // A name as wide as its column has the line to itself.
+    std::string fila = Ancho(izquierda) < kColumnaAyuda ? Rellenar(izquierda, kColumnaAyuda)
+                                                        : izquierda + "\n" + std::string(kColumnaAyuda, ' ');
     for (const char c : std::string_view(o.ayuda)) {
         fila += c;
         if (c == '\n') fila += std::string(kColumnaAyuda, ' ');

@@ -65,6 +65,7 @@ TEST_F(Uso, AyudaYVersionVanALaSalida) {
         EXPECT_EQ(s.errores, "");
         EXPECT_THAT(s.texto, testing::StartsWith(inicio));
         EXPECT_THAT(s.texto, Not(HasSubstr("--clave=")));  // what is only there to be refused is not offered
+        EXPECT_THAT(s.texto, Not(testing::ContainsRegex("=[A-Z]+[a-z]")));  // an option's name runs into its text
     }
 }
 
