@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <string_view>
 
 #include "app/Texto.h"
 #include "crypto/LxSecreto.h"
@@ -51,6 +52,15 @@ constexpr size_t kCorteEmisor = 43;
     const std::string vence = e.cert.FechaVencimiento();
     return {e.cert.subjectCN.empty() ? "Certificado" : e.cert.subjectCN, Lx::CertStore::NombreOrigen(e.origen),
             EmisorDe(e), vence.empty() ? "-" : vence, LugarDeClave(e)};
+}
+
+// What the summary says of a PKCS#12 file begins with the number of its certificates, or says why there are none.
+[[nodiscard]] bool FalloPkcs12(const std::string& resumen) {
+    constexpr std::string_view kParte = " | PKCS#12: ";
+    const size_t i = resumen.find(kParte);
+    if (i == resumen.npos) return false;
+    const char c = resumen.c_str()[i + kParte.size()];
+    return c < '0' || c > '9';
 }
 
 }  // namespace
@@ -180,6 +190,7 @@ void CDlgFirmar::Recargar() {
 void CDlgFirmar::MostrarEstado(const std::string& texto) {
     estado_->SetText(texto);
     const bool cabe = Orvanta::Cabe(texto, estado_->fontSize, estado_->rect.w);
+    detalle_->SetTextColor(paleta_[FalloPkcs12(texto) ? Paleta::kError : Paleta::kTextoSuave]);
     detalle_->SetText(cabe ? "" : Orvanta::EnLineas(texto, detalle_->fontSize, detalle_->rect.w));
 }
 

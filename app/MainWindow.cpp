@@ -39,6 +39,7 @@ constexpr int kAltoPie = 28;
 CMainWindow::CMainWindow() : paleta_(Paleta::kColores) {
     title = "Velmora 2026";
     rect = {0, 0, 900, 680};
+    backColor = paleta_[Paleta::kFondo];
     Lx::CertStore::PonerPreguntaClave([this](const std::string& almacen, int intento, bool ultimo, std::string& clave) {
         return PreguntarClave(almacen, intento, ultimo, clave);
     });

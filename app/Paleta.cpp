@@ -23,6 +23,8 @@ std::string Css(const Lx::Color& fondo, const Lx::Color& texto, const Lx::Color&
 void VestirBoton(Lx::CButton& boton, const Colores& c, bool negrita) {
     boton.SetStyle(Css(c[kBoton], c[kBotonTexto], c[kBoton], negrita, kTamanoBoton));
     boton.SetHoverStyle(Css(c[kBotonEncima], c[kBotonTexto], c[kBotonEncima], false, kTamanoBoton));
+    // Or one could not tell that it is disabled.
+    boton.style.Get(Lx::ButtonState::Disabled).SetProperty("color", c[kSubtitulo]);
 }
 
 void VestirCancelar(Lx::CButton& boton, const Colores& c) {
