@@ -14,8 +14,8 @@ void WipeString(std::string& text);
 
 class EditBuffer {
   public:
-    // More than anyone types; keeps a pasted book from stopping the program.
-    static constexpr int kLongest = 32767;
+    // More than anyone types; backends shape no longer lines, and a pasted book must not stop the program.
+    static constexpr int kLongest = 8191;
 
     EditBuffer() = default;
     ~EditBuffer();

@@ -114,8 +114,6 @@ void CComboBox::OnKey(Event& ev) {
     const auto key = static_cast<KeyCode>(ev.key);
     const bool alt = (ev.modifiers & kOption) != 0;
     ev.handled = true;
-    // Tab goes on to the window, which moves the focus.
-    if (key == KeyCode::Tab && open_) Close();
     const bool toggles = key == KeyCode::F4 || (alt && (key == KeyCode::Down || key == KeyCode::Up));
     if (toggles) return open_ ? Close() : Open();
     const int count = static_cast<int>(items_.size());

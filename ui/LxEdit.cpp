@@ -73,7 +73,11 @@ void CEdit::OnFocusEvent(Event& ev) {
     clicks_ = 0;
     dragging_ = false;
     buffer_->EndGroup();
-    if (ev.type == EventType::SetFocus && !buffer_->Masked()) buffer_->SelectAll();
+    if (ev.type == EventType::SetFocus) {
+        const size_t end = buffer_->Text().size();
+        buffer_->Select(buffer_->Masked() ? end : 0, end);
+        ShowCaret();
+    }
     Invalidate(&rect);
 }
 

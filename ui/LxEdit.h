@@ -33,7 +33,7 @@ class CEdit : public CControl {
     void SetPlaceholder(const std::string& utf8);
     // Shows a dot per character, and neither copies, cuts nor moves by word.
     void SetMasked(bool value);
-    // In code points; 0 is no limit but that of every edit, 32767.
+    // In code points; 0 is no limit but that of every edit, 8191.
     void SetMaxLength(int value);
     void SetEnabled(bool value);
     void SetStyle(const std::string& css);

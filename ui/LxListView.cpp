@@ -291,7 +291,7 @@ void CListView::DrawCard(CCanvas& canvas, int index, const FieldLook& look) cons
     const std::vector<Piece> pieces = PiecesOf(canvas, values, box, small);
     const int lines = pieces.empty() ? 0 : pieces.back().line + 1;
     const int top = card.y + (card.h - kNameHeight - lines * kPieceHeight) / 2;
-    const int pill = DrawPill(canvas, values, {box.x, top, box.w, kNameHeight}, selected);
+    const int pill = DrawPill(canvas, values, {box.x, top, box.w, kNameHeight}, selected || hovered);
     if (!values.empty()) {
         DrawLineOfText(canvas, values[0], {box.x, top, box.w - pill, kNameHeight},
                        With(look, look.fontSize, look.text, true));
@@ -332,7 +332,7 @@ std::vector<CListView::Piece> CListView::PiecesOf(CCanvas& canvas, const std::ve
     return pieces;
 }
 
-int CListView::DrawPill(CCanvas& canvas, const std::vector<std::string>& values, const Rect& box, bool selected) const {
+int CListView::DrawPill(CCanvas& canvas, const std::vector<std::string>& values, const Rect& box, bool marked) const {
     std::string text;
     for (size_t c = columns_.size(); c < values.size(); ++c) {
         if (!values[c].empty()) text += (text.empty() ? "" : " · ") + values[c];
@@ -343,7 +343,7 @@ int CListView::DrawPill(CCanvas& canvas, const std::vector<std::string>& values,
     const std::string shown = Elide(canvas, text, box.w / 2, look);
     const int width = Measure(canvas, shown, look).cx + 18;
     const Rect pill{box.x + box.w - width, box.y + (box.h - kPillHeight) / 2, width, kPillHeight};
-    canvas.FillRoundRect(pill, kPillHeight / 2.0F, selected && enabled ? theme.background : kPill);
+    canvas.FillRoundRect(pill, kPillHeight / 2.0F, marked && enabled ? theme.background : kPill);
     DrawLineOfText(canvas, shown, {pill.x + 9, pill.y, pill.w - 18, pill.h}, look);
     return width + kPieceGap;
 }

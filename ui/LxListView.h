@@ -88,7 +88,7 @@ class CListView : public CControl {
     void DrawCard(CCanvas& canvas, int index, const FieldLook& look) const;
     [[nodiscard]] std::vector<Piece> PiecesOf(CCanvas& canvas, const std::vector<std::string>& values, const Rect& box,
                                               const FieldLook& look) const;
-    int DrawPill(CCanvas& canvas, const std::vector<std::string>& values, const Rect& box, bool selected) const;
+    int DrawPill(CCanvas& canvas, const std::vector<std::string>& values, const Rect& box, bool marked) const;
 
     std::vector<Column> columns_;
     std::vector<std::vector<std::string>> items_;
