@@ -1,0 +1,326 @@
+#include "ui/LxEdit.h"
+
+#include <gmock/gmock.h>
+#include <malloc.h>
+
+#include <cstdlib>
+#include <new>
+
+#include "tests/ui/apoyo/Falso.h"
+#include "ui/LxLabel.h"
+
+// Blocks that were given back while they still held the needle.
+static const char* aguja = nullptr;
+static int delatores = 0;
+
+static void Liberar(void* bloque) noexcept {
+    if (aguja != nullptr && bloque != nullptr) {
+        const std::string_view dentro(static_cast<const char*>(bloque), malloc_usable_size(bloque));
+        delatores += dentro.find(aguja) != std::string_view::npos ? 1 : 0;
+    }
+    std::free(bloque);
+}
+
+void* operator new(size_t bytes) {
+    if (void* bloque = std::calloc(1, bytes > 0 ? bytes : 1)) return bloque;
+    throw std::bad_alloc();
+}
+void operator delete(void* bloque) noexcept {
+    Liberar(bloque);
+}
+void operator delete(void* bloque, size_t /*bytes*/) noexcept {
+    Liberar(bloque);
+}
+
+namespace {
+
+using Falso::Clic;
+using Falso::Orden;
+using Falso::Raton;
+using Falso::Tecla;
+using Falso::Teclear;
+using Lx::EditCommand;
+using Lx::EventType;
+using Lx::KeyCode;
+using testing::Contains;
+using testing::HasSubstr;
+
+class VentanaTestigo : public Lx::CWindow {
+  public:
+    void OnKeyDown(KeyCode key, unsigned /*modifiers*/) override { tecla = key; }
+    KeyCode tecla = KeyCode::Unknown;
+};
+
+class Edicion : public testing::Test {
+  public:
+    void Anotar(const std::string& texto) { avisos.push_back(texto); }
+    void Quitar(const std::string& texto) {
+        avisos.push_back(texto);
+        ventana.RemoveControl(edit, true);
+    }
+
+  protected:
+    Edicion() {
+        edit->rect = {10, 10, 218, 30};  // 200 pixels for the text, from x = 19: 28 characters
+        ventana.rect = {0, 0, 400, 200};
+        ventana.AddControl(edit);
+        ventana.SetFocusControl(edit);
+    }
+
+    // Types what stands outside of <>; in it is a key with C- and S- before it, or a command.
+    void Hacer(const std::string& pasos) {
+        static const std::map<std::string, KeyCode> kTeclas{
+            {"Izq", KeyCode::Left},         {"Der", KeyCode::Right},   {"Inicio", KeyCode::Home}, {"Fin", KeyCode::End},
+            {"Borrar", KeyCode::Backspace}, {"Supr", KeyCode::Delete}, {"Intro", KeyCode::Enter}};
+        static const std::map<std::string, EditCommand> kOrdenes{
+            {"copiar", EditCommand::Copy},    {"cortar", EditCommand::Cut},    {"pegar", EditCommand::Paste},
+            {"todo", EditCommand::SelectAll}, {"deshacer", EditCommand::Undo}, {"rehacer", EditCommand::Redo}};
+        for (size_t i = 0; i < pasos.size();) {
+            const size_t fin = pasos[i] == '<' ? pasos.find('>', i) : pasos.find('<', i);
+            std::string paso = pasos.substr(i, fin - i);
+            i = fin == std::string::npos ? pasos.size() : fin + (paso[0] == '<' ? 1 : 0);
+            if (paso[0] != '<') {
+                Teclear(ventana, paso);
+                continue;
+            }
+            paso.erase(0, 1);
+            uint32_t modificadores = 0;
+            for (; paso.size() > 2 && paso[1] == '-'; paso.erase(0, 2))
+                modificadores |= paso[0] == 'C' ? Lx::kControl : Lx::kShift;
+            if (kOrdenes.contains(paso)) {
+                Orden(ventana, kOrdenes.at(paso), &portapapeles);
+            } else {
+                Tecla(ventana, kTeclas.at(paso), modificadores);
+            }
+        }
+    }
+
+    // The text with the selection in brackets and "|" at the caret.
+    std::string Estado() const {
+        const Lx::AccessibleInfo info = edit->Accessibility();
+        std::u32string puntos;
+        std::string salida;
+        int punto = 0;
+        const auto marcas = [&] {
+            if (punto == info.selectionEnd && info.selectionEnd > info.selectionStart)
+                salida += info.caret == punto ? "|]" : "]";
+            else if (punto == info.selectionStart && info.selectionEnd > info.selectionStart)
+                salida += info.caret == punto ? "[|" : "[";
+            else if (punto == info.caret)
+                salida += "|";
+        };
+        for (const char c : info.value) {
+            if ((static_cast<unsigned char>(c) & 0xC0) != 0x80) {
+                marcas();
+                ++punto;
+            }
+            salida += c;
+        }
+        marcas();
+        return salida;
+    }
+
+    Falso::Aplicacion app;
+    VentanaTestigo ventana;
+    Lx::CEdit* edit = new Lx::CEdit;
+    std::string portapapeles;
+    std::vector<std::string> avisos;
+};
+
+TEST_F(Edicion, KeysGiveTextCaretAndSelection) {
+    const struct {
+        const char* pasos;
+        const char* estado;
+    } casos[] = {
+        {"añ€😀", "añ€😀|"},
+        {"ñandú<Izq><Borrar><Inicio><Supr>", "|anú"},
+        {"hola<S-Izq><S-Izq>", "ho[|la]"},
+        {"hola<S-Izq><S-Izq><Izq>", "ho|la"},
+        {"hola<S-Izq><S-Izq><Der>", "hola|"},
+        {"hola<S-Inicio>x", "x|"},
+        {"hola<Inicio><S-Fin><Supr>", "|"},
+        {"hola<todo>", "[hola|]"},
+        {"uno  dos-tres<C-Izq>", "uno  dos-|tres"},
+        {"uno  dos-tres<C-Izq><C-Izq><C-Izq>", "uno  |dos-tres"},
+        {"uno  dos<Inicio><C-Der>", "uno  |dos"},
+        {"uno  dos<C-S-Izq>", "uno  [|dos]"},
+        {"uno dos<C-Borrar>", "uno |"},
+        {"uno dos<Inicio><C-Supr>", "|dos"},
+        // A mark goes with its letter.
+        {"xe\xCC\x81y<Izq><Izq>", "x|e\xCC\x81y"},
+        {"xe\xCC\x81<Borrar>", "x|"},
+        {"e\xCC\x81y<Inicio><Supr>", "|y"},
+        {"uno dos<deshacer>", "uno |"},
+        {"uno dos<deshacer><deshacer>", "|"},
+        {"uno dos<deshacer><deshacer><rehacer>", "uno |"},
+        {"abc<Izq>x<deshacer>", "ab|c"},
+        {"abc<deshacer>x<rehacer>", "x|"},
+        {"abcd<Borrar><Borrar><deshacer>", "abcd|"},
+        {"abc<todo>x<deshacer>", "[abc|]"},
+        {"abc<S-Izq><cortar><Inicio><pegar>", "c|ab"},
+        {"abc<S-Izq><copiar><Fin><pegar><pegar>", "abccc|"},
+        {"abc<copiar><pegar>", "abc|"},
+    };
+    for (const auto& caso : casos) {
+        SCOPED_TRACE(caso.pasos);
+        edit->SetText("");
+        portapapeles.clear();
+        Hacer(caso.pasos);
+        EXPECT_EQ(Estado(), caso.estado);
+    }
+}
+
+TEST_F(Edicion, TakesOnlyCleanTextUpToItsLength) {
+    const struct {
+        const char* pegado;
+        int maximo;
+        const char* texto;
+    } casos[] = {
+        {"1\r\n2\n3\r4\n", 0, "1 2 3 4"},
+        {"a\x01\x7F\tb\xC2\x85", 0, "a b "},
+        {"a\xFF\xC0\xAF\xED\xA0\x80\xF4\x90\x80\x80\xE2\x82z", 0, "az"},
+        {"áéíóú", 3, "áéí"},
+    };
+    for (const auto& caso : casos) {
+        SCOPED_TRACE(caso.texto);
+        edit->SetText("");
+        edit->SetMaxLength(caso.maximo);
+        portapapeles = caso.pegado;
+        Hacer("<pegar>");
+        EXPECT_EQ(edit->GetText(), caso.texto);
+    }
+    Hacer("<S-Izq>xy");
+    EXPECT_EQ(edit->GetText(), "áéx");
+}
+
+TEST_F(Edicion, MouseSelects) {
+    const auto x = [](int caracter) { return 19 + 7 * caracter; };
+    edit->SetText("uno dos tres");
+    Clic(ventana, x(5) + 1, 20);
+    EXPECT_EQ(Estado(), "uno d|os tres");
+    Raton(ventana, EventType::MouseDown, x(2) + 5, 20);
+    Raton(ventana, EventType::MouseMove, x(6) + 1, 190);
+    Raton(ventana, EventType::MouseUp, x(6) + 1, 190);
+    Raton(ventana, EventType::MouseMove, x(0), 20);
+    EXPECT_EQ(Estado(), "uno[ do|]s tres");
+    Raton(ventana, EventType::MouseDown, x(12), 20, Lx::kLeftButton, Lx::kShift);
+    Raton(ventana, EventType::MouseUp, x(12), 20);
+    EXPECT_EQ(Estado(), "uno[ dos tres|]");
+    Falso::DobleClic(ventana, x(5), 20);
+    EXPECT_EQ(Estado(), "uno [dos|] tres");
+    Raton(ventana, EventType::MouseDoubleClick, x(5), 20);
+    EXPECT_EQ(Estado(), "[uno dos tres|]");
+}
+
+TEST_F(Edicion, CaretStaysInSightAndADragScrolls) {
+    edit->SetText(std::string(100, 'x'));
+    Lx::Rect caret;
+    for (const KeyCode tecla : {KeyCode::Home, KeyCode::End}) {
+        Tecla(ventana, tecla);
+        ASSERT_TRUE(edit->CaretRect(caret));
+        EXPECT_EQ(caret.x, tecla == KeyCode::Home ? 19 : 19 + 200 - 1);
+        EXPECT_THAT(Falso::Pintar(*edit), Contains(HasSubstr("FillRect " + std::to_string(caret.x) + ",")));
+    }
+    edit->caretVisible = false;
+    EXPECT_THAT(Falso::Pintar(*edit), Not(Contains(HasSubstr("FillRect"))));
+    Raton(ventana, EventType::MouseDown, 100, 20);
+    Raton(ventana, EventType::MouseMove, -30, 20);
+    const int antes = edit->Accessibility().caret;
+    EXPECT_EQ(Falso::HacerTareas(), 1U);
+    EXPECT_LT(edit->Accessibility().caret, antes);
+    // The pointer is still outside as the edit goes.
+    ventana.RemoveControl(edit, true);
+    Falso::HacerTareas();
+}
+
+TEST_F(Edicion, EnterGoesToTheHandlerOrToTheWindow) {
+    Hacer("7<Intro>");
+    EXPECT_EQ(ventana.tecla, KeyCode::Enter);
+    EXPECT_FALSE(Tecla(ventana, KeyCode::Tab));
+    EXPECT_TRUE(Tecla(ventana, KeyCode::Up));
+    ventana.tecla = KeyCode::Unknown;
+    edit->OnEnter<Edicion>(this, &Edicion::Anotar);
+    edit->OnChange<Edicion>(this, &Edicion::Anotar);
+    edit->SetText("3 / 12");
+    Hacer("<Intro><S-Inicio>9<Fin><copiar>");
+    EXPECT_EQ(ventana.tecla, KeyCode::Unknown);
+    EXPECT_THAT(avisos, testing::ElementsAre("3 / 12", "9"));
+    edit->OnChange<Edicion>(this, &Edicion::Quitar);
+    Hacer("x");
+    EXPECT_EQ(avisos.back(), "9x");
+}
+
+TEST_F(Edicion, FocusSelectsUnlessThePointerBroughtItOrTheTextIsSecret) {
+    auto* otro = new Lx::CEdit("otro");
+    otro->rect = {10, 60, 218, 30};
+    ventana.AddControl(otro);
+    edit->SetText("uno");
+    Clic(ventana, 30, 70);
+    Clic(ventana, 19, 20);
+    EXPECT_EQ(Estado(), "|uno");
+    Tecla(ventana, KeyCode::Tab);
+    Tecla(ventana, KeyCode::Tab);
+    EXPECT_EQ(Estado(), "[uno|]");
+    edit->SetMasked(true);
+    Tecla(ventana, KeyCode::Tab);
+    Tecla(ventana, KeyCode::Tab, Lx::kShift);
+    Hacer("4");
+    EXPECT_EQ(edit->GetText(), "uno4");
+}
+
+TEST_F(Edicion, AMaskedTextStaysInside) {
+    edit->SetMasked(true);
+    Hacer("12 34");
+    portapapeles = "antes";
+    Hacer("<todo><copiar><cortar>");
+    EXPECT_EQ(portapapeles, "");
+    EXPECT_EQ(edit->GetText(), "12 34");
+    const Lx::AccessibleInfo info = edit->Accessibility();
+    EXPECT_EQ(info.role, Lx::AccessibleRole::PasswordEdit);
+    EXPECT_EQ(info.value, "");
+    EXPECT_EQ(info.caret, -1);
+    EXPECT_THAT(Falso::Pintar(*edit), Not(Contains(HasSubstr("DrawText"))));
+    Hacer("<Fin><C-Izq>0<C-Supr><deshacer>");
+    EXPECT_EQ(edit->GetText(), "0");
+    portapapeles = "99";
+    Hacer("<pegar>");
+    EXPECT_EQ(edit->GetText() + "/" + portapapeles, "099/");
+}
+
+TEST_F(Edicion, AMaskedTextLeavesNothingInMemory) {
+    edit->onChange = edit->onEnter = [](const std::string& /*texto*/) {};
+    edit->SetMasked(true);
+    aguja = "5837205837205837205837205837205837205837";
+    for (int i = 0; i < 200; ++i) Teclear(ventana, "583720");
+    Tecla(ventana, KeyCode::Enter);
+    const char* memoria = edit->GetText().data();
+    const size_t bytes = edit->GetText().size();
+    Hacer("<todo><Supr>");
+    EXPECT_EQ(std::string_view(memoria, bytes).find(aguja), std::string_view::npos);
+    for (int i = 0; i < 20; ++i) Teclear(ventana, "583720");
+    ventana.RemoveControl(edit, true);
+    aguja = nullptr;
+    EXPECT_EQ(std::exchange(delatores, 0), 0);
+}
+
+TEST_F(Edicion, DisabledTakesNothing) {
+    edit->SetEnabled(false);
+    Hacer("x");
+    EXPECT_FALSE(edit->DoAccessibleAction(Lx::AccessibleAction::SetText, "x", 0));
+    EXPECT_EQ(edit->GetText(), "");
+}
+
+TEST_F(Edicion, TellsAssistiveToolsItsNameAndTakesTheirText) {
+    ventana.RemoveControl(edit, false);
+    ventana.AddControl(new Lx::CLabel("Paginas:"));
+    ventana.AddControl(edit);
+    edit->SetPlaceholder("ej. 1, 3");
+    edit->OnChange<Edicion>(this, &Edicion::Anotar);
+    EXPECT_TRUE(edit->DoAccessibleAction(Lx::AccessibleAction::SetText, "ñ 2", 0));
+    const Lx::AccessibleInfo info = edit->Accessibility();
+    EXPECT_EQ(info.name + "/" + info.description + "/" + info.value, "Paginas/ej. 1, 3/ñ 2");
+    EXPECT_EQ(info.caret, 3);
+    EXPECT_THAT(avisos, testing::ElementsAre("ñ 2"));
+}
+
+}  // namespace
