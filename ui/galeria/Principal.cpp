@@ -8,25 +8,31 @@
 namespace {
 
 constexpr const char* kUso =
-    "Uso: lx-galeria [--registro] [DOCUMENTO.pdf]\n"
+    "Uso: lx-galeria [--registro] [--cerrar] [DOCUMENTO.pdf]\n"
     "Muestra los controles en todos sus estados, y la primera página del documento.\n"
-    "  --registro  escribe en la salida lo que sucede\n";
+    "  --registro  escribe en la salida lo que sucede\n"
+    "  --cerrar    cierra la ventana un segundo después\n";
 
 }  // namespace
 
 int main(int argc, char** argv) {
     std::string documento;
+    bool cerrar = false;
     for (int i = 1; i < argc; ++i) {
         if (std::strcmp(argv[i], "--registro") == 0) {
             Lx::g_anotar = true;
-        } else if (std::strcmp(argv[i], "--help") == 0 || argv[i][0] == '-') {
-            std::fputs(kUso, argv[i][1] == '-' && argv[i][2] == 'h' ? stdout : stderr);
-            return std::strcmp(argv[i], "--help") == 0 ? 0 : 2;
+        } else if (std::strcmp(argv[i], "--cerrar") == 0) {
+            cerrar = true;
+        } else if (argv[i][0] == '-') {
+            const bool ayuda = std::strcmp(argv[i], "--help") == 0;
+            std::fputs(kUso, ayuda ? stdout : stderr);
+            return ayuda ? 0 : 2;
         } else {
             documento = argv[i];
         }
     }
     Lx::LxApp app(argc, argv);
     app.mainWindow = new Lx::CGaleria(documento);
+    if (cerrar && app.backend != nullptr) app.backend->CallLater(1000, [&app] { app.mainWindow->Close(); });
     return app.Run() < 0 ? 1 : 0;
 }

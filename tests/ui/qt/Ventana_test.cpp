@@ -173,4 +173,68 @@ TEST(Ventana, ElDialogoDeFicherosAceptaCualquierCaja) {
     EXPECT_TRUE(g.Ve("fichero 2 "));
 }
 
+TEST(Ventana, LasAyudasTecnicasVenYActuan) {
+    OpcionesPantalla opciones;
+    opciones.bus = true;
+    Galeria g({"QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1"}, opciones);
+    const auto arbol = [&g](std::vector<std::string> ordenes) {
+        ordenes.insert(ordenes.begin(), {"timeout", "60", "/usr/bin/python3", "-W", "ignore", ARBOL});
+        const Salida s = g.EjecutarAqui(ordenes);
+        EXPECT_EQ(s.codigo, 0) << s.errores;
+        return s.texto;
+    };
+    const std::string visto =
+        arbol({"press=Marcable", "text=Texto y elección=hóla €", "press=María Quispe, Emisor: Autoridad 3",
+               "press=Última página", "press=Deshabilitado", "focus=Principal"});
+    for (const char* linea : {"frame|Galería de controles|", "push button|Principal|ENABLED FOCUSABLE FOCUSED|",
+                              "push button|Marcable|CHECKED ENABLED FOCUSABLE|", "push button|Deshabilitado||",
+                              "text|Texto y elección|EDITABLE ENABLED FOCUSABLE|hóla €", "label|Listas|ENABLED|",
+                              "list item|María Quispe, Emisor: Autoridad 3|ENABLED FOCUSABLE SELECTED|",
+                              "combo box||ENABLED FOCUSABLE|Última página"}) {
+        EXPECT_THAT(visto, HasSubstr(std::string(linea) + (linea[0] == 'f' ? "" : "\n")));
+    }
+    for (const char* linea : {"marcado 1", "texto hóla €", "fila 2", "combo 2"}) EXPECT_TRUE(g.Ve(linea)) << linea;
+    EXPECT_THAT(visto, HasSubstr("password text||EDITABLE ENABLED FOCUSABLE|\n")) << "a secret is not told";
+    arbol({"press=Diálogo…", "press=Normal"});
+    EXPECT_TRUE(g.Calla("pulsado")) << "the window below a dialog is blocked";
+    arbol({"press=Aceptar", "press=Normal"});
+    EXPECT_TRUE(g.Ve("dialogo 1"));
+    EXPECT_TRUE(g.Ve("pulsado"));
+}
+
+TEST(Ventana, SeAbreEnWayland) {
+    const CPantalla p;
+    Variables entorno = Con(p.Entorno(), {"DISPLAY", "WAYLAND_DISPLAY=prueba"});
+    const CPrograma weston({"weston", "--backend=headless-backend.so", "--socket=prueba", "--idle-time=0"}, entorno);
+    std::string zocalo;
+    for (const std::string& v : entorno) {
+        if (v.rfind("XDG_RUNTIME_DIR=", 0) == 0) zocalo = v.substr(16) + "/prueba";
+    }
+    for (int i = 0; i < 300 && !std::filesystem::exists(zocalo); ++i) Pausa(30);
+    CPrograma galeria({GALERIA, "--registro", "--cerrar"}, entorno);
+    EXPECT_EQ(galeria.Esperar(20000), 0) << galeria.Errores() << weston.Errores();
+    EXPECT_THAT(galeria.Texto(), testing::StartsWith("inicio\nmedida 1180 700\n"));
+    EXPECT_THAT(galeria.Texto(), testing::EndsWith("cierre concedido\nfin\n"));
+}
+
+TEST(Ventana, SinPantallaDiceUnaLinea) {
+    const Filas<Variables, int, const char*> casos = {
+        {{"DISPLAY", "WAYLAND_DISPLAY"}, 1, "No hay pantalla: "},
+        {{"DISPLAY=:9999", "WAYLAND_DISPLAY=no-existe"}, 1, "No hay pantalla: "},
+        {{"DISPLAY", "QT_QPA_PLATFORM=xcb"}, 1, "No hay pantalla: "},
+        {{"DISPLAY", "QT_QPA_PLATFORM=offscreen"}, 0, ""},
+    };
+    const CarpetaTemporal carpeta;
+    for (const auto& [variables, codigo, principio] : casos) {
+        SCOPED_TRACE(testing::PrintToString(variables));
+        Variables entorno = Con({"WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "XDG_RUNTIME_DIR=" + carpeta.Ruta()}, variables);
+        CPrograma galeria({GALERIA, "--cerrar"}, entorno);
+        EXPECT_EQ(galeria.Esperar(20000), codigo);
+        EXPECT_THAT(galeria.Errores(), testing::StartsWith(principio));
+        if (codigo != 0) {
+            EXPECT_EQ(Cuenta(galeria.Errores(), "\n"), 1U) << galeria.Errores();
+        }
+    }
+}
+
 }  // namespace

@@ -1,10 +1,13 @@
 #include <QCoreApplication>
 #include <QFileDialog>
 #include <QFileInfo>
+#include <QHeaderView>
 #include <QLibraryInfo>
 #include <QLocale>
 #include <QPointer>
+#include <QSplitter>
 #include <QTranslator>
+#include <QTreeView>
 #include <QWindow>
 #include <atomic>
 #include <clocale>
@@ -16,14 +19,43 @@ namespace Lx {
 
 namespace {
 
+constexpr struct {
+    const char* source;
+    const char* spanish;
+} kTexts[] = {
+    {"Folder", "Carpeta"},
+    {"File", "Archivo"},
+    {"%1 File", "Archivo %1"},
+    {"Look in:", "Buscar en:"},
+    {"File &name:", "&Nombre de archivo:"},
+    {"Files of type:", "Archivos de tipo:"},
+    {"Date Modified", "Modificación"},
+};
+
+// What the translation that Qt comes with leaves in English, or says in other words than the program.
+class CQtTexts : public QTranslator {
+  public:
+    using QTranslator::QTranslator;
+    [[nodiscard]] QString translate(const char*, const char* source, const char*, int) const override {
+        for (const auto& row : kTexts) {
+            if (qstrcmp(row.source, source) == 0) return QString::fromUtf8(row.spanish);
+        }
+        return {};
+    }
+    [[nodiscard]] bool isEmpty() const override { return false; }
+};
+
 // Only this dialog shows texts of Qt's own.
 void SpeakSpanish() {
-    static QPointer<QTranslator> translator;
-    if (translator != nullptr) return;
-    translator = new QTranslator(QCoreApplication::instance());
+    static QPointer<QTranslator> spoken;
+    if (spoken != nullptr) return;
+    QCoreApplication* app = QCoreApplication::instance();
+    auto* translator = new QTranslator(app);
     if (translator->load("qtbase_es", QLibraryInfo::path(QLibraryInfo::TranslationsPath))) {
         QCoreApplication::installTranslator(translator);
     }
+    spoken = new CQtTexts(app);
+    QCoreApplication::installTranslator(spoken);
     if (QLocale().language() != QLocale::Spanish) QLocale::setDefault(QLocale(QLocale::Spanish));
 }
 
@@ -49,12 +81,24 @@ QString FilterOf(const std::vector<std::string>& patterns) {
     return "Archivos " + shown.join(", ") + " (" + matched.join(' ') + ")";
 }
 
+// The dialog that Qt draws where the desktop has none of its own.
+void Arrange(QFileDialog& dialog) {
+    dialog.setFont(CQtApp::s_pInstance->Fonts().Get("system", 13, false, false).font);
+    dialog.resize(860, 540);
+    if (auto* splitter = dialog.findChild<QSplitter*>()) splitter->setSizes({170, 690});
+    if (const auto* tree = dialog.findChild<QTreeView*>("treeView")) {
+        constexpr int kWidths[] = {300, 80, 85, 175};
+        for (int i = 0; i < 4; ++i) tree->header()->resizeSection(i, kWidths[i]);
+    }
+}
+
 void Prepare(QFileDialog& dialog, const FileDialogRequest& request) {
     dialog.setWindowTitle(QString::fromStdString(request.title));
     dialog.setAcceptMode(QFileDialog::AcceptOpen);
     dialog.setFileMode(QFileDialog::ExistingFile);
     dialog.setOption(QFileDialog::HideNameFilterDetails);
     dialog.setNameFilter(FilterOf(request.patterns));
+    Arrange(dialog);
     const QFileInfo initial(QString::fromStdString(request.initialPath));
     if (request.initialPath.empty()) return;
     if (initial.isDir()) {
