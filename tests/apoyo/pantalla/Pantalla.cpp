@@ -125,6 +125,7 @@ CPantalla::CPantalla(const OpcionesPantalla& opciones) {
                 "XMODIFIERS",
                 "HOME=" + carpeta_ / "casa",
                 "XDG_RUNTIME_DIR=" + carpeta_ / "ejecucion"};
+    entorno_.push_back(std::string("LSAN_OPTIONS=") + OPCIONES_LSAN);
     mkdir((carpeta_ / "casa").c_str(), 0700);
     mkdir((carpeta_ / "ejecucion").c_str(), 0700);
     const std::string tamano = std::to_string(opciones.ancho) + "x" + std::to_string(opciones.alto) + "x24";
