@@ -26,7 +26,7 @@ LIBRES = ("tests", "bench", "fuzz")
 AJENOS = [
     (re.compile(r"^(gtest|gmock)/"), ("tests",)),
     (re.compile(r"^benchmark/"), ("bench",)),
-    (re.compile(r"^Q[A-Za-z/]+$"), ("ui/platform/qt",)),
+    (re.compile(r"^Q[A-Za-z/]+$"), ("ui/platform/qt", "bench")),
     (re.compile(r"^(poppler|fpdf|mupdf)"), ("ui/platform/pdf",)),
     (re.compile(r"^(openssl|curl|PCSC|nss|nspr)/|^winscard\.h$"), ()),
 ]
