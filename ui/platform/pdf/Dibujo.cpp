@@ -6,8 +6,8 @@
 #include <poppler/cpp/poppler-page.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstring>
@@ -27,17 +27,14 @@ bool Medir(const poppler::page& pagina, double& ancho, double& alto) {
     return std::isfinite(ancho) && std::isfinite(alto) && ancho > 0 && alto > 0;
 }
 
-// From words 0xAARRGGBB in the machine's order, with rows of any length, to bytes R, G, B, A without gaps, in place.
-// False when a pixel isn't opaque: on white paper every one is, unless poppler drew nothing.
-bool Convertir(poppler::image& imagen) {
-    const auto ancho = static_cast<size_t>(imagen.width()), alto = static_cast<size_t>(imagen.height());
-    const auto salto = static_cast<size_t>(imagen.bytes_per_row());
-    char* const datos = imagen.data();
+// From words 0xAARRGGBB in the machine's order, with rows of any length, to bytes R, G, B, A without gaps. False when a
+// pixel isn't opaque: on white paper every one is, unless poppler drew nothing.
+bool Convertir(const poppler::image& imagen, char* destino) {
+    const int ancho = imagen.width();
     uint32_t opacos = 0xFF000000;
-    for (size_t y = 0; y < alto; ++y) {
-        const char* origen = datos + y * salto;
-        char* destino = datos + y * ancho * 4;
-        for (size_t x = 0; x < ancho; ++x, origen += 4, destino += 4) {
+    for (int y = 0; y < imagen.height(); ++y) {
+        const char* origen = imagen.const_data() + static_cast<size_t>(y) * static_cast<size_t>(imagen.bytes_per_row());
+        for (int x = 0; x < ancho; ++x, origen += 4, destino += 4) {
             uint32_t pixel;
             std::memcpy(&pixel, origen, 4);
             opacos &= pixel;
@@ -45,16 +42,17 @@ bool Convertir(poppler::image& imagen) {
             std::memcpy(destino, &pixel, 4);
         }
     }
-    return opacos >= 0xFF000000;
+    return opacos == 0xFF000000;
 }
 
-bool Escribir(int fd, const char* datos, size_t cuantos) {
-    for (size_t hecho = 0; hecho < cuantos;) {
-        const ssize_t n = pwrite(fd, datos + hecho, cuantos - hecho, static_cast<off_t>(hecho));
-        if (n <= 0) return false;
-        hecho += static_cast<size_t>(n);
-    }
-    return true;
+// Where the window looks for the pixels.
+Estado Entregar(const poppler::image& imagen, int destino) {
+    const size_t bytes = static_cast<size_t>(imagen.width()) * static_cast<size_t>(imagen.height()) * 4;
+    void* const vista = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_POPULATE, destino, 0);
+    if (vista == MAP_FAILED) return Estado::SinMemoria;
+    const bool bien = Convertir(imagen, static_cast<char*>(vista));
+    munmap(vista, bytes);
+    return bien ? Estado::Bien : Estado::SinDibujar;
 }
 
 void Callar(const std::string&, void*) {}
@@ -98,13 +96,12 @@ Estado Dibujo::Dibujar(int pagina, int ancho, int destino, int& alto) const {
     pintor.set_image_format(poppler::image::format_argb32);
     pintor.set_render_hint(poppler::page_renderer::antialiasing, true);
     pintor.set_render_hint(poppler::page_renderer::text_antialiasing, true);
-    poppler::image imagen =
+    const poppler::image imagen =
         pintor.render_page(hoja.get(), 72.0 * ancho / puntosAncho, 72.0 * alto / puntosAlto, 0, 0, ancho, alto);
     if (!imagen.is_valid() || imagen.format() != poppler::image::format_argb32 || imagen.width() != ancho ||
-        imagen.height() != alto || imagen.bytes_per_row() / 4 < ancho || !Convertir(imagen))
+        imagen.height() != alto || imagen.bytes_per_row() / 4 < ancho)
         return Estado::SinDibujar;
-    const size_t bytes = static_cast<size_t>(ancho) * static_cast<size_t>(alto) * 4;
-    return Escribir(destino, imagen.const_data(), bytes) ? Estado::Bien : Estado::SinMemoria;
+    return Entregar(imagen, destino);
 }
 
 }  // namespace Lx::Pdf

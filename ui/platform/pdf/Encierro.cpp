@@ -13,7 +13,6 @@
 #include <cerrno>
 
 #include "ui/platform/pdf/Descriptor.h"
-#include "ui/platform/pdf/Protocolo.h"
 
 namespace Lx::Pdf {
 namespace {
@@ -126,7 +125,6 @@ bool Permitir(scmp_filter_ctx filtro) {
         {SCMP_SYS(openat), 2, kEscribe, O_RDONLY},
         {SCMP_SYS(mmap), 2, PROT_EXEC, 0},
         {SCMP_SYS(mprotect), 2, PROT_EXEC, 0},
-        {SCMP_SYS(pwrite64), 0, kEntero, kPixeles},
         {SCMP_SYS(fcntl), 1, kEntero, F_SETFD},
         {SCMP_SYS(fcntl), 1, kEntero, F_GETFD},
         {SCMP_SYS(fcntl), 1, kEntero, F_GETFL},
