@@ -1,5 +1,5 @@
 // In the place of velmora-pagina: plays what the document holds, lines of hexadecimal digits. The first one is sent at
-// once, the others answer one request each; after the last one it ends.
+// once, the others answer one request each; the one after the last makes it end.
 #include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -14,6 +14,7 @@ int main() {
     if (fstat(Lx::Pdf::kDocumento, &datos) != 0) return 1;
     std::string guion(static_cast<size_t>(datos.st_size), '\0'), mensaje;
     if (pread(Lx::Pdf::kDocumento, guion.data(), guion.size(), 0) != datos.st_size) return 1;
+    char peticion[64];
     bool primera = true;
     for (size_t pos = 0; pos < guion.size(); ++pos) {
         if (guion[pos] != '\n') {
@@ -22,11 +23,10 @@ int main() {
             ++pos;
             continue;
         }
-        char peticion[64];
         if (!primera && read(Lx::Pdf::kCanal, peticion, sizeof peticion) <= 0) return 0;
         primera = false;
         if (send(Lx::Pdf::kCanal, mensaje.data(), mensaje.size(), 0) < 0) return 1;
         mensaje.clear();
     }
-    return 0;
+    return read(Lx::Pdf::kCanal, peticion, sizeof peticion) < 0 ? 1 : 0;
 }

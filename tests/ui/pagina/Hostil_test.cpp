@@ -4,7 +4,7 @@
 #include <memory>
 
 #include "tests/apoyo/Apoyo.h"
-#include "ui/LxPdf.h"
+#include "ui/platform/pdf/Documento.h"
 #include "ui/platform/pdf/Protocolo.h"
 
 namespace {
@@ -68,6 +68,10 @@ TEST(Hostil, NiAlAbrir) {
         EXPECT_EQ(Lx::Pdf::Open(ruta, error), nullptr) << saludo;
         EXPECT_EQ(error, "No se pudo abrir el PDF (archivo inexistente o dañado).");
     }
+    Apoyo::EscribirFichero(ruta, "00");  // half a line: it says nothing
+    std::string error;
+    EXPECT_EQ(Lx::Pdf::Documento::Abrir(ruta, error, std::chrono::milliseconds(200)), nullptr);
+    EXPECT_EQ(error, "El PDF tarda demasiado en abrirse.");
 }
 
 }  // namespace

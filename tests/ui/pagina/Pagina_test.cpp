@@ -1,4 +1,5 @@
 // Documents on their whole way: through the program that draws them, into pixels.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
@@ -214,7 +215,7 @@ TEST_F(Pagina, ElProgramaQueMuereDibujandoSeSustituye) {
 
 TEST_F(Pagina, ElProgramaEstaEncerrado) {
     // What this process left open for all must not reach that one.
-    const int abierto = dup(STDERR_FILENO);
+    const int abierto = fcntl(STDERR_FILENO, F_DUPFD, 50);
     Abrir(Hojas::ConHojas({{}}));
     close(abierto);
     const pid_t pid = Hijos().at(0);
