@@ -27,7 +27,7 @@ AJENOS = [
     (re.compile(r"^(gtest|gmock)/"), ("tests",)),
     (re.compile(r"^benchmark/"), ("bench",)),
     (re.compile(r"^Q[A-Za-z/]+$"), ("ui/platform/qt", "bench")),
-    (re.compile(r"^(poppler|fpdf|mupdf)"), ("ui/platform/pdf",)),
+    (re.compile(r"^(poppler|fpdf|mupdf)"), ("ui/platform/pdf", "bench")),
     (re.compile(r"^(openssl|curl|PCSC|nss|nspr)/|^winscard\.h$"), ()),
 ]
 
