@@ -21,6 +21,14 @@ std::string DeJson(const std::string& json, const std::string& expresion) {
     return s.texto.substr(0, s.texto.size() - 1);
 }
 
+bool LoMuestraAlgunProceso(const std::string& secreto) {
+    std::error_code fallo;
+    for (const auto& proceso : fs::directory_iterator("/proc", fallo))
+        for (const char* fichero : {"/cmdline", "/environ"})
+            if (Apoyo::Cuenta(Apoyo::LeerFichero(proceso.path().string() + fichero), secreto) > 0) return true;
+    return false;
+}
+
 void Cli::SetUp() {
     // A shell that runs the tests in the background hands these down as ignored.
     for (const int senal : {SIGHUP, SIGINT, SIGQUIT}) std::signal(senal, SIG_DFL);

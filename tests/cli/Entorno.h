@@ -21,6 +21,9 @@ using Nombres = std::vector<std::string>;
 // The value of a Python expression over `d`, the JSON text's object, as printed; "no es JSON: …" when it is none.
 [[nodiscard]] std::string DeJson(const std::string& json, const std::string& expresion);
 
+// Whether a process shows the text in its arguments or its environment.
+[[nodiscard]] bool LoMuestraAlgunProceso(const std::string& secreto);
+
 class Cli : public testing::Test {
   protected:
     void SetUp() override;
@@ -46,13 +49,14 @@ class Cli : public testing::Test {
     // Names in the folder, hidden ones too, but not those that SetUp made.
     [[nodiscard]] Nombres Nuevos() const;
 
+    // What starts a program in the folder with the environment of the runs; its arguments follow.
+    [[nodiscard]] std::vector<std::string> Comando() const;
+
     const Apoyo::Identidad* identidad_ = &Apoyo::IdentidadComun();
     // Socket of the card service that the program finds; there is none unless a test starts one.
     std::string servicio_ = "/noexiste";
 
   private:
-    [[nodiscard]] std::vector<std::string> Comando() const;
-
     Apoyo::CarpetaTemporal carpeta_;
     Apoyo::CarpetaTemporal temporales_;
     std::string camino_;

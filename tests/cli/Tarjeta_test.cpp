@@ -20,15 +20,6 @@ class FirmarConTarjeta : public ConTarjeta {
     }
 };
 
-// Whether a process shows the text in its arguments or its environment.
-bool LoMuestraAlgunProceso(const std::string& secreto) {
-    std::error_code fallo;
-    for (const auto& proceso : fs::directory_iterator("/proc", fallo))
-        for (const char* fichero : {"/cmdline", "/environ"})
-            if (Apoyo::Cuenta(Apoyo::LeerFichero(proceso.path().string() + fichero), secreto) > 0) return true;
-    return false;
-}
-
 TEST_F(FirmarConTarjeta, CadaTarjetaEnCadaLector) {
     std::vector<std::optional<Apoyo::Escenario>> todas;
     for (int i = 0; i < 6; ++i) todas.emplace_back(Dnie(i / 2, i % 2 == 1));

@@ -1,0 +1,289 @@
+// The program on a display of the test's own, from its start to the signed file: real mouse, real keys, real openssl,
+// NSS and card service. What the windows say is read as an assistive tool reads it.
+#include <gmock/gmock.h>
+
+#include <atomic>
+#include <filesystem>
+
+#include "tests/apoyo/pantalla/Pantalla.h"
+#include "tests/cli/Lectores.h"
+
+namespace PruebaCli {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+using testing::Not;
+
+struct Sitio {
+    int x, y;
+};
+constexpr Sitio kFirmar{174, 68}, kHoja{739, 68};                                         // main window
+constexpr Sitio kSello{220, 360}, kAceptar{490, 422}, kRuta{220, 464}, kClave{552, 464};  // certificate dialog
+constexpr Sitio kAceptarPin{244, 205};
+
+class Programa : public ConTarjeta {
+  protected:
+    void SetUp() override {
+        ConTarjeta::SetUp();
+        ASSERT_EQ(pantalla_.Error(), "");
+    }
+    void TearDown() override {
+        programa_.reset();
+        ConTarjeta::TearDown();
+    }
+
+    // Starts the program through a shell, where $V is the program.
+    void Lanzar(const std::string& orden) {
+        std::vector<std::string> todo = Comando();
+        todo.insert(todo.end(), {"sh", "-c", "V=" VELMORA "; " + orden});
+        Apoyo::Variables entorno = pantalla_.Entorno();
+        entorno.insert(entorno.end(), {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1", "LSAN_OPTIONS=" OPCIONES_LSAN});
+        programa_ = std::make_unique<Apoyo::CPrograma>(todo, entorno);
+    }
+    void Abrir(const std::string& documento) {
+        Lanzar("exec $V " + documento);
+        ventana_ = Espera("Velmora 2026");
+        Ve("label." + documento);
+    }
+    // Waits for a line that matches, "role|name|states|text"; gives all lines.
+    std::string Ve(const std::string& patron, int segundos = 15) {
+        const Apoyo::Salida s = pantalla_.EjecutarAqui({"/usr/bin/python3", TEXTOS, patron, std::to_string(segundos)});
+        EXPECT_EQ(s.codigo, 0) << "no line " << patron << " in\n" << s.texto << s.errores;
+        return s.texto;
+    }
+    void Clic(const std::string& ventana, Sitio s) { pantalla_.Clic(ventana, s.x, s.y); }
+    void Escribir(const std::string& texto) {
+        pantalla_.Pulsar("ctrl+a");
+        pantalla_.Teclear(texto);
+        pantalla_.Pulsar("Return");
+    }
+    using ConTarjeta::Escribir;
+    std::string Espera(const std::string& titulo) {
+        std::string ventana = pantalla_.EsperarVentana(titulo);
+        EXPECT_NE(ventana, "") << titulo << "\n" << programa_->Errores();
+        return ventana;
+    }
+    // Opens the certificate dialog.
+    std::string Elegir() {
+        Clic(ventana_, kFirmar);
+        return Espera("Selecciona el certificado digital");
+    }
+    std::string ElegirPkcs12() {
+        const std::string dialogo = Elegir();
+        Clic(dialogo, kRuta);
+        pantalla_.Teclear(identidad_->p12);
+        Clic(dialogo, kClave);
+        Escribir(identidad_->password);
+        Ve(R"(list item.*PKCS#12.*del fichero)");
+        return dialogo;
+    }
+    std::string ElPin() { return Espera("PIN del DNI"); }
+
+    Apoyo::CPantalla pantalla_{{.bus = true}};
+    std::unique_ptr<Apoyo::CPrograma> programa_;
+    std::string ventana_;
+};
+
+TEST_F(Programa, PasaLasHojas) {
+    ASSERT_EQ(Guion("qpdf --empty --pages contrato.pdf contrato.pdf contrato.pdf -- tres.pdf").codigo, 0);
+    Abrir("tres.pdf");
+    const Apoyo::Filas<Sitio, std::string, std::string> filas = {
+        {{816, 68}, "", "2 / 3"}, {{864, 68}, "", "3 / 3"}, {{662, 68}, "", "2 / 3"},
+        {{614, 68}, "", "1 / 3"}, {kHoja, "9", "3 / 3"},    {kHoja, "x", "3 / 3"},
+    };
+    for (const auto& [donde, escribe, queda] : filas) {
+        Clic(ventana_, donde);
+        if (!escribe.empty()) Escribir(escribe);
+        Ve(R"(text\|.*\|)" + queda + "$");
+    }
+    pantalla_.Pulsar("ctrl+q");
+    EXPECT_EQ(programa_->Esperar(), 0);
+}
+
+TEST_F(Programa, ComoEmpieza) {
+    Escribir("roto.pdf", "%PDF-1.7\nnada");
+    const std::string roto = "Error al abrir roto.pdf: No se pudo abrir el PDF (archivo inexistente o dañado).";
+    Lanzar("exec $V roto.pdf");
+    EXPECT_THAT(Ve(R"(label.Error al abrir)"), HasSubstr("label|" + roto));
+    Lanzar("exec $V");
+    Ve(R"(label./.*/Velmora\.pdf\|)");
+    Ve(R"(text\|.*\|1 / 2$)");
+    Lanzar("exec env -u DISPLAY $V contrato.pdf");
+    EXPECT_EQ(programa_->Esperar(), 255);
+    EXPECT_EQ(Apoyo::Cuenta(programa_->Errores(), "\n"), 1U) << programa_->Errores();
+}
+
+TEST_F(Programa, DosFirmasConUnFichero) {
+    Escribir("contrato_firmao.pdf", "ocupado");
+    Abrir("contrato.pdf");
+    std::string dialogo = Elegir();
+    pantalla_.Pulsar("Escape");
+    ASSERT_TRUE(pantalla_.EsperarCierre("Selecciona"));
+    Ve("label.contrato.pdf");
+    dialogo = Elegir();
+    Clic(dialogo, kRuta);
+    pantalla_.Teclear(identidad_->p12);
+    Clic(dialogo, kClave);
+    Escribir("mala");
+    Ve(R"(label.*contraseña incorrecta o fichero dañado\).*No hay ningun certificado)");
+    Clic(dialogo, kClave);
+    Escribir(identidad_->password);
+    Ve(R"(list item.Ana.*PKCS#12.*del fichero)");
+    Clic(dialogo, kAceptar);
+    Ve("label.contrato_firmao2.pdf");
+    Ve(R"(button.Firmado: contrato_firmao2.pdf  \(\d+ bytes\))");
+    EXPECT_TRUE(Apoyo::PdfValido(En("contrato_firmao2.pdf"), *identidad_));
+    // File and password are remembered.
+    dialogo = Elegir();
+    pantalla_.Pulsar("Return");
+    Ve("label.contrato_firmao2_firmao.pdf");
+    EXPECT_TRUE(Apoyo::PdfValido(En("contrato_firmao2_firmao.pdf"), *identidad_, 2));
+    EXPECT_EQ(Leer("contrato_firmao.pdf"), "ocupado");
+}
+
+TEST_F(Programa, CadaSello) {
+    ASSERT_EQ(
+        Guion("qpdf --empty --object-streams=disable --pages contrato.pdf contrato.pdf contrato.pdf -- t.pdf").codigo,
+        0);
+    Abrir("t.pdf");
+    // Presses of Down in the list of stamps, and the pages that get one.
+    const Apoyo::Filas<int, std::string> filas = {{0, "1"}, {1, "123"}, {2, "3"}, {3, "13"}, {4, ""}};
+    std::string entrada = "t";
+    for (const auto& [abajo, paginas] : filas) {
+        SCOPED_TRACE(abajo);
+        const std::string dialogo = abajo == 0 ? ElegirPkcs12() : Elegir();
+        Clic(dialogo, kSello);
+        for (int i = 0; i < abajo; ++i) pantalla_.Pulsar("Down");
+        pantalla_.Pulsar("Return");
+        if (abajo == 3) pantalla_.Teclear("1, 3");
+        Clic(dialogo, kAceptar);
+        entrada += "_firmao";
+        Ve("label." + entrada + ".pdf");
+        const std::string nuevo = Leer(entrada + ".pdf");
+        const std::string antes = Leer(entrada.substr(0, entrada.size() - 7) + ".pdf");
+        ASSERT_TRUE(Apoyo::PdfValido(En(entrada + ".pdf"), *identidad_, static_cast<size_t>(abajo) + 1));
+        EXPECT_EQ(Apoyo::Cuenta(nuevo.substr(antes.size()), "/AP <<"), paginas.size());
+    }
+}
+
+TEST_F(Programa, ElAlmacenPideSuClave) {
+    EscribirSecreto("buena", "la Buena 1!");
+    ASSERT_EQ(Guion("B=$HOME/.pki/nssdb; mkdir -p $B && certutil -N -d sql:$B -f buena && "
+                    "pk12util -i $P12 -d sql:$B -k buena -w clave")
+                  .codigo,
+              0);
+    Abrir("contrato.pdf");
+    Elegir();
+    Ve(R"(list item.Ana.*NSS)");
+    pantalla_.Pulsar("Return");
+    Espera("Contraseña del almacén");
+    pantalla_.Teclear("mala");
+    pantalla_.Pulsar("Return");
+    Ve("label.La contraseña no es correcta");
+    Espera("Contraseña del almacén");
+    pantalla_.Teclear("la Buena 1!");
+    pantalla_.Pulsar("Return");
+    Ve("label.contrato_firmao.pdf");
+    EXPECT_TRUE(Apoyo::PdfValido(En("contrato_firmao.pdf"), *identidad_));
+    Elegir();
+    pantalla_.Pulsar("Return");
+    Espera("Contraseña del almacén");
+    pantalla_.Pulsar("Escape");
+    Ve("label.*cancel");
+    EXPECT_FALSE(fs::exists(En("contrato_firmao_firmao.pdf")));
+}
+
+TEST_F(Programa, CadaTarjeta) {
+    for (int perfil = 0; perfil < 3; ++perfil) {
+        SCOPED_TRACE(perfil);
+        fs::remove(En("contrato_firmao.pdf"));
+        ASSERT_TRUE(Insertar({Dnie(perfil, perfil % 2 == 1)}));
+        std::atomic<bool> visto = false;
+        Abrir("contrato.pdf");
+        const std::string dialogo = Elegir();
+        Ve(R"(list item.PRUEBA TITULAR.*DNIe)");
+        Clic(dialogo, kAceptar);
+        ElPin();
+        Ve("label.Quedan 3 intentos");
+        pantalla_.Teclear(kBueno);
+        // From here on only the program knows it: the keyboard's is gone.
+        AntesDe([&](int) { visto = visto || LoMuestraAlgunProceso(kBueno); });
+        pantalla_.Pulsar("Return");
+        Ve("label.contrato_firmao.pdf", 40);
+        EXPECT_TRUE(Apoyo::PdfValido(En("contrato_firmao.pdf"), *titular_));
+        EXPECT_EQ(Tarjeta().Verificaciones(), 1);
+        EXPECT_FALSE(visto);
+    }
+}
+
+TEST_F(Programa, UnPinMaloCuestaUnIntento) {
+    Apoyo::Escenario e = Dnie();
+    e.intentos = 2;
+    ASSERT_TRUE(Insertar({e}));
+    Abrir("contrato.pdf");
+    Elegir();
+    pantalla_.Pulsar("Return");
+    ElPin();
+    Ve("label.Quedan 2 intentos");
+    pantalla_.Pulsar("Escape");
+    ASSERT_TRUE(pantalla_.EsperarCierre("PIN del DNI"));
+    EXPECT_EQ(Tarjeta().Verificaciones(), 0);
+    Elegir();
+    pantalla_.Pulsar("Return");
+    ElPin();
+    pantalla_.Teclear(kMalo);
+    pantalla_.Pulsar("Return");
+    // The status line has the engine's sentence, the dialog that comes back what the card counts.
+    EXPECT_THAT(Ve("label.Queda 1 intento: si el PIN no es correcto, el DNIe se bloquea"),
+                HasSubstr("label|PIN incorrecto"));
+    EXPECT_EQ(Tarjeta().Verificaciones(), 1);
+    const std::string pin = ElPin();
+    pantalla_.Teclear(kBueno);
+    Clic(pin, kAceptarPin);
+    Ve("label.Es el último intento");
+    EXPECT_EQ(Tarjeta().Verificaciones(), 1);
+    Clic(pin, kAceptarPin);
+    Ve("label.contrato_firmao.pdf");
+    EXPECT_EQ(Tarjeta().Verificaciones(), 2);
+    EXPECT_TRUE(Apoyo::PdfValido(En("contrato_firmao.pdf"), *titular_));
+}
+
+TEST_F(Programa, LaTarjetaSeVaMientrasFirma) {
+    Apoyo::Escenario e = Dnie();
+    e.fallos = {{.ins = 0x2A, .retirar = true}};  // PERFORM SECURITY OPERATION
+    ASSERT_TRUE(Insertar({e}));
+    Abrir("contrato.pdf");
+    Elegir();
+    pantalla_.Pulsar("Return");
+    ElPin();
+    pantalla_.Teclear(kBueno);
+    pantalla_.Pulsar("Return");
+    Ve(R"(button.(?!Firm|Abrir|<|>).*[.)]\|)", 40);  // a notice
+    EXPECT_FALSE(fs::exists(En("contrato_firmao.pdf")));
+    EXPECT_EQ(Tarjeta().Verificaciones(), 1);
+}
+
+TEST_F(Programa, LoQueNoSePuedeEscribirNiFirmar) {
+    ASSERT_EQ(
+        Guion("qpdf --encrypt '' jefe 256 -- contrato.pdf cifrado.pdf; qpdf --object-streams=generate contrato.pdf "
+              "denso.pdf")
+            .codigo,
+        0);
+    if (Guion("unshare -m true").codigo != 0) GTEST_SKIP() << "no mount namespaces";
+    Lanzar(
+        "exec unshare -m sh -c \"mkdir d && mount -t tmpfs d d && cp *.pdf d && mount -o remount,ro d && exec $V "
+        "d/contrato.pdf\"");
+    ventana_ = Espera("Velmora 2026");
+    Clic(ElegirPkcs12(), kAceptar);
+    Ve(R"(label.no se pudo abrir d/contrato_firmao.pdf para escritura. Motivo: )");
+    for (const auto& [nombre, frase] :
+         Apoyo::Filas<std::string, std::string>{{"cifrado", "cifrado"}, {"denso", "pagina|objeto|catalogo"}}) {
+        Abrir(nombre + ".pdf");
+        Ve(R"(text\|.*\|1 / 1$)");
+        Clic(ElegirPkcs12(), kAceptar);
+        Ve("label.*(" + frase + ")");
+        EXPECT_FALSE(fs::exists(En(nombre + "_firmao.pdf")));
+    }
+}
+
+}  // namespace PruebaCli
