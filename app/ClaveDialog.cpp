@@ -1,6 +1,13 @@
 #include "app/ClaveDialog.h"
 
+#include "app/Texto.h"
 #include "ui/LxEdit.h"
+
+namespace {
+
+constexpr size_t kCaracteres = 50;  // of a folder's path, whose end tells it from others
+
+}  // namespace
 
 CClaveDialog::CClaveDialog(Lx::CWindow* padre, const Orvanta::Paleta::Colores& paleta, const std::string& almacen,
                            int intento, bool ultimo, std::string& clave)
@@ -11,7 +18,7 @@ CClaveDialog::CClaveDialog(Lx::CWindow* padre, const Orvanta::Paleta::Colores& p
 bool CClaveDialog::OnInit() {
     Montar({
         .titulo = "El almacén de certificados está protegido",
-        .quien = "Almacén: " + almacen_,
+        .quien = "Almacén: " + Orvanta::ConFinal(almacen_, kCaracteres),
         .peticion = "Introduce su contraseña para autorizar la firma digital:",
         .indicacion = "Escribe la contraseña aquí",
         .aviso = ultimo_ ? "Aviso: es el último intento; si la contraseña no es correcta, el almacén se bloquea." : "",

@@ -88,6 +88,9 @@ void CMainWindow::OnFirmar() {
         std::string mensaje;
         const int quedan = Lx::CertStore::IntentosPin(p.entrada.lector, mensaje);
         if (quedan <= 0 || quedan >= p.intentos) return;
+        aviso_->Mostrar("El PIN no era correcto: " + (quedan == 1 ? std::string("queda 1 intento.")
+                                                                  : "quedan " + std::to_string(quedan) + " intentos."),
+                        true);
     }
 }
 

@@ -35,6 +35,12 @@ size_t FinDeCaracteres(std::string_view texto, size_t cuantos) {
     return vistos == cuantos ? texto.size() : texto.npos;
 }
 
+std::string ConFinal(const std::string& texto, size_t cuantos) {
+    size_t total = 0;
+    for (const char c : texto) total += EsContinuacion(c) ? 0 : 1;
+    return total <= cuantos ? texto : "…" + texto.substr(FinDeCaracteres(texto, total - cuantos));
+}
+
 std::string NombreFichero(const std::string& ruta) {
     const size_t barra = ruta.find_last_of("/\\");
     return barra == ruta.npos ? ruta : ruta.substr(barra + 1);

@@ -10,6 +10,9 @@ namespace Orvanta {
 // Byte position after the first `cuantos` characters; npos when there are fewer.
 [[nodiscard]] size_t FinDeCaracteres(std::string_view texto, size_t cuantos);
 
+// The text, or its last `cuantos` characters after "…" when it has more.
+[[nodiscard]] std::string ConFinal(const std::string& texto, size_t cuantos);
+
 // What stands after the last "/" or "\"; the whole path without one.
 [[nodiscard]] std::string NombreFichero(const std::string& ruta);
 
