@@ -3,7 +3,9 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <cstdio>
 #include <filesystem>
+#include <fstream>
 
 #include "tests/apoyo/pantalla/Pantalla.h"
 #include "tests/cli/Lectores.h"
@@ -20,6 +22,25 @@ struct Sitio {
 constexpr Sitio kFirmar{174, 68}, kHoja{739, 68};                                         // main window
 constexpr Sitio kSello{220, 360}, kAceptar{490, 422}, kRuta{220, 464}, kClave{552, 464};  // certificate dialog
 constexpr Sitio kAceptarPin{244, 205};
+
+// Whether the text stands anywhere in the memory of a process.
+bool EstaEnMemoria(pid_t pid, const std::string& texto) {
+    constexpr unsigned long long kMucho = 1ULL << 30;
+    const std::string carpeta = "/proc/" + std::to_string(pid);
+    std::ifstream mapa(carpeta + "/maps"), memoria(carpeta + "/mem", std::ios::binary);
+    for (std::string linea; std::getline(mapa, linea);) {
+        unsigned long long desde = 0, hasta = 0;
+        char permisos[5] = "";
+        if (std::sscanf(linea.c_str(), "%llx-%llx %4s", &desde, &hasta, permisos) != 3 || permisos[1] != 'w') continue;
+        if (hasta - desde > kMucho) continue;  // a sanitizer's own
+        std::string trozo(hasta - desde, '\0');
+        memoria.clear();
+        memoria.seekg(static_cast<std::streamoff>(desde));
+        memoria.read(trozo.data(), static_cast<std::streamsize>(trozo.size()));
+        if (trozo.find(texto) != trozo.npos) return true;
+    }
+    return false;
+}
 
 class Programa : public ConTarjeta {
   protected:
@@ -237,6 +258,8 @@ TEST_F(Programa, UnPinMaloCuestaUnIntento) {
     EXPECT_THAT(Ve("label.Queda 1 intento: si el PIN no es correcto, el DNIe se bloquea"),
                 HasSubstr("label|PIN incorrecto"));
     EXPECT_EQ(Tarjeta().Verificaciones(), 1);
+    EXPECT_FALSE(EstaEnMemoria(programa_->Pid(), kMalo));
+    EXPECT_TRUE(EstaEnMemoria(programa_->Pid(), "PRUEBA TITULAR"));  // the search does find
     const std::string pin = ElPin();
     pantalla_.Teclear(kBueno);
     Clic(pin, kAceptarPin);

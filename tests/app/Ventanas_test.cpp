@@ -235,15 +235,6 @@ TEST_F(Ventanas, ElPin) {
     }
 }
 
-TEST_F(Ventanas, ElCursorDelPinParpadea) {
-    std::string pin;
-    CPinDialog d(nullptr, Paleta::kColores, "Ana", pin);
-    ASSERT_TRUE(d.Create());
-    EXPECT_EQ(Falso::De(d).temporizadores, (std::map<unsigned, unsigned>{{1, 530}}));
-    Falso::Tictac(d, 1);
-    EXPECT_FALSE(Control<Lx::CEdit>(d, 0).caretVisible);
-}
-
 TEST(Texto, EnLineas) {
     const Falso::Aplicacion app;  // 7 pixels per character
     const Apoyo::Filas<std::string, int, std::string> filas = {
