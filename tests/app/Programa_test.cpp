@@ -271,19 +271,24 @@ TEST_F(Programa, UnPinMaloCuestaUnIntento) {
     EXPECT_TRUE(Apoyo::PdfValido(En("contrato_firmao.pdf"), *titular_));
 }
 
-TEST_F(Programa, LaTarjetaSeVaMientrasFirma) {
-    Apoyo::Escenario e = Dnie();
-    e.fallos = {{.ins = 0x2A, .retirar = true}};  // PERFORM SECURITY OPERATION
-    ASSERT_TRUE(Insertar({e}));
-    Abrir("contrato.pdf");
-    Elegir();
-    pantalla_.Pulsar("Return");
-    ElPin();
-    pantalla_.Teclear(kBueno);
-    pantalla_.Pulsar("Return");
-    Ve("label.No se pudo firmar", 40);
-    EXPECT_FALSE(fs::exists(En("contrato_firmao.pdf")));
-    EXPECT_EQ(Tarjeta().Verificaciones(), 1);
+// Neither is the PIN's fault, so it isn't asked for again.
+TEST_F(Programa, LaTarjetaSeVaOSeNiegaMientrasFirma) {
+    for (const bool seVa : {true, false}) {
+        SCOPED_TRACE(seVa);
+        Apoyo::Escenario e = Dnie();
+        e.fallos = {{.ins = 0x2A, .respuesta = seVa ? "" : "6A80", .retirar = seVa}};  // PERFORM SECURITY OPERATION
+        ASSERT_TRUE(Insertar({e}));
+        Abrir("contrato.pdf");
+        Elegir();
+        pantalla_.Pulsar("Return");
+        ElPin();
+        pantalla_.Teclear(kBueno);
+        pantalla_.Pulsar("Return");
+        Ve("label.No se pudo firmar", 40);
+        EXPECT_EQ(pantalla_.EsperarVentana("PIN del DNI", 700), "");
+        EXPECT_FALSE(fs::exists(En("contrato_firmao.pdf")));
+        EXPECT_EQ(Tarjeta().Verificaciones(), 1);
+    }
 }
 
 TEST_F(Programa, LoQueNoSePuedeEscribirNiFirmar) {
