@@ -1,10 +1,10 @@
 #include "ui/platform/qt/QtAccessible.h"
 
 #include <QAccessibleWidget>
-#include <QTimer>
 #include <algorithm>
 #include <utility>
 
+#include "ui/platform/qt/QtApp.h"
 #include "ui/platform/qt/QtControlAccessible.h"
 #include "ui/platform/qt/QtView.h"
 
@@ -91,7 +91,7 @@ QAccessibleInterface* CQtAccessibleTree::Focused() {
 
 void CQtAccessibleTree::Bury(Known& known) {
     if (dead_.empty()) {
-        QTimer::singleShot(0, &view_, [this] {
+        Soon(&view_, [this] {
             for (const QAccessible::Id id : std::exchange(dead_, {})) QAccessible::deleteAccessibleInterface(id);
         });
     }

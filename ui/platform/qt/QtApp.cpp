@@ -9,7 +9,10 @@
 #include <QDir>
 #include <QEventLoop>
 #include <QLibraryInfo>
+#include <QPointer>
 #include <QTimer>
+#include <algorithm>
+#include <climits>
 #include <clocale>
 #include <cstdio>
 #include <cstdlib>
@@ -117,7 +120,13 @@ void CQtApp::RunModal(std::atomic<bool>& done) {
 }
 
 void CQtApp::CallLater(unsigned ms, std::function<void()> task) {
-    QTimer::singleShot(static_cast<int>(ms), &tasks_, [task = std::move(task)] { Contain(task); });
+    auto* timer = new QTimer(&tasks_);
+    timer->setSingleShot(true);
+    QObject::connect(timer, &QTimer::timeout, timer, [timer, task = std::move(task)] {
+        timer->deleteLater();
+        Contain(task);
+    });
+    timer->start(static_cast<int>(std::min<unsigned>(ms, INT_MAX)));
 }
 
 void Contain(const std::function<void()>& task) {
@@ -126,6 +135,13 @@ void Contain(const std::function<void()>& task) {
     } catch (...) {
         std::fputs("velmora: una acción terminó por una excepción.\n", stderr);
     }
+}
+
+void Soon(QWidget* widget, std::function<void()> task) {
+    if (CQtApp::s_pInstance == nullptr) return;
+    CQtApp::s_pInstance->CallLater(0, [widget = QPointer<QWidget>(widget), task = std::move(task)] {
+        if (widget != nullptr) task();
+    });
 }
 
 CAppBackend* CreatePlatformBackend() {

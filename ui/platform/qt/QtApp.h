@@ -5,7 +5,9 @@
 #include <QImage>
 #include <QObject>
 #include <QPainter>
+#include <QWidget>
 #include <atomic>
+#include <functional>
 #include <memory>
 
 #include "ui/LxBackend.h"
@@ -45,5 +47,8 @@ class CQtApp : public CAppBackend {
 
 // Runs what belongs to the program; an exception that it lets out ends here, with a line on standard error.
 void Contain(const std::function<void()>& task);
+
+// Runs the task from the event loop, as long as the widget exists then.
+void Soon(QWidget* widget, std::function<void()> task);
 
 }  // namespace Lx

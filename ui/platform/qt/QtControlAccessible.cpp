@@ -1,10 +1,10 @@
 #include "ui/platform/qt/QtControlAccessible.h"
 
-#include <QTimer>
 #include <QWindow>
 #include <algorithm>
 
 #include "ui/platform/qt/QtAccessible.h"
+#include "ui/platform/qt/QtApp.h"
 #include "ui/platform/qt/QtView.h"
 
 namespace Lx {
@@ -62,7 +62,7 @@ class CQtAccessibleObject : public QAccessibleInterface, public QAccessibleActio
     // From the event loop, not here: the tool waits for an answer, and a press may open a dialog.
     void Later(AccessibleAction action, int row) {
         if (!Accepts()) return;
-        QTimer::singleShot(0, &tree_.View(), [&tree = tree_, control = control_, action, row] {
+        Soon(&tree_.View(), [&tree = tree_, control = control_, action, row] {
             if (!tree.Holds(control) || tree.View().IsBlocked()) return;
             tree.View().Call([&](CWindow&) { control->DoAccessibleAction(action, {}, row); });
         });

@@ -7,7 +7,6 @@
 #include <QMimeData>
 #include <QPainter>
 #include <QStyleHints>
-#include <QTimer>
 #include <QUrl>
 #include <cmath>
 #include <utility>
@@ -263,7 +262,7 @@ void CQtView::mouseReleaseEvent(QMouseEvent* e) {
 
 // Qt is about to say that the window itself has the focus.
 void CQtView::focusInEvent(QFocusEvent*) {
-    QTimer::singleShot(0, this, [this] { accessible_.Refocus(); });
+    Soon(this, [this] { accessible_.Refocus(); });
 }
 
 void CQtView::enterEvent(QEnterEvent* e) {
@@ -418,7 +417,7 @@ void CQtView::dropEvent(QDropEvent* e) {
     e->setDropAction(Qt::CopyAction);
     e->accept();
     // The program that the file comes from waits until this returns, and the window may open a dialog.
-    QTimer::singleShot(0, this, [this, path = DroppedFile(e->mimeData())] {
+    Soon(this, [this, path = DroppedFile(e->mimeData())] {
         if (IsBlocked()) return;
         Call([&path](CWindow& window) {
             if (window.AcceptsFiles()) window.OnDropFile(path);

@@ -104,7 +104,9 @@ void CQtWindow::Center() {
 }
 
 void* CQtWindow::GetHandle() const {
-    return IsOpen() ? reinterpret_cast<void*>(view_->winId()) : nullptr;
+    if (!IsOpen()) return nullptr;
+    // The window system names its windows by number.
+    return reinterpret_cast<void*>(view_->winId());  // NOLINT(performance-no-int-to-ptr)
 }
 
 bool CQtWindow::SetTimer(unsigned id, unsigned ms) {
