@@ -156,7 +156,7 @@ TEST(Ventana, UnDialogoBloqueaYElCierrePuedeNegarse) {
     EXPECT_THAT(g.Texto(), testing::EndsWith("cierre concedido\nfin\n"));
 }
 
-TEST(Ventana, ElDialogoDeFicherosAceptaCualquierCaja) {
+TEST(Ventana, ElDialogoDeFicherosEligeYCancela) {
     Galeria g;
     const CarpetaTemporal carpeta;
     EscribirFichero(carpeta / "Acta.PdF", "%PDF-1.4\n");
