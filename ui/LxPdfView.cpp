@@ -110,7 +110,7 @@ bool CPdfView::SaveCurrentPageJpg(const std::string& file, unsigned quality, std
         error = "Pagina fuera de rango.";
     else if (file.empty())
         error = "Ruta de destino vacia.";
-    if (!error.empty()) return false;
+    if (!document || !error.empty()) return false;
     const int pixels = width < 1 ? 1600 : std::clamp(width, 16, kMaxRasterWidth);
     const int percent = quality >= 1 && quality <= 100 ? static_cast<int>(quality) : 90;
     return document->SavePageJpg(currentPage, pixels, percent, file, error);

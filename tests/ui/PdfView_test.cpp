@@ -29,7 +29,7 @@ class Fingido : public Lx::Pdf::IDocument {
         error = fallo;
         if (!fallo.empty()) return false;
         out = {width, static_cast<int>(width * proporcion), {}};
-        if (!hueca) out.pixels.assign(static_cast<size_t>(out.width) * out.height * 4, 255);
+        if (!hueca) out.pixels.assign(static_cast<size_t>(out.width * out.height * 4), 255);
         return true;
     }
     bool SavePageJpg(int page, int width, int quality, const std::string& path, std::string&) override {
@@ -330,11 +330,6 @@ TEST_F(PdfView, PulgarPistaYArrastre) {
     Abrir(0.5);
     EXPECT_TRUE(raton(EventType::MouseDown, 590, 300));
     EXPECT_TRUE(vista->panning);
-}
-
-TEST_F(PdfView, ElFocoSeVe) {
-    ventana.SetFocusControl(vista);
-    EXPECT_EQ(Pintar().back(), "DrawRect 10,20,600,400 #0959ccff 1");
 }
 
 }  // namespace

@@ -14,9 +14,9 @@ using Lx::Pdf::Estado;
 std::string Hex(const Lx::Pdf::Respuesta& r, size_t bytes = sizeof(Lx::Pdf::Respuesta)) {
     std::string datos(reinterpret_cast<const char*>(&r), sizeof r), texto;
     datos.resize(bytes, 'x');
-    for (unsigned char c : datos) {
+    for (char c : datos) {
         char par[3];
-        std::snprintf(par, sizeof par, "%02x", c);
+        std::snprintf(par, sizeof par, "%02x", static_cast<unsigned>(c) & 0xFF);
         texto += par;
     }
     return texto + "\n";

@@ -7,13 +7,13 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <map>
 
 #include "tests/apoyo/Apoyo.h"
-#include "tests/ui/pagina/Documentos.h"
 #include "ui/platform/pdf/Documento.h"
 
 namespace {
@@ -29,9 +29,67 @@ using testing::IsEmpty;
 constexpr auto kCerrado = "No se pudo dibujar la pagina: el programa que la dibuja se ha cerrado.";
 constexpr auto kTarda = "La pagina tarda demasiado en dibujarse.";
 
+// The objects, numbered from 1, with a cross-reference table; the first is the catalogue.
+std::string Escribir(const std::vector<std::string>& objetos) {
+    std::string pdf = "%PDF-1.7\n", tabla = "xref\n0 " + std::to_string(objetos.size() + 1) + "\n";
+    tabla += "0000000000 65535 f \n";
+    for (size_t i = 0; i < objetos.size(); ++i) {
+        char fila[32];
+        std::snprintf(fila, sizeof fila, "%010zu 00000 n \n", pdf.size());
+        tabla += fila;
+        pdf += std::to_string(i + 1) + " 0 obj\n" + objetos[i] + "\nendobj\n";
+    }
+    const std::string lugar = std::to_string(pdf.size());
+    return pdf + tabla + "trailer << /Size " + std::to_string(objetos.size() + 1) + " /Root 1 0 R >>\nstartxref\n" +
+           lugar + "\n%%EOF\n";
+}
+
+std::string Flujo(const std::string& contenido, const std::string& entradas = {}) {
+    return "<< /Length " + std::to_string(contenido.size()) + " " + entradas + " >>\nstream\n" + contenido +
+           "\nendstream";
+}
+
+struct Hoja {
+    std::string caja = "0 0 200 100";  // /MediaBox
+    std::string entradas = {};         // of the page's dictionary
+    std::string contenido = {};
+};
+// Pages, and further objects behind them: the first of those has number 3 + 2 * hojas.size().
+std::string ConHojas(const std::vector<Hoja>& hojas, const std::vector<std::string>& otros = {},
+                     const std::string& catalogo = {}) {
+    std::vector<std::string> objetos{"<< /Type /Catalog /Pages 2 0 R " + catalogo + " >>", ""};
+    std::string hijas;
+    for (const Hoja& hoja : hojas) {
+        const std::string contenido = std::to_string(objetos.size() + 2);
+        hijas += std::to_string(objetos.size() + 1) + " 0 R ";
+        objetos.push_back("<< /Type /Page /Parent 2 0 R /MediaBox [" + hoja.caja + "] /Contents " + contenido +
+                          " 0 R " + hoja.entradas + " >>");
+        objetos.push_back(Flujo(hoja.contenido));
+    }
+    objetos[1] = "<< /Type /Pages /Count " + std::to_string(hojas.size()) + " /Kids [" + hijas + "] >>";
+    objetos.insert(objetos.end(), otros.begin(), otros.end());
+    return Escribir(objetos);
+}
+
+// A page that no machine draws in a lifetime, and one that is red.
+std::string LentaYRoja() {
+    constexpr int kPrimera = 7;
+    constexpr int kNiveles = 12;
+    std::vector<std::string> formas;
+    for (int i = 0; i < kNiveles; ++i) {
+        const std::string entradas = "/Type /XObject /Subtype /Form /BBox [0 0 200 100] ";
+        const std::string otra = "/Resources << /XObject << /F " + std::to_string(kPrimera + i + 1) + " 0 R >> >>";
+        std::string diez;
+        for (int k = 0; k < 10; ++k) diez += "/F Do ";
+        formas.push_back(i + 1 < kNiveles ? Flujo(diez, entradas + otra) : Flujo("0 0 200 100 re f", entradas));
+    }
+    const std::string recursos = "/Resources << /XObject << /F 7 0 R >> >>";
+    return ConHojas({{"0 0 200 100", recursos, "/F Do"}, {"0 0 200 100", "", "1 0 0 rg 0 0 200 100 re f"}}, formas);
+}
+
 // "ff0000ff", at a point given in hundredths of the page.
 std::string Color(const Raster& r, int x, int y) {
-    const auto i = (static_cast<size_t>(r.height * y / 100) * r.width + static_cast<size_t>(r.width * x / 100)) * 4;
+    const auto i = static_cast<size_t>((r.height * y / 100 * r.width + r.width * x / 100) * 4);
     char texto[9];
     std::snprintf(texto, sizeof texto, "%02x%02x%02x%02x", r.pixels[i], r.pixels[i + 1], r.pixels[i + 2],
                   r.pixels[i + 3]);
@@ -68,13 +126,13 @@ class Pagina : public testing::Test {
 };
 
 TEST_F(Pagina, AbreSoloLoQueEsUnPdf) {
-    const std::string una = Hojas::ConHojas({{}});
+    const std::string una = ConHojas({{}});
     EscribirFichero(carpeta / "clara.pdf", una);
     Apoyo::Exigir({"qpdf", "--encrypt", "abre", "manda", "256", "--", carpeta / "clara.pdf", carpeta / "cifrada.pdf"});
     Apoyo::Exigir({"qpdf", "--encrypt", "", "manda", "256", "--", carpeta / "clara.pdf", carpeta / "abierta.pdf"});
     EscribirFichero(carpeta / "vacia.pdf", "");
     EscribirFichero(carpeta / "texto.pdf", "Esto no es un PDF.");
-    EscribirFichero(carpeta / "sin_hojas.pdf", Hojas::ConHojas({}));
+    EscribirFichero(carpeta / "sin_hojas.pdf", ConHojas({}));
     EscribirFichero(carpeta / "cortada.pdf", una.substr(0, una.size() / 3));
     EscribirFichero(carpeta / "sin_tabla.pdf", una.substr(0, una.find("xref")));
     ASSERT_EQ(mkfifo((carpeta / "tubo.pdf").c_str(), 0600), 0);
@@ -117,11 +175,11 @@ TEST_F(Pagina, DibujaLaHojaComoSeVe) {
     };
     for (const Caso& caso : casos) {
         SCOPED_TRACE(caso.entradas);
-        Abrir(Hojas::ConHojas({{"0 0 220 120", caso.entradas, contenido}}));
+        Abrir(ConHojas({{"0 0 220 120", caso.entradas, contenido}}));
         ASSERT_TRUE(Dibujar(0, caso.ancho)) << error;
         EXPECT_EQ(raster.width, caso.ancho);
         EXPECT_EQ(raster.height, caso.alto);
-        ASSERT_EQ(raster.pixels.size(), static_cast<size_t>(raster.width) * raster.height * 4);
+        ASSERT_EQ(raster.pixels.size(), static_cast<size_t>(raster.width * raster.height * 4));
         EXPECT_EQ(Color(raster, 4, 45), caso.izquierda);
         EXPECT_EQ(Color(raster, 96, 45), caso.derecha);
         EXPECT_EQ(Color(raster, 45, 4), caso.arriba);
@@ -130,7 +188,7 @@ TEST_F(Pagina, DibujaLaHojaComoSeVe) {
 }
 
 TEST_F(Pagina, RehusaLoQueNoTieneTamano) {
-    Abrir(Hojas::ConHojas({{}, {"0 0 10 10000"}}));
+    Abrir(ConHojas({{}, {"0 0 10 10000"}}));
     const std::string sinMemoria = "Sin memoria para rasterizar la pagina.";
     const Apoyo::Filas<int, int, std::string> casos{{-1, 100, "Pagina fuera de rango (0 de 2)."},
                                                     {2, 100, "Pagina fuera de rango (3 de 2)."},
@@ -148,13 +206,12 @@ TEST_F(Pagina, RehusaLoQueNoTieneTamano) {
 
 // A form that asks for appearances to be made anew: the stamp of a signature stays, and so does its document's text.
 TEST_F(Pagina, ConservaElSelloDeUnaFirma) {
-    const std::string sello =
-        Hojas::Flujo("1 0 0 rg 0 0 100 50 re f", "/Type /XObject /Subtype /Form /BBox [0 0 100 50]");
+    const std::string sello = Flujo("1 0 0 rg 0 0 100 50 re f", "/Type /XObject /Subtype /Form /BBox [0 0 100 50]");
     for (const char* campo : {"/FT/Sig /Subtype/Widget", "/FT /Sig /Subtype /Widget"}) {
         const std::string nota = "<< /Type /Annot " + std::string(campo) +
                                  " /T (Firma) /Rect [50 25 150 75] /F 4 /P 3 0 R /AP << /N 6 0 R >> >>";
-        Abrir(Hojas::ConHojas({{"0 0 200 100", "/Annots [5 0 R]"}}, {nota, sello},
-                              "/AcroForm << /Fields [5 0 R] /SigFlags 3 /NeedAppearances true >>"));
+        Abrir(ConHojas({{"0 0 200 100", "/Annots [5 0 R]"}}, {nota, sello},
+                       "/AcroForm << /Fields [5 0 R] /SigFlags 3 /NeedAppearances true >>"));
         ASSERT_TRUE(Dibujar(0, 200)) << error;
         EXPECT_EQ(Color(raster, 50, 50), "ff0000ff") << campo;
         EXPECT_EQ(Color(raster, 10, 10), "ffffffff");
@@ -163,7 +220,7 @@ TEST_F(Pagina, ConservaElSelloDeUnaFirma) {
 
 TEST_F(Pagina, DibujaLetrasQueElDocumentoNoTrae) {
     const std::string letra = "/Resources << /Font << /A << /Type /Font /Subtype /Type1 /BaseFont /Helvetica >> >> >>";
-    Abrir(Hojas::ConHojas({{"0 0 200 100", letra, "BT /A 120 Tf 10 10 Td (MMM) Tj ET"}}));
+    Abrir(ConHojas({{"0 0 200 100", letra, "BT /A 120 Tf 10 10 Td (MMM) Tj ET"}}));
     ASSERT_TRUE(Dibujar(0, 200)) << error;
     size_t negros = 0;
     for (size_t i = 0; i < raster.pixels.size(); i += 4) negros += raster.pixels[i] < 64 ? 1 : 0;
@@ -171,7 +228,7 @@ TEST_F(Pagina, DibujaLetrasQueElDocumentoNoTrae) {
 }
 
 TEST_F(Pagina, UnaHojaLentaNoParaNadaMas) {
-    Abrir(Hojas::LentaYRoja(), 1500ms);
+    Abrir(LentaYRoja(), 1500ms);
     const auto inicio = Documento::Reloj::now();
     EXPECT_FALSE(doc->WaitForPage(0, 200, 0));
     EXPECT_FALSE(doc->WaitForPage(0, 200, 100));
@@ -190,7 +247,7 @@ TEST_F(Pagina, UnaHojaLentaNoParaNadaMas) {
 }
 
 TEST_F(Pagina, UnaHojaPedidaAntesEstaHecha) {
-    Abrir(Hojas::LentaYRoja(), 1500ms);
+    Abrir(LentaYRoja(), 1500ms);
     doc->RenderAhead(1, 200);
     ASSERT_TRUE(doc->WaitForPage(1, 200, 1000));
     // Nothing more is needed from the process.
@@ -204,7 +261,7 @@ TEST_F(Pagina, UnaHojaPedidaAntesEstaHecha) {
 }
 
 TEST_F(Pagina, ElProgramaQueMuereDibujandoSeSustituye) {
-    Abrir(Hojas::LentaYRoja());
+    Abrir(LentaYRoja());
     EXPECT_FALSE(doc->WaitForPage(0, 200, 50));
     kill(Hijos().at(0), SIGSEGV);
     ASSERT_TRUE(doc->WaitForPage(0, 200, 5000));
@@ -216,7 +273,7 @@ TEST_F(Pagina, ElProgramaQueMuereDibujandoSeSustituye) {
 TEST_F(Pagina, ElProgramaEstaEncerrado) {
     // What this process left open for all must not reach that one.
     const int abierto = fcntl(STDERR_FILENO, F_DUPFD, 50);
-    Abrir(Hojas::ConHojas({{}}));
+    Abrir(ConHojas({{}}));
     close(abierto);
     const pid_t pid = Hijos().at(0);
     const std::string estado = Proc(pid, "status");
