@@ -1,5 +1,6 @@
 // velmora-pagina: draws the pages of one document for the window that started it, and can do nothing else. A PDF is
 // the work of a stranger and poppler a large program; here a fault in it meets no secret and no file.
+#include <malloc.h>
 #include <signal.h>
 #include <sys/prctl.h>
 #include <sys/stat.h>
@@ -62,6 +63,9 @@ int main() {
         return 2;
     }
     prctl(PR_SET_PDEATHSIG, SIGKILL);
+    // What one page needed is kept for the next: getting it anew from the kernel each time costs milliseconds.
+    mallopt(M_MMAP_THRESHOLD, 32 << 20);
+    mallopt(M_TRIM_THRESHOLD, 64 << 20);
     std::set_new_handler(AcabarSinMemoria);
     signal(SIGABRT, AcabarSinMemoriaPorSenal);
     if (!Encerrarse()) return EXIT_FAILURE;
