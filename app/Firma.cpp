@@ -20,6 +20,7 @@ using Lx::CertStore::Origen;
 namespace {
 
 constexpr int kAceptado = 1;
+constexpr int kIntentosPin = 3;  // of a card that doesn't say, since its PIN is still accepted from before
 
 void LimpiarSecretos(Contexto& ctx) {
     Lx::Limpiar(ctx.pin);
@@ -87,7 +88,7 @@ void CMainWindow::OnFirmar() {
         // The card counts: with one try less and some left, it was the PIN, and a person wants to type it again.
         std::string mensaje;
         const int quedan = Lx::CertStore::IntentosPin(p.entrada.lector, mensaje);
-        if (quedan <= 0 || quedan >= p.intentos) return;
+        if (quedan <= 0 || quedan >= (p.intentos < 0 ? kIntentosPin : p.intentos)) return;
         aviso_->Mostrar("El PIN no era correcto: " + (quedan == 1 ? std::string("queda 1 intento.")
                                                                   : "quedan " + std::to_string(quedan) + " intentos."),
                         true);
