@@ -1,6 +1,7 @@
 #include "app/Texto.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "ui/LxCanvas.h"
 
@@ -54,21 +55,30 @@ bool Cabe(const std::string& texto, int tamano, int ancho) {
 std::string EnLineas(const std::string& texto, int tamano, int ancho) {
     std::string salida, linea;
     const auto cerrar = [&] {
-        salida += (salida.empty() ? "" : "\n") + linea;
+        if (!salida.empty()) salida += '\n';
+        salida += linea;
         linea.clear();
     };
     for (size_t i = 0; i < texto.size();) {
         const size_t fin = std::min(texto.find(' ', i), texto.size());
         std::string palabra = texto.substr(i, fin - i);
         i = fin + 1;
-        if (!linea.empty() && !Cabe(linea + " " + palabra, tamano, ancho)) cerrar();
+        if (!linea.empty()) {
+            std::string larga = linea;
+            larga.append(1, ' ').append(palabra);
+            if (Cabe(larga, tamano, ancho)) {
+                linea = std::move(larga);
+                continue;
+            }
+            cerrar();
+        }
         // One character is left whole, or there would be no end to it.
         while (FinDeCaracteres(palabra, 1) < palabra.size() && !Cabe(palabra, tamano, ancho)) {
             linea = palabra.substr(0, LargoQueCabe(palabra, tamano, ancho));
             palabra.erase(0, linea.size());
             cerrar();
         }
-        linea += (linea.empty() ? "" : " ") + palabra;
+        linea = std::move(palabra);
     }
     if (!linea.empty()) cerrar();
     return salida;
