@@ -12,6 +12,7 @@
 #include <fstream>
 #include <iterator>
 #include <map>
+#include <thread>
 
 #include "tests/apoyo/Apoyo.h"
 #include "ui/platform/pdf/Documento.h"
@@ -250,14 +251,22 @@ TEST_F(Pagina, UnaHojaPedidaAntesEstaHecha) {
     Abrir(LentaYRoja(), 1500ms);
     doc->RenderAhead(1, 200);
     ASSERT_TRUE(doc->WaitForPage(1, 200, 1000));
-    // Nothing more is needed from the process.
-    kill(Hijos().at(0), SIGKILL);
-    ASSERT_TRUE(Dibujar(1, 200)) << error;
-    EXPECT_EQ(Color(raster, 50, 50), "ff0000ff");
-    EXPECT_FALSE(Dibujar(1, 200));
-    EXPECT_EQ(error, kCerrado);
-    // The next one gets a new process.
-    ASSERT_TRUE(Dibujar(1, 200)) << error;
+    // Another one is wanted instead: the process that drew ahead is free for it, however long that is ago.
+    const pid_t proceso = Hijos().at(0);
+    doc->RenderAhead(1, 300);
+    std::this_thread::sleep_for(500ms);
+    ASSERT_TRUE(Dibujar(1, 250)) << error;
+    ASSERT_EQ(Hijos().at(0), proceso);
+
+    doc->RenderAhead(1, 200);
+    ASSERT_TRUE(doc->WaitForPage(1, 200, 1000));
+    // Nothing more is needed from the process, and its end is no fault of the next page.
+    kill(proceso, SIGKILL);
+    while (Proc(proceso, "stat").find(") Z") == std::string::npos) std::this_thread::sleep_for(1ms);
+    for (const int ancho : {200, 201}) {
+        ASSERT_TRUE(Dibujar(1, ancho)) << error;
+        EXPECT_EQ(Color(raster, 50, 50), "ff0000ff");
+    }
 }
 
 TEST_F(Pagina, ElProgramaQueMuereDibujandoSeSustituye) {

@@ -166,6 +166,8 @@ bool Documento::WaitForPage(int page, int width, int ms) {
     const Hoja hoja{page, width};
     const auto limite = Reloj::now() + milliseconds(std::max(ms, 0));
     while (true) {
+        // What was drawn ahead may be answered since: then the process is free, however long ago it was asked.
+        if (enCurso_ && *enCurso_ != hoja) Atender(milliseconds(0));
         if (hecha_ && hecha_->hoja == hoja) return true;
         const auto ahora = Reloj::now();
         if (enCurso_ && Estorba(hoja, ahora)) Abandonar();
@@ -197,13 +199,14 @@ void Documento::Pedir(const Hoja& hoja) {
     hecha_.reset();
     enCurso_ = hoja;
     desde_ = Reloj::now();
-    if (!ayudante_) {
-        ayudante_ = Ayudante::Arrancar(contenido_, pixeles_);
-        abriendo_ = true;
-    }
+    const Peticion peticion{++numero_, hoja.pagina, hoja.ancho};
+    // A process that ended while it had nothing to do is no fault of this page.
+    if (ayudante_ && ayudante_->Enviar(peticion)) return;
+    ayudante_ = Ayudante::Arrancar(contenido_, pixeles_);
+    abriendo_ = true;
     if (!ayudante_)
         Fallar(kSinPrograma);
-    else if (!ayudante_->Enviar({++numero_, hoja.pagina, hoja.ancho}))
+    else if (!ayudante_->Enviar(peticion))
         FallarPorMuerte();
 }
 
