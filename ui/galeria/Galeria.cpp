@@ -85,8 +85,8 @@ bool CGaleria::OnInit() {
     PonerBotones();
     PonerEdiciones();
     PonerListas();
-    PonerPagina();
     estado_ = AddLabel("Pulse, escriba o suelte aquí un fichero.", {kMargen, kAlto - 30, 560, 20});
+    PonerPagina();
     Anotar("inicio");
     return true;
 }
