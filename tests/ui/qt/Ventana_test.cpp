@@ -222,13 +222,15 @@ TEST(Ventana, SinPantallaDiceUnaLinea) {
         {{"DISPLAY", "WAYLAND_DISPLAY"}, 1, "No hay pantalla: "},
         {{"DISPLAY=:9999", "WAYLAND_DISPLAY=no-existe"}, 1, "No hay pantalla: "},
         {{"DISPLAY", "QT_QPA_PLATFORM=xcb"}, 1, "No hay pantalla: "},
+        {{"DISPLAY", "QT_QPA_PLATFORM=wayland;xcb"}, 1, "No hay pantalla: "},
+        {{"DISPLAY", "QT_QPA_PLATFORM=wayland;offscreen"}, 0, ""},
         {{"DISPLAY", "QT_QPA_PLATFORM=offscreen"}, 0, ""},
     };
     const CarpetaTemporal carpeta;
     for (const auto& [variables, codigo, principio] : casos) {
         SCOPED_TRACE(testing::PrintToString(variables));
         Variables entorno = Con({"WAYLAND_DISPLAY", "QT_QPA_PLATFORM", "XDG_RUNTIME_DIR=" + carpeta.Ruta()}, variables);
-        CPrograma galeria({GALERIA, "--cerrar"}, entorno);
+        CPrograma galeria({GALERIA, "--cerrar", "no_esta.pdf"}, entorno);
         EXPECT_EQ(galeria.Esperar(20000), codigo);
         EXPECT_THAT(galeria.Errores(), testing::StartsWith(principio));
         if (codigo != 0) {

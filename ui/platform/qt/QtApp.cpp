@@ -52,18 +52,25 @@ bool ReachesWayland() {
     return reached;
 }
 
-// Qt ends the process when it finds no display, so the question comes first.
-bool HasDisplay() {
-    const std::string wanted = Variable("QT_QPA_PLATFORM");
-    const bool any = wanted.empty(), x = wanted.rfind("xcb", 0) == 0, wayland = wanted.rfind("wayland", 0) == 0;
-    if (!any && !x && !wayland) return true;
-    if ((any || x) && ReachesX()) return true;
-    if (x || !ReachesWayland()) return false;
-    // Wayland alone, whose plug-in comes in a package of its own.
+// The plug-in comes in a package of its own.
+bool HasWaylandPlugin() {
     const QDir plugins(QLibraryInfo::path(QLibraryInfo::PluginsPath) + "/platforms");
-    if (plugins.entryList({"libqwayland*"}, QDir::Files).isEmpty()) return false;
-    if (any) setenv("QT_QPA_PLATFORM", "wayland", 1);
-    return true;
+    return !plugins.entryList({"libqwayland*"}, QDir::Files).isEmpty();
+}
+
+// Qt ends the process when it finds no display, so the question comes first. It tries several platforms in turn where
+// they are told so: "wayland;xcb".
+bool HasDisplay() {
+    const QString wanted = qEnvironmentVariable("QT_QPA_PLATFORM");
+    for (const QString& one : (wanted.isEmpty() ? "xcb;wayland" : wanted).split(';', Qt::SkipEmptyParts)) {
+        const bool x = one.startsWith("xcb"), wayland = one.startsWith("wayland");
+        if (!x && !wayland) return true;
+        if (x && ReachesX()) return true;
+        if (!wayland || !ReachesWayland() || !HasWaylandPlugin()) continue;
+        if (wanted.isEmpty()) setenv("QT_QPA_PLATFORM", "wayland", 1);
+        return true;
+    }
+    return false;
 }
 
 std::unique_ptr<QApplication> NewApplication() {
