@@ -8,6 +8,8 @@
 #include <QPainter>
 #include <QStyleHints>
 #include <QUrl>
+#include <algorithm>
+#include <climits>
 #include <cmath>
 #include <utility>
 
@@ -101,7 +103,7 @@ void CQtView::Flush() {
 bool CQtView::StartTimer(unsigned id, unsigned ms) {
     if (owner_ == nullptr) return false;
     StopTimer(id);
-    timers_[id] = startTimer(static_cast<int>(ms), Qt::PreciseTimer);
+    timers_[id] = startTimer(static_cast<int>(std::min<unsigned>(ms, INT_MAX)), Qt::PreciseTimer);
     return true;
 }
 
@@ -223,7 +225,7 @@ void CQtView::SendOutside() {
 
 void CQtView::EndPress() {
     if (pressed_ == Qt::NoButton) return;
-    const Qt::MouseButton button = pressed_ & Qt::LeftButton ? Qt::LeftButton : Qt::RightButton;
+    const Qt::MouseButton button = pressed_ == Qt::RightButton ? Qt::RightButton : Qt::LeftButton;
     pressed_ = Qt::NoButton;
     RouteMouse(EventType::MouseUp, QPointF(kOutside.x, kOutside.y), Qt::NoModifier, button);
     SendOutside();
@@ -281,11 +283,13 @@ void CQtView::leaveEvent(QEvent*) {
 
 void CQtView::wheelEvent(QWheelEvent* e) {
     const int delta = e->angleDelta().y();
+    e->accept();
+    // Part of a gesture that goes sideways.
+    if (delta == 0) return;
     if (wheel_ != 0 && (wheel_ > 0) != (delta > 0)) wheel_ = 0;
     wheel_ += delta;
     const int notches = wheel_ / kNotch;
     wheel_ %= kNotch;
-    e->accept();
     if (notches == 0) return;
     Event ev;
     ev.type = EventType::MouseWheel;

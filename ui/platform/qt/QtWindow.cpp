@@ -40,6 +40,7 @@ void CQtWindow::Show() {
     if (!IsOpen()) return;
     view_->Announce();
     if (!IsOpen()) return;
+    view_->setWindowState(view_->windowState() & ~Qt::WindowMinimized);
     view_->show();
     view_->raise();
     view_->activateWindow();
