@@ -27,7 +27,7 @@ TEST(Ventana, TakesADefaultTitleAndSizeAndForwardsOnceItExists) {
     ventana.Center();
     ventana.SetTitle("Otro");
     ventana.SetMinSize({3, 4});
-    EXPECT_THAT(Falso::De(ventana).llamadas,
+    EXPECT_THAT(Falso::De(ventana).lineas,
                 ElementsAre("Create LxWindow 800x50", "Center", "SetTitle Otro", "SetMinSize 3x4"));
     EXPECT_EQ(ventana.GetScale(), 2);
     const int antes = Falso::De(ventana).invalidaciones;
@@ -103,7 +103,7 @@ TEST(Dialogo, EndsByCodeByItsCloseButtonOrNotAtAll) {
 
     Falso::ElMundo().guion = {
         [&] {
-            EXPECT_EQ(Falso::De(dialogo).llamadas, (Registro{"Create Dialog 400x300", "Center", "Show"}));
+            EXPECT_EQ(Falso::De(dialogo).lineas, (Registro{"Create Dialog 400x300", "Center", "Show"}));
         },
         [&] { dialogo.EndDialog(5); }};
     EXPECT_EQ(dialogo.DoModal(), 5);

@@ -1,15 +1,13 @@
 #include "tests/ui/apoyo/Falso.h"
 
+#include <algorithm>
+#include <charconv>
+#include <cstdio>
 #include <stdexcept>
-#include <utility>
 
 namespace Falso {
 
 namespace {
-
-std::string T(const Lx::Size& s) {
-    return " " + std::to_string(s.cx) + "x" + std::to_string(s.cy);
-}
 
 class Backend : public Lx::CAppBackend {
   public:
@@ -72,33 +70,43 @@ Aplicacion::~Aplicacion() {
     ElMundo().elegirFichero = nullptr;
 }
 
+std::string Texto(const Lx::Color& c) {
+    char texto[10];
+    std::snprintf(texto, sizeof texto, "#%02x%02x%02x%02x", c.r, c.g, c.b, c.a);
+    return texto;
+}
+
+std::string Texto(float n) {
+    char texto[64];
+    return {texto, std::to_chars(texto, texto + sizeof texto, n).ptr};
+}
+
+Lx::Size Lienzo::MeasureText(const std::string& utf8, const std::string&, int alto, bool negrita, bool) {
+    const auto sigue = [](char c) { return (static_cast<unsigned char>(c) & 0xC0) == 0x80; };
+    const auto letras =
+        static_cast<int>(utf8.size()) - static_cast<int>(std::count_if(utf8.begin(), utf8.end(), sigue));
+    return {letras * (negrita ? 8 : 7), alto + 4};
+}
+
 Ventana::~Ventana() {
     if (duena_) --ElMundo().ventanasVivas;
 }
 
 bool Ventana::Create(Lx::CWindow* owner, const std::string& title, const Lx::Size& clientSize) {
-    llamadas.push_back("Create " + title + T(clientSize));
+    Apuntar("Create", title, clientSize);
     if (!ElMundo().aceptaVentanas) return false;
     duena_ = owner;
     ++ElMundo().ventanasVivas;
     return true;
 }
 
-void Ventana::Show() {
-    llamadas.emplace_back("Show");
-}
-
-void Ventana::Hide() {
-    llamadas.emplace_back("Hide");
-}
-
 void Ventana::RequestClose() {
-    llamadas.emplace_back("RequestClose");
+    Apuntar("RequestClose");
     if (!cerrada && duena_->OnClose()) Desmontar();
 }
 
 void Ventana::Destroy() {
-    llamadas.emplace_back("Destroy");
+    Apuntar("Destroy");
     Desmontar();
 }
 
@@ -109,50 +117,10 @@ void Ventana::Desmontar() {
     if (!duena_->keepAppOnClose && Lx::LxApp::s_pApp) Lx::LxApp::s_pApp->Quit(0);
 }
 
-void Ventana::InvalidateRect(const Lx::Rect* /*area*/) {
-    invalidaciones += cerrada ? 0 : 1;
-}
-
-void Ventana::SetTitle(const std::string& utf8) {
-    llamadas.push_back("SetTitle " + utf8);
-}
-
-void Ventana::SetResizable(bool resizable) {
-    llamadas.push_back("SetResizable " + std::to_string(resizable));
-}
-
-void Ventana::SetMinSize(const Lx::Size& clientSize) {
-    llamadas.push_back("SetMinSize" + T(clientSize));
-}
-
-void Ventana::SetMaxSize(const Lx::Size& clientSize) {
-    llamadas.push_back("SetMaxSize" + T(clientSize));
-}
-
-void Ventana::Center() {
-    llamadas.emplace_back("Center");
-}
-
-void* Ventana::GetHandle() const {
-    return const_cast<Ventana*>(this);
-}
-
 bool Ventana::SetTimer(unsigned id, unsigned ms) {
     if (cerrada || id == 0 || ms == 0) return false;
     temporizadores[id] = ms;
     return true;
-}
-
-bool Ventana::KillTimer(unsigned id) {
-    return temporizadores.erase(id) > 0;
-}
-
-void Ventana::FlushPaint() {
-    llamadas.emplace_back("FlushPaint");
-}
-
-void Ventana::SetBusy(bool busy) {
-    llamadas.push_back("SetBusy " + std::to_string(busy));
 }
 
 float Ventana::GetScale() const {

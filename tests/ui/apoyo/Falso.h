@@ -10,6 +10,7 @@
 #include <functional>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "ui/LxApp.h"
@@ -20,62 +21,102 @@
 
 namespace Falso {
 
-// Text measures 7 pixels per code point, and the font size plus 4 in height; bold adds 1 pixel per code point.
-class Lienzo : public Lx::CCanvas {
-  public:
-    // One line per call, its name first, then in the order of the parameters: rects "x,y,w,h", points "x,y", colours
-    // "#rrggbbaa", floats as short as they are; a text in quotes, then its font: "DrawText "Hola" 5,6 #000000ff
-    // system 13 bold italic". An image is told by its size: "DrawImageRGBA 4x2 0,0,8,4". Measuring isn't recorded.
-    std::vector<std::string> lineas;
-    bool sabeImagenes = true;  // false: DrawImageRGBA gives false
+// How calls are written down.
+inline std::string Texto(const std::string& t) {
+    return t;
+}
+inline std::string Texto(int n) {
+    return std::to_string(n);
+}
+inline std::string Texto(const Lx::Point& p) {
+    return Texto(p.x) + "," + Texto(p.y);
+}
+inline std::string Texto(const Lx::Size& s) {
+    return Texto(s.cx) + "x" + Texto(s.cy);
+}
+inline std::string Texto(const Lx::Rect& r) {
+    return Texto(Lx::Point{r.x, r.y}) + "," + Texto(Lx::Point{r.w, r.h});
+}
+std::string Texto(const Lx::Color& c);
+std::string Texto(float n);
 
-    void FillRect(const Lx::Rect& rect, const Lx::Color& color) override;
-    void DrawRect(const Lx::Rect& rect, const Lx::Color& color, float width) override;
-    void FillRoundRect(const Lx::Rect& rect, float radius, const Lx::Color& color) override;
-    void DrawRoundRect(const Lx::Rect& rect, float radius, const Lx::Color& color, float width) override;
-    void FillEllipse(const Lx::Rect& rect, const Lx::Color& color) override;
-    void DrawEllipse(const Lx::Rect& rect, const Lx::Color& color, float width) override;
-    void DrawLine(const Lx::Point& from, const Lx::Point& to, const Lx::Color& color, float width) override;
-    void DrawText(const std::string& utf8, const Lx::Point& topLeft, const Lx::Color& color,
-                  const std::string& fontFamily, int fontSize, bool bold, bool italic) override;
-    Lx::Size MeasureText(const std::string& utf8, const std::string& fontFamily, int fontSize, bool bold,
-                         bool italic) override;
-    void Save() override;
-    void Restore() override;
-    void Translate(float dx, float dy) override;
-    void Scale(float sx, float sy) override;
-    void ClipRect(const Lx::Rect& rect) override;
-    void ClearRect(const Lx::Rect& rect) override;
-    bool DrawImageRGBA(const unsigned char* rgba, int width, int height, const Lx::Rect& dest) override;
-    void DrawImageFile(const std::string& path, const Lx::Rect& dest) override;
-    void FillGradient(const Lx::Rect& rect, const Lx::Color& from, const Lx::Color& to, float angle) override;
+// One line per call: its name, then what it was given.
+class Apuntes {
+  public:
+    template <class... Valores>
+    void Apuntar(std::string nombre, const Valores&... valores) {
+        ((nombre += " " + Texto(valores)), ...);
+        lineas.push_back(std::move(nombre));
+    }
+    std::vector<std::string> lineas;
 };
 
-// The platform side of one window: De(ventana).
-class Ventana : public Lx::CWindowImpl {
+// Text measures 7 pixels per code point, and the font size plus 4 in height; bold adds 1 pixel per code point.
+class Lienzo : public Lx::CCanvas, public Apuntes {
+  public:
+    // In the order of the parameters: rects "x,y,w,h", points "x,y", colours "#rrggbbaa", floats as short as they are;
+    // a text in quotes, then its font: "DrawText "Hola" 5,6 #000000ff system 13 bold italic". An image is told by its
+    // size: "DrawImageRGBA 4x2 0,0,8,4". Measuring isn't recorded.
+    bool sabeImagenes = true;  // false: DrawImageRGBA gives false
+
+    void FillRect(const Lx::Rect& r, const Lx::Color& c) override { Apuntar("FillRect", r, c); }
+    void DrawRect(const Lx::Rect& r, const Lx::Color& c, float w) override { Apuntar("DrawRect", r, c, w); }
+    void FillRoundRect(const Lx::Rect& r, float a, const Lx::Color& c) override { Apuntar("FillRoundRect", r, a, c); }
+    void DrawRoundRect(const Lx::Rect& r, float a, const Lx::Color& c, float w) override {
+        Apuntar("DrawRoundRect", r, a, c, w);
+    }
+    void FillEllipse(const Lx::Rect& r, const Lx::Color& c) override { Apuntar("FillEllipse", r, c); }
+    void DrawEllipse(const Lx::Rect& r, const Lx::Color& c, float w) override { Apuntar("DrawEllipse", r, c, w); }
+    void DrawLine(const Lx::Point& a, const Lx::Point& b, const Lx::Color& c, float w) override {
+        Apuntar("DrawLine", a, b, c, w);
+    }
+    void DrawText(const std::string& texto, const Lx::Point& p, const Lx::Color& c, const std::string& letra, int alto,
+                  bool negrita, bool cursiva) override {
+        const std::string forma = std::string(negrita ? " bold" : "") + (cursiva ? " italic" : "");
+        Apuntar("DrawText", "\"" + texto + "\"", p, c, letra, Texto(alto) + forma);
+    }
+    Lx::Size MeasureText(const std::string& utf8, const std::string& letra, int alto, bool negrita,
+                         bool cursiva) override;
+    void Save() override { Apuntar("Save"); }
+    void Restore() override { Apuntar("Restore"); }
+    void Translate(float x, float y) override { Apuntar("Translate", x, y); }
+    void Scale(float x, float y) override { Apuntar("Scale", x, y); }
+    void ClipRect(const Lx::Rect& r) override { Apuntar("ClipRect", r); }
+    void ClearRect(const Lx::Rect& r) override { Apuntar("ClearRect", r); }
+    bool DrawImageRGBA(const unsigned char*, int w, int h, const Lx::Rect& r) override {
+        Apuntar("DrawImageRGBA", Lx::Size{w, h}, r);
+        return sabeImagenes;
+    }
+    void DrawImageFile(const std::string& ruta, const Lx::Rect& r) override { Apuntar("DrawImageFile", ruta, r); }
+    void FillGradient(const Lx::Rect& r, const Lx::Color& a, const Lx::Color& b, float giro) override {
+        Apuntar("FillGradient", r, a, b, giro);
+    }
+};
+
+// The platform side of one window: De(ventana). It writes down "Create Título 800x600", "Show", "SetTitle Otro",
+// "FlushPaint", "SetBusy 1"..., neither timers nor invalidations.
+class Ventana : public Lx::CWindowImpl, public Apuntes {
   public:
     ~Ventana() override;
 
     bool Create(Lx::CWindow* owner, const std::string& title, const Lx::Size& clientSize) override;
-    void Show() override;
-    void Hide() override;
+    void Show() override { Apuntar("Show"); }
+    void Hide() override { Apuntar("Hide"); }
     void RequestClose() override;
     void Destroy() override;
-    void InvalidateRect(const Lx::Rect* area) override;
-    void SetTitle(const std::string& utf8) override;
-    void SetResizable(bool resizable) override;
-    void SetMinSize(const Lx::Size& clientSize) override;
-    void SetMaxSize(const Lx::Size& clientSize) override;
-    void Center() override;
-    [[nodiscard]] void* GetHandle() const override;
+    void InvalidateRect(const Lx::Rect*) override { invalidaciones += cerrada ? 0 : 1; }
+    void SetTitle(const std::string& titulo) override { Apuntar("SetTitle", titulo); }
+    void SetResizable(bool si) override { Apuntar("SetResizable", int{si}); }
+    void SetMinSize(const Lx::Size& s) override { Apuntar("SetMinSize", s); }
+    void SetMaxSize(const Lx::Size& s) override { Apuntar("SetMaxSize", s); }
+    void Center() override { Apuntar("Center"); }
+    [[nodiscard]] void* GetHandle() const override { return const_cast<Ventana*>(this); }
     bool SetTimer(unsigned id, unsigned ms) override;
-    bool KillTimer(unsigned id) override;
-    void FlushPaint() override;
-    void SetBusy(bool busy) override;
+    bool KillTimer(unsigned id) override { return temporizadores.erase(id) > 0; }
+    void FlushPaint() override { Apuntar("FlushPaint"); }
+    void SetBusy(bool si) override { Apuntar("SetBusy", int{si}); }
     [[nodiscard]] float GetScale() const override;
 
-    // "Create Título 800x600", "Show", "SetTitle Otro", "FlushPaint", "SetBusy 1"... Neither timers nor invalidations.
-    std::vector<std::string> llamadas;
     int invalidaciones = 0;
     std::map<unsigned, unsigned> temporizadores;  // id to milliseconds
     bool cerrada = false;
