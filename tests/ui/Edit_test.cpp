@@ -4,6 +4,7 @@
 #include <malloc.h>
 
 #include <cstdlib>
+#include <map>
 #include <new>
 
 #include "tests/ui/apoyo/Falso.h"

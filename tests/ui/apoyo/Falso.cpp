@@ -112,15 +112,8 @@ void Ventana::Destroy() {
 
 void Ventana::Desmontar() {
     if (std::exchange(cerrada, true)) return;
-    temporizadores.clear();
     duena_->OnDestroy();
     if (!duena_->keepAppOnClose && Lx::LxApp::s_pApp) Lx::LxApp::s_pApp->Quit(0);
-}
-
-bool Ventana::SetTimer(unsigned id, unsigned ms) {
-    if (cerrada || id == 0 || ms == 0) return false;
-    temporizadores[id] = ms;
-    return true;
 }
 
 float Ventana::GetScale() const {
@@ -198,12 +191,6 @@ bool Orden(Lx::CWindow& ventana, Lx::EditCommand orden, std::string* texto) {
     const bool consumida = Enviar(ventana, ev);
     if (texto) *texto = ev.text;
     return consumida;
-}
-
-bool Tictac(Lx::CWindow& ventana, unsigned id) {
-    if (!De(ventana).temporizadores.contains(id)) return false;
-    ventana.OnTimer(id);
-    return true;
 }
 
 size_t HacerTareas() {

@@ -8,7 +8,6 @@
 
 #include <deque>
 #include <functional>
-#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -111,14 +110,13 @@ class Ventana : public Lx::CWindowImpl, public Apuntes {
     void SetMaxSize(const Lx::Size& s) override { Apuntar("SetMaxSize", s); }
     void Center() override { Apuntar("Center"); }
     [[nodiscard]] void* GetHandle() const override { return const_cast<Ventana*>(this); }
-    bool SetTimer(unsigned id, unsigned ms) override;
-    bool KillTimer(unsigned id) override { return temporizadores.erase(id) > 0; }
+    bool SetTimer(unsigned, unsigned) override { return true; }
+    bool KillTimer(unsigned) override { return true; }
     void FlushPaint() override { Apuntar("FlushPaint"); }
     void SetBusy(bool si) override { Apuntar("SetBusy", int{si}); }
     [[nodiscard]] float GetScale() const override;
 
     int invalidaciones = 0;
-    std::map<unsigned, unsigned> temporizadores;  // id to milliseconds
     bool cerrada = false;
 
   private:
@@ -177,8 +175,6 @@ void Teclear(Lx::CWindow& ventana, const std::string& utf8);
 // `texto` is the clipboard's for Paste, and afterwards what the control put there.
 bool Orden(Lx::CWindow& ventana, Lx::EditCommand orden, std::string* texto = nullptr);
 
-// One tick; false when there is no such timer.
-bool Tictac(Lx::CWindow& ventana, unsigned id);
 // Runs what CallLater has recorded until now, and gives how many tasks that were.
 size_t HacerTareas();
 // What PaintAll draws; a control alone draws without clip.
