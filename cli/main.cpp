@@ -1,6 +1,4 @@
-#include <fcntl.h>
 #include <signal.h>
-#include <unistd.h>
 
 #include <new>
 #include <string_view>
@@ -9,6 +7,7 @@
 #include "cli/Argumentos.h"
 #include "cli/Ordenes.h"
 #include "cli/Texto.h"
+#include "crypto/LxSecreto.h"
 
 namespace {
 
@@ -81,20 +80,10 @@ int Despachar(int argc, char** argv) {
     return MalUso(que + ("\"" + std::string(primero) + "\"."));
 }
 
-// A standard stream that the caller closed must not become the next file that is opened. Read-only, so that writing to
-// it still fails.
-void OcuparDescriptores() {
-    int fd = 0;
-    do {
-        fd = open("/dev/null", O_RDONLY);
-    } while (fd >= 0 && fd <= STDERR_FILENO);
-    if (fd > STDERR_FILENO) close(fd);
-}
-
 }  // namespace
 
 int main(int argc, char** argv) {
-    OcuparDescriptores();
+    Lx::PrepararProceso();
     signal(SIGPIPE, SIG_IGN);  // a reader that left shows as a failed write
     try {
         const Lx::CertStore::CarpetaPrivada carpeta;

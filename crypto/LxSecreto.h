@@ -5,6 +5,11 @@
 
 namespace Lx {
 
+// First thing in a program that will hold secrets. No core dump is written of it or of what it starts. A standard
+// stream that the caller closed is given /dev/null, so that it does not become the next file that is opened; writing to
+// it still fails.
+void PrepararProceso();
+
 // Overwrites the text's bytes, its spare room too, and empties it.
 void Limpiar(std::string& secreto);
 
