@@ -52,6 +52,11 @@ if(TARGET velmora)
       list(APPEND pngs ${png})
       install(FILES ${png} DESTINATION ${iconos}/${lado}x${lado}/apps)
     endforeach()
-    add_custom_target(iconos ALL DEPENDS ${pngs})
+    # Where a program that is not installed looks for it.
+    set(junto ${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/velmora.png)
+    add_custom_command(OUTPUT ${junto} DEPENDS ${hecho}/48/velmora.png
+      COMMAND ${CMAKE_COMMAND} -E copy ${hecho}/48/velmora.png ${junto} VERBATIM)
+    add_custom_target(iconos ALL DEPENDS ${pngs} ${junto})
+    add_dependencies(velmora iconos)
   endif()
 endif()

@@ -8,6 +8,7 @@
 #include <QAbstractEventDispatcher>
 #include <QDir>
 #include <QEventLoop>
+#include <QIcon>
 #include <QLibraryInfo>
 #include <QPointer>
 #include <QTimer>
@@ -73,6 +74,12 @@ bool HasDisplay() {
     return false;
 }
 
+// As installed, else the one beside the program in a build tree.
+QIcon ProgramIcon(const QString& name) {
+    const QIcon icon = QIcon::fromTheme(name);
+    return icon.isNull() ? QIcon(QCoreApplication::applicationDirPath() + "/" + name + ".png") : icon;
+}
+
 std::unique_ptr<QApplication> NewApplication() {
     // Arguments are the program's business: Qt gets none, or a file called "-style" would vanish.
     static char name[] = "velmora";
@@ -82,6 +89,7 @@ std::unique_ptr<QApplication> NewApplication() {
     QCoreApplication::setApplicationName(name);
     QGuiApplication::setDesktopFileName(name);
     auto app = std::make_unique<QApplication>(count, arguments);
+    QGuiApplication::setWindowIcon(ProgramIcon(name));
     QApplication::setQuitOnLastWindowClosed(false);
     // Qt takes every category from the environment; numbers are read and written with a point here.
     std::setlocale(LC_NUMERIC, "C");
