@@ -91,6 +91,7 @@ void CMainWindow::MontarBotones() {
     };
     for (const Boton& b : kAntes) montar(b);
     hoja_ = AddEdit("0 / 0", {0, 54, 90, 28});
+    hoja_->SetPlaceholder("Página");  // its name too, for who can't see it
     hoja_->SetStyle("text-align:center;");
     hoja_->OnEnter(this, &CMainWindow::OnIrHoja);
     for (const Boton& b : kDespues) montar(b);
