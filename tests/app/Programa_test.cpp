@@ -3,7 +3,9 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 
@@ -22,6 +24,8 @@ struct Sitio {
 constexpr Sitio kFirmar{174, 68}, kHoja{739, 68};                                         // main window
 constexpr Sitio kSello{220, 360}, kAceptar{490, 422}, kRuta{220, 464}, kClave{552, 464};  // certificate dialog
 constexpr Sitio kAceptarPin{244, 205};
+constexpr int kDistintos =
+    40;  // squares of a picture that may look otherwise: a button has more, another font makes less
 
 // Whether the text stands anywhere in the memory of a process.
 bool EstaEnMemoria(pid_t pid, const std::string& texto) {
@@ -58,7 +62,7 @@ class Programa : public ConTarjeta {
         std::vector<std::string> todo = Comando();
         todo.insert(todo.end(), {"sh", "-c", "V=" VELMORA "; " + orden});
         Apoyo::Variables entorno = pantalla_.Entorno();
-        entorno.insert(entorno.end(), {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1", "LSAN_OPTIONS=" OPCIONES_LSAN});
+        entorno.emplace_back("QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1");
         programa_ = std::make_unique<Apoyo::CPrograma>(todo, entorno);
     }
     void Abrir(const std::string& documento) {
@@ -135,9 +139,27 @@ TEST_F(Programa, ComoEmpieza) {
     Lanzar("exec $V");
     Ve(R"(label./.*/Velmora\.pdf\|)");
     Ve(R"(text\|.*\|1 / 2$)");
+    ASSERT_EQ(Guion("mkdir solo && cp $(dirname $CLI)/velmora solo").codigo, 0);
+    Lanzar("exec solo/velmora");
+    Ve("label.Pulsa 'Abrir PDF' para cargar un documento");
+    Clic(Espera("Velmora 2026"), kFirmar);
+    Ve("label.No hay ningun documento abierto");
     Lanzar("exec env -u DISPLAY $V contrato.pdf");
     EXPECT_EQ(programa_->Esperar(), 255);
     EXPECT_EQ(Apoyo::Cuenta(programa_->Errores(), "\n"), 1U) << programa_->Errores();
+}
+
+TEST_F(Programa, LoSuyoSeVaConEl) {
+    Lanzar("exec $V contrato.pdf 0<&- 2>&-");
+    Espera("Velmora 2026");
+    const std::string suya = "velmora_" + std::to_string(programa_->Pid());
+    EXPECT_THAT(Guion("cd $XDG_RUNTIME_DIR && stat -c '%a %n' *").texto, testing::StartsWith("700 " + suya));
+    const std::string proceso = "/proc/" + std::to_string(programa_->Pid());
+    for (const char* cerrado : {"/fd/0", "/fd/2"}) EXPECT_EQ(fs::read_symlink(proceso + cerrado), "/dev/null");
+    EXPECT_THAT(Apoyo::LeerFichero(proceso + "/limits"), testing::ContainsRegex("core file size +0 +0 "));
+    kill(programa_->Pid(), SIGTERM);
+    EXPECT_EQ(programa_->Esperar(), 128 + SIGTERM);
+    EXPECT_EQ(Guion("ls -A $XDG_RUNTIME_DIR").texto, "");
 }
 
 TEST_F(Programa, DosFirmasConUnFichero) {
@@ -287,6 +309,20 @@ TEST_F(Programa, UnPinMaloCuestaUnIntento) {
     EXPECT_EQ(Tarjeta().Verificaciones(), 3);
 }
 
+TEST_F(Programa, UnPinBloqueado) {
+    Apoyo::Escenario e = Dnie();
+    e.intentos = 0;
+    ASSERT_TRUE(Insertar({e}));
+    Abrir("contrato.pdf");
+    Elegir();
+    pantalla_.Pulsar("Return");
+    ElPin();
+    Ve("label.El PIN del DNIe está bloqueado");
+    DarPin(kBueno);
+    Ve("label.*PIN bloqueado: hay que desbloquearlo con el codigo PUK");
+    EXPECT_FALSE(fs::exists(En("contrato_firmao.pdf")));
+}
+
 TEST_F(Programa, LaTarjetaSeVaMientrasFirma) {
     Apoyo::Escenario e = Dnie();
     e.fallos = {{.ins = 0x2A, .retirar = true}};  // PERFORM SECURITY OPERATION
@@ -301,26 +337,121 @@ TEST_F(Programa, LaTarjetaSeVaMientrasFirma) {
 }
 
 TEST_F(Programa, LoQueNoSePuedeEscribirNiFirmar) {
-    ASSERT_EQ(
-        Guion("qpdf --encrypt '' jefe 256 -- contrato.pdf cifrado.pdf; qpdf --object-streams=generate contrato.pdf "
-              "denso.pdf")
-            .codigo,
-        0);
-    if (Guion("unshare -m true").codigo != 0) GTEST_SKIP() << "no mount namespaces";
-    Lanzar(
-        "exec unshare -m sh -c \"mkdir d && mount -t tmpfs d d && cp *.pdf d && mount -o remount,ro d && exec $V "
-        "d/contrato.pdf\"");
-    ventana_ = Espera("Velmora 2026");
-    Clic(ElegirPkcs12(), kAceptar);
-    Ve("label.no se pudo abrir d/contrato_firmao.pdf para escritura");
-    for (const auto& [nombre, frase] : Apoyo::Filas<std::string, std::string>{
-             {"cifrado", "el PDF esta cifrado"}, {"denso", "el catalogo del PDF no es un diccionario"}}) {
+    ASSERT_EQ(Guion("qpdf --encrypt '' jefe 256 -- contrato.pdf cifrado.pdf; cp contrato.pdf ido.pdf; qpdf "
+                    "--object-streams=generate contrato.pdf "
+                    "denso.pdf")
+                  .codigo,
+              0);
+    for (const auto& [nombre, antes, frase] : Apoyo::Filas<std::string, std::string, std::string>{
+             {"cifrado", "", "el PDF esta cifrado"},
+             {"denso", "", "el catalogo del PDF no es un diccionario"},
+             {"ido", "rm ido.pdf", "no se pudo leer ido.pdf"},
+         }) {
         Abrir(nombre + ".pdf");
         Ve(R"(text\|.*\|1 / 1$)");
+        ASSERT_EQ(Guion(antes).codigo, 0);
         Clic(ElegirPkcs12(), kAceptar);
         Ve("label." + frase);
         EXPECT_FALSE(fs::exists(En(nombre + "_firmao.pdf")));
     }
+    Lanzar("PATH=/noexiste exec $V contrato.pdf");
+    ventana_ = Espera("Velmora 2026");
+    Clic(Elegir(), kRuta);
+    Escribir(identidad_->p12);
+    Ve("label.*hace falta el programa 'openssl' en el PATH");
+}
+
+TEST_F(Programa, LaCarpetaNoAdmiteLaFirma) {
+    if (Guion("unshare -m true").codigo != 0) GTEST_SKIP() << "no mount namespaces";
+    for (const auto& [orden, frase] : Apoyo::Filas<std::string, std::string>{
+             {"mount -o remount,ro d", "no se pudo abrir d/contrato_firmao.pdf para escritura"},
+             {"head -c 1M /dev/zero > d/relleno", "escritura incompleta de d/contrato_firmao.pdf"},
+         }) {
+        Lanzar("exec unshare -m sh -c \"mkdir -p d; mount -t tmpfs -o size=64k d d; cp contrato.pdf d; " + orden +
+               "; exec $V d/contrato.pdf\"");
+        ventana_ = Espera("Velmora 2026");
+        Clic(ElegirPkcs12(), kAceptar);
+        Ve("label." + frase);
+        const fs::path carpeta = "/proc/" + std::to_string(programa_->Pid()) + "/cwd/d";
+        EXPECT_TRUE(fs::exists(carpeta / "contrato.pdf"));
+        EXPECT_FALSE(fs::exists(carpeta / "contrato_firmao.pdf"));
+    }
+}
+
+// The guide's pictures, of which the windows may only differ by what another font makes of a text: they are compared
+// in squares of eight pixels. VELMORA_IMAGENES=1 takes them anew.
+TEST_F(Programa, SeVeComoEnLaGuia) {
+    Apoyo::Escenario e = Dnie();
+    std::erase_if(e.ficheros, [this](const auto& f) { return f.second != titular_->certificado.der; });
+    ASSERT_TRUE(Insertar({e}));
+    ASSERT_EQ(Guion("cp $(dirname $CLI)/Velmora.pdf . && cp $P12 ana.p12").codigo, 0);
+    const auto comparar = [this](const std::string& ventana, const std::string& nombre) {
+        const std::string captura = En("captura.png"), guia = IMAGENES + nombre + ".png";
+        Apoyo::Salida s;
+        for (int i = 0; i < 20; ++i) {
+            pantalla_.Captura(captura, ventana);
+            s = Apoyo::Ejecutar({"convert", captura, guia, "-scale", "12.5%", "-fuzz", "12%", "-metric", "AE",
+                                 "-compare", "-format", "%[distortion]", "info:"});
+            if (s.codigo == 0 && std::atoi(s.texto.c_str()) <= kDistintos) return;
+            usleep(200'000);
+        }
+        if (std::getenv("VELMORA_IMAGENES") != nullptr)
+            Apoyo::Exigir({"convert", captura, "+dither", "-colors", "96", "-strip", "png8:" + guia});
+        else
+            ADD_FAILURE() << nombre << ": " << s.texto << " squares of 64 pixels differ. " << s.errores;
+    };
+    Abrir("Velmora.pdf");
+    comparar(ventana_, "ventana");
+    std::string dialogo = Elegir();
+    Clic(dialogo, kRuta);
+    pantalla_.Teclear("ana.p12");
+    Clic(dialogo, kClave);
+    Escribir(identidad_->password);
+    Ve("list item.*PKCS#12.*del fichero");
+    Clic(dialogo, {300, 70});
+    pantalla_.Mover(dialogo, 300, 390);
+    comparar(dialogo, "certificados");
+    Clic(dialogo, kAceptar);
+    dialogo = ElPin();
+    Ve("label.Quedan 3 intentos");
+    pantalla_.Teclear(kBueno);
+    comparar(dialogo, "pin");
+}
+
+// Tab goes through what each window can do, from where it starts, and around.
+TEST_F(Programa, ElTeclado) {
+    ASSERT_TRUE(Insertar({Dnie()}));
+    Escribir("otro.pdf", Pdf());
+    ASSERT_EQ(Guion("qpdf --empty --pages contrato.pdf contrato.pdf -- dos.pdf").codigo, 0);
+    Abrir("dos.pdf");
+    const auto recorrer = [this](const Nombres& sitios) {
+        for (const std::string& sitio : sitios) {
+            Ve("^" + sitio + R"([^|]*\|[A-Z ]*FOCUSED)");
+            pantalla_.Pulsar("Tab");
+        }
+        Ve("^" + sitios[0] + R"([^|]*\|[A-Z ]*FOCUSED)");
+    };
+    recorrer(
+        {"document frame.", "push button.Abrir PDF", "push button.Firmar", "text.", "push button.>", "push button.>>"});
+    Elegir();
+    recorrer({"list.", "push button.Actualizar lista", "combo box.", "push button.Firmar", "push button.Cancelar",
+              "text.PKCS#12", "push button.Examinar", "password text.Contraseña"});
+    pantalla_.Pulsar("Return");
+    ElPin();
+    recorrer({"password text.", "push button.Aceptar", "push button.Cancelar"});
+    pantalla_.Pulsar("Escape");
+    ASSERT_TRUE(pantalla_.EsperarCierre("PIN del DNI"));
+    pantalla_.Pulsar("ctrl+o");
+    Espera("Abrir documento PDF");
+    pantalla_.Pulsar("Escape");
+    ASSERT_TRUE(pantalla_.EsperarCierre("Abrir documento PDF"));
+    pantalla_.Pulsar("ctrl+o");
+    Espera("Abrir documento PDF");
+    pantalla_.Teclear("otro.pdf");
+    pantalla_.Pulsar("Return");
+    Ve(R"(label./.*/otro.pdf\|)");
+    pantalla_.Pulsar("ctrl+w");
+    EXPECT_EQ(programa_->Esperar(), 0);
 }
 
 }  // namespace PruebaCli
