@@ -1,5 +1,6 @@
 #include "app/DialogoSecreto.h"
 
+#include "app/Teclado.h"
 #include "crypto/LxSecreto.h"
 #include "ui/LxButton.h"
 #include "ui/LxEdit.h"
@@ -95,4 +96,8 @@ void CDialogoSecreto::OnKillFocus() {
 void CDialogoSecreto::OnKeyDown(Lx::KeyCode key, unsigned) {
     if (key == Lx::KeyCode::Escape) OnCancelar();
     if (key == Lx::KeyCode::Enter) OnAceptar();
+}
+
+void CDialogoSecreto::OnChar(unsigned ch) {
+    if (ch == ' ') Orvanta::PulsarFoco(*this);
 }

@@ -14,6 +14,7 @@ class CDialogoSecreto : public Lx::CDialog {
     void OnSetFocus() override;
     void OnKillFocus() override;
     void OnKeyDown(Lx::KeyCode key, unsigned modifiers) override;
+    void OnChar(unsigned ch) override;
     // 1, with the secret in its place, unless there is none yet.
     virtual void OnAceptar();
 

@@ -4,6 +4,7 @@
 #include <iterator>
 #include <string_view>
 
+#include "app/Teclado.h"
 #include "app/Texto.h"
 #include "crypto/LxSecreto.h"
 #include "ui/LxButton.h"
@@ -166,6 +167,10 @@ void CDlgFirmar::OnKillFocus() {}
 void CDlgFirmar::OnKeyDown(Lx::KeyCode key, unsigned) {
     if (key == Lx::KeyCode::Escape) OnCancelar();
     if (key == Lx::KeyCode::Enter) OnAceptar();
+}
+
+void CDlgFirmar::OnChar(unsigned ch) {
+    if (ch == ' ') Orvanta::PulsarFoco(*this);
 }
 
 void CDlgFirmar::Recargar() {

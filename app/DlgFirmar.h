@@ -27,6 +27,7 @@ class CDlgFirmar : public Lx::CDialog {
     void OnSetFocus() override;
     void OnKillFocus() override;
     void OnKeyDown(Lx::KeyCode key, unsigned modifiers) override;
+    void OnChar(unsigned ch) override;
 
     // Lists anew. Nothing is selected afterwards.
     void Recargar();

@@ -4,6 +4,7 @@
 #include <climits>
 #include <system_error>
 
+#include "app/Teclado.h"
 #include "app/Texto.h"
 #include "crypto/LxApi.h"
 #include "crypto/LxSecreto.h"
@@ -144,6 +145,10 @@ bool CMainWindow::OnClose() {
 
 void CMainWindow::OnKeyDown(Lx::KeyCode key, unsigned) {
     if (key == Lx::KeyCode::Escape) aviso_->Quitar();
+}
+
+void CMainWindow::OnChar(unsigned ch) {
+    if (ch == ' ') Orvanta::PulsarFoco(*this);
 }
 
 // --- The document

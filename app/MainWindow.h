@@ -23,6 +23,7 @@ class CMainWindow : public Lx::CWindow {
     void OnSize(unsigned flags, const Lx::Size& size) override;
     void OnPaint(Lx::CCanvas* canvas) override;
     void OnKeyDown(Lx::KeyCode key, unsigned modifiers) override;
+    void OnChar(unsigned ch) override;
     void OnShortcut(char letter, unsigned modifiers) override;
     void OnDropFile(const std::string& path) override;
     [[nodiscard]] bool AcceptsFiles() const override;

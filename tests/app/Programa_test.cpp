@@ -385,20 +385,20 @@ TEST_F(Programa, SeVeComoEnLaGuia) {
     std::erase_if(e.ficheros, [this](const auto& f) { return f.second != titular_->certificado.der; });
     ASSERT_TRUE(Insertar({e}));
     ASSERT_EQ(Guion("cp $(dirname $CLI)/Velmora.pdf . && cp $P12 ana.p12").codigo, 0);
-    const auto comparar = [this](const std::string& ventana, const std::string& nombre) {
+    const bool nuevas = std::getenv("VELMORA_IMAGENES") != nullptr;
+    const auto comparar = [&](const std::string& ventana, const std::string& nombre) {
         const std::string captura = En("captura.png"), guia = IMAGENES + nombre + ".png";
         Apoyo::Salida s;
-        for (int i = 0; i < 20; ++i) {
+        bool igual = false;
+        for (int i = 0; i < 20 && (nuevas || !igual); ++i) {
+            usleep(200'000);
             pantalla_.Captura(captura, ventana);
             s = Apoyo::Ejecutar({"convert", captura, guia, "-scale", "12.5%", "-fuzz", "12%", "-metric", "AE",
                                  "-compare", "-format", "%[distortion]", "info:"});
-            if (s.codigo == 0 && std::atoi(s.texto.c_str()) <= kDistintos) return;
-            usleep(200'000);
+            igual = s.codigo == 0 && std::atoi(s.texto.c_str()) <= kDistintos;
         }
-        if (std::getenv("VELMORA_IMAGENES") != nullptr)
-            Apoyo::Exigir({"convert", captura, "+dither", "-colors", "96", "-strip", "png8:" + guia});
-        else
-            ADD_FAILURE() << nombre << ": " << s.texto << " squares of 64 pixels differ. " << s.errores;
+        if (nuevas) Apoyo::Exigir({"convert", captura, "+dither", "-colors", "96", "-strip", "png8:" + guia});
+        EXPECT_TRUE(nuevas || igual) << nombre << ": " << s.texto << " squares differ. " << s.errores;
     };
     Abrir("Velmora.pdf");
     comparar(ventana_, "ventana");
@@ -433,13 +433,14 @@ TEST_F(Programa, ElTeclado) {
     };
     recorrer(
         {"document frame.", "push button.Abrir PDF", "push button.Firmar", "text.", "push button.>", "push button.>>"});
-    Elegir();
+    for (const char* tecla : {"Tab", "Tab", "space"}) pantalla_.Pulsar(tecla);
+    Espera("Selecciona el certificado digital");
     recorrer({"list.", "push button.Actualizar lista", "combo box.", "push button.Firmar", "push button.Cancelar",
               "text.PKCS#12", "push button.Examinar", "password text.Contraseña"});
     pantalla_.Pulsar("Return");
     ElPin();
     recorrer({"password text.", "push button.Aceptar", "push button.Cancelar"});
-    pantalla_.Pulsar("Escape");
+    for (const char* tecla : {"Tab", "Tab", "space"}) pantalla_.Pulsar(tecla);
     ASSERT_TRUE(pantalla_.EsperarCierre("PIN del DNI"));
     pantalla_.Pulsar("ctrl+o");
     Espera("Abrir documento PDF");

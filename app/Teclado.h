@@ -1,0 +1,12 @@
+// What the windows do with keys that no control took.
+#pragma once
+
+#include "ui/LxWindow.h"
+
+namespace Orvanta {
+
+// Presses the button that has the focus, for buttons take no keys of their own. Nothing when it is another control.
+// For Space, which no dialog ends with: an Enter that is held would go on into the window below.
+void PulsarFoco(Lx::CWindow& ventana);
+
+}  // namespace Orvanta
