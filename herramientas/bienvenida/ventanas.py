@@ -75,7 +75,8 @@ def barra(p, ancho):
     boton(p, 126, 53, 96, 30, "Firmar", SOBRE, True)
     for x, texto, activo in ((308, "<<", 0), (260, "<", 0), (106, ">", 1), (58, ">>", 1)):
         boton(p, ancho - x, 53, 44, 30, texto, BARRA, False, "#FFFFFF" if activo else "#6B7A94")
-    campo(p, ancho - 206, 54, 90, 28, "1 / 3")
+    campo(p, ancho - 206, 54, 90, 28)
+    p.texto(ancho - 161, 72.3, "1 / 3", 12, TINTA, ancla="c")
 
 
 def principal(p, ancho, alto):
