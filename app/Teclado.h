@@ -6,7 +6,7 @@
 namespace Orvanta {
 
 // Presses the button that has the focus, for buttons take no keys of their own. Nothing when it is another control.
-// For Space, which no dialog ends with: an Enter that is held would go on into the window below.
+// The windows call it for Space, not for Enter, which ends dialogs: held, it would go on into the window below.
 void PulsarFoco(Lx::CWindow& ventana);
 
 }  // namespace Orvanta
