@@ -143,8 +143,15 @@ bool CMainWindow::OnClose() {
     return true;
 }
 
-void CMainWindow::OnKeyDown(Lx::KeyCode key, unsigned) {
+// Whatever has the focus, the keys that turn pages do, unless it wanted them itself.
+void CMainWindow::OnKeyDown(Lx::KeyCode key, unsigned modifiers) {
     if (key == Lx::KeyCode::Escape) aviso_->Quitar();
+    if (visor_ == nullptr || focus == visor_) return;
+    Lx::Event ev;
+    ev.type = Lx::EventType::KeyDown;
+    ev.key = static_cast<uint16_t>(key);
+    ev.modifiers = modifiers;
+    visor_->OnEvent(ev);
 }
 
 void CMainWindow::OnChar(unsigned ch) {

@@ -104,6 +104,9 @@ TEST_F(Ventanas, LosBotonesQueLlevanAAlgunSitio) {
         std::string estado;
         for (size_t i = 2; i < 6; ++i) estado += Control<Lx::CButton>(v, i).enabled ? "1" : "0";
         EXPECT_EQ(estado, activos);
+        // The button that was clicked has the focus; the keys still turn pages.
+        Falso::Tecla(v, KeyCode::Home);
+        EXPECT_EQ(Control<Lx::CEdit>(v, 0).GetText(), paginas > 0 ? "1 / " + std::to_string(paginas) : "0 / 0");
     }
 }
 
