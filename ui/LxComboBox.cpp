@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "ui/Drawing.h"
+#include "ui/ListKeys.h"
 #include "ui/LxWindow.h"
 #include "ui/ScrollBar.h"
 #include "ui/Utf8.h"
@@ -118,27 +119,7 @@ void CComboBox::OnKey(Event& ev) {
     if (toggles) return open_ ? Close() : Open();
     const int count = static_cast<int>(items_.size());
     const int from = open_ ? highlighted_ : selected_;
-    const int page = std::max(1, ItemsRect().h / kItemHeight - 1);
-    int to = from;
     switch (key) {
-        case KeyCode::Up:
-            to = from - 1;
-            break;
-        case KeyCode::Down:
-            to = from + 1;
-            break;
-        case KeyCode::Home:
-            to = 0;
-            break;
-        case KeyCode::End:
-            to = count - 1;
-            break;
-        case KeyCode::PageUp:
-            to = from - page;
-            break;
-        case KeyCode::PageDown:
-            to = from + page;
-            break;
         case KeyCode::Escape:
             ev.handled = open_;
             return Close();
@@ -147,13 +128,14 @@ void CComboBox::OnKey(Event& ev) {
             if (open_) Choose(highlighted_);
             return;
         default:
-            ev.handled = false;
-            return;
+            break;
     }
-    if (count == 0) return;
-    to = std::clamp(to, 0, count - 1);
-    if (open_) return Highlight(to, true);
-    Choose(to);
+    const int page = std::max(1, ItemsRect().h / kItemHeight - 1);
+    const auto to = ItemByKey(key, from, page, count);
+    ev.handled = to.has_value();
+    if (!to) return;
+    if (open_) return Highlight(*to, true);
+    Choose(*to);
 }
 
 void CComboBox::OnLetter(const std::string& utf8) {

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "ui/Drawing.h"
+#include "ui/ListKeys.h"
 #include "ui/ScrollBar.h"
 #include "ui/Utf8.h"
 
@@ -115,40 +116,18 @@ void CListView::OnPress(Event& ev) {
 void CListView::OnKey(Event& ev) {
     if ((ev.modifiers & (kControl | kOption | kCommand)) != 0) return;
     Arrange();
-    const int count = GetCount();
-    const int page = std::max(1, ViewRect().h / Pitch() - 1);
-    int to = selected_;
-    switch (static_cast<KeyCode>(ev.key)) {
-        case KeyCode::Up:
-            to = selected_ - 1;
-            break;
-        case KeyCode::Down:
-            to = selected_ + 1;
-            break;
-        case KeyCode::Home:
-            to = 0;
-            break;
-        case KeyCode::End:
-            to = count - 1;
-            break;
-        case KeyCode::PageUp:
-            to = selected_ - page;
-            break;
-        case KeyCode::PageDown:
-            to = selected_ + page;
-            break;
-        case KeyCode::Enter: {
-            if (!onActivate || selected_ < 0) return;
-            ev.handled = true;
-            const auto handler = onActivate;
-            return handler(selected_);
-        }
-        default:
-            return;
+    const auto key = static_cast<KeyCode>(ev.key);
+    if (key == KeyCode::Enter) {
+        if (!onActivate || selected_ < 0) return;
+        ev.handled = true;
+        const auto handler = onActivate;
+        return handler(selected_);
     }
+    const auto to = ItemByKey(key, selected_, std::max(1, ViewRect().h / Pitch() - 1), GetCount());
+    if (!to) return;
     ev.handled = true;
     armed_ = -1;
-    if (count > 0) Select(std::clamp(to, 0, count - 1));
+    Select(*to);
 }
 
 void CListView::Select(int index) {
