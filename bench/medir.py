@@ -17,6 +17,7 @@ import subprocess
 import sys
 import tempfile
 import time
+from contextlib import nullcontext
 from pathlib import Path
 from typing import NamedTuple
 
@@ -278,28 +279,27 @@ def tabla(filas):
         print("  ".join(x.ljust(a) for x, a in zip(f, anchos)).rstrip())
 
 
-def main():
-    p = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    p.add_argument("--vueltas", type=int, default=7)
+def correr(doc, medidas, vueltas, taller):
+    """A script's command line: `taller(carpeta, a)` gives the context in which its measurements run."""
+    p = argparse.ArgumentParser(description=doc, formatter_class=argparse.RawDescriptionHelpFormatter)
+    p.add_argument("--vueltas", type=int, default=vueltas)
     p.add_argument("--carpeta", default=str(RAIZ / "build"))
     p.add_argument("--sin-construir", action="store_true")
     p.add_argument("medidas", nargs="*", metavar="MEASUREMENT")
     a = p.parse_args()
-    if not set(a.medidas) <= set(MEDIDAS):
-        p.error("MEASUREMENT is one of: " + " ".join(MEDIDAS))
+    if not set(a.medidas) <= set(medidas):
+        p.error("MEASUREMENT is one of: " + " ".join(medidas))
     if not a.sin_construir:
         construir()
     Path(a.carpeta).mkdir(parents=True, exist_ok=True)
-    with tempfile.TemporaryDirectory(dir=a.carpeta) as carpeta:
-        t = Taller(carpeta, a.vueltas)
+    with tempfile.TemporaryDirectory(dir=a.carpeta) as carpeta, taller(carpeta, a) as t:
         print(f"{os.cpu_count()} cores, load {os.getloadavg()[0]:.1f}: figures taken on a busy machine mean little")
-        for nombre in a.medidas or MEDIDAS:
+        for nombre in a.medidas or medidas:
             print(nombre, flush=True)
-            MEDIDAS[nombre](t)
+            medidas[nombre](t)
     print()
     tabla([("what", "measured", "target", "")] + t.filas)
-    return 0
 
 
 if __name__ == "__main__":
-    sys.exit(main())
+    correr(__doc__, MEDIDAS, 7, lambda carpeta, a: nullcontext(Taller(carpeta, a.vueltas)))

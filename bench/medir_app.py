@@ -1,21 +1,18 @@
 #!/usr/bin/env python3
 """Measures the window program on an X server of the run's own, beside other viewers, and prints a table.
 
-    bench/medir_app.py [--vueltas N] [--sin-construir] [MEASUREMENT...]
+    bench/medir_app.py [--vueltas N] [--carpeta FOLDER] [--sin-construir] [MEASUREMENT...]
 
 MEASUREMENT: bienvenida apertura paginas dialogo firma; all of them when none is named. Times are medians of N (11 unless
 told) by the clock, from the start of the program, or of the xdotool that clicks or types, to the moment when the screen
 shows what was waited for. It is looked at every few milliseconds, for a row of pixels of one colour: the test documents'
 pages are filled with colours that nothing else has. The viewers are those of mupdf and zathura that are installed."""
 
-import argparse
 import ctypes
-import os
 import shutil
 import statistics
 import subprocess
 import sys
-import tempfile
 import time
 from contextlib import contextmanager
 from pathlib import Path
@@ -209,25 +206,11 @@ MEDIDAS = {"bienvenida": medir_bienvenida, "apertura": medir_apertura, "paginas"
            "dialogo": medir_dialogo, "firma": medir_firma}
 
 
-def main():
-    p = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
-    p.add_argument("--vueltas", type=int, default=11)
-    p.add_argument("--sin-construir", action="store_true")
-    p.add_argument("medidas", nargs="*", metavar="MEASUREMENT")
-    a = p.parse_args()
-    if not set(a.medidas) <= set(MEDIDAS):
-        p.error("MEASUREMENT is one of: " + " ".join(MEDIDAS))
-    if not a.sin_construir:
-        medir.construir()
-    with tempfile.TemporaryDirectory() as carpeta, medir_ui.pantalla(carpeta) as entorno:
-        t = Taller(carpeta, entorno, a.vueltas)
-        print(f"{os.cpu_count()} cores, load {os.getloadavg()[0]:.1f}: figures taken on a busy machine mean little")
-        for nombre in a.medidas or MEDIDAS:
-            print(nombre, flush=True)
-            MEDIDAS[nombre](t)
-        print()
-        medir.tabla([("what", "measured", "target", ""), *t.filas])
+@contextmanager
+def taller(carpeta, a):
+    with medir_ui.pantalla(carpeta) as entorno:
+        yield Taller(carpeta, entorno, a.vueltas)
 
 
 if __name__ == "__main__":
-    main()
+    medir.correr(__doc__, MEDIDAS, 11, taller)
