@@ -29,7 +29,7 @@ velmora-cli. Both speak Spanish.")
 # dpkg-shlibdeps sees what is linked. The others are opened or run by name: the card service and its library, the
 # certificate stores, and openssl for PKCS#12. The fonts stand in for the ones that PDF documents don't bring along.
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-set(CPACK_DEBIAN_PACKAGE_DEPENDS "libnss3, libp11-kit0, libpcsclite1, openssl, fonts-urw-base35 | fonts-liberation")
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "fonts-urw-base35 | fonts-liberation, hicolor-icon-theme, libnss3, libp11-kit0, libpcsclite1, openssl")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS
   "fonts-liberation | fonts-dejavu-core, libcurl4 | libcurl3-gnutls, pcscd, poppler-data, qt6-translations-l10n, qt6-wayland")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS "poppler-utils, qpdf")
