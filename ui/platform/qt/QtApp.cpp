@@ -75,10 +75,15 @@ bool HasDisplay() {
 }
 
 // As installed, else the one beside the program in a build tree.
-QIcon ProgramIcon(const QString& name) {
+void SetProgramIcon() {
+    const QString name = QCoreApplication::applicationName();
     const QIcon icon = QIcon::fromTheme(name);
-    return icon.isNull() ? QIcon(QCoreApplication::applicationDirPath() + "/" + name + ".png") : icon;
+    QGuiApplication::setWindowIcon(icon.isNull() ? QIcon(QCoreApplication::applicationDirPath() + "/" + name + ".png")
+                                                 : icon);
 }
+
+// Searching the icon themes takes a tenth of the start: the window is there first.
+constexpr unsigned kIconAfterMs = 100;
 
 std::unique_ptr<QApplication> NewApplication() {
     // Arguments are the program's business: Qt gets none, or a file called "-style" would vanish.
@@ -89,7 +94,6 @@ std::unique_ptr<QApplication> NewApplication() {
     QCoreApplication::setApplicationName(name);
     QGuiApplication::setDesktopFileName(name);
     auto app = std::make_unique<QApplication>(count, arguments);
-    QGuiApplication::setWindowIcon(ProgramIcon(name));
     QApplication::setQuitOnLastWindowClosed(false);
     // Qt takes every category from the environment; numbers are read and written with a point here.
     std::setlocale(LC_NUMERIC, "C");
@@ -107,6 +111,7 @@ CQtApp::CQtApp()
       measuring_(painter_, fonts_, rasters_, QRegion()) {
     s_pInstance = this;
     InstallAccessibility();
+    CQtApp::CallLater(kIconAfterMs, SetProgramIcon);
 }
 
 CQtApp::~CQtApp() {
