@@ -135,9 +135,9 @@ TEST(Ventana, UnDialogoBloqueaYElCierrePuedeNegarse) {
     EXPECT_TRUE(g.Calla("pulsado"));
     g.Cerrar(dialogo);
     EXPECT_TRUE(g.Ve("dialogo cierre "));
-    g.Teclear("sí");
+    g.Teclear("vale");
     g.Cerrar(dialogo);
-    EXPECT_TRUE(g.Ve("dialogo cierre sí"));
+    EXPECT_TRUE(g.Ve("dialogo cierre vale"));
     EXPECT_TRUE(g.Ve("dialogo 0"));
     g.Clic(g.ventana, 390, 104);
     EXPECT_NE(g.EsperarVentana(kDialogo), "");
