@@ -12,10 +12,11 @@ PERMITIDOS = {
     "certstore/sistema": {"crypto"},
     "card": {"crypto", "certstore/sistema"},
     "certstore": {"crypto", "certstore/sistema", "card"},
-    "signer": {"crypto"},
+    "pdf": {"crypto"},
+    "signer": {"pdf", "crypto"},
     "ui": set(),
     "ui/platform/qt": {"ui"},
-    "ui/platform/pdf": {"ui"},
+    "ui/platform/pdf": {"ui", "pdf"},
     "app": {"ui", "signer", "certstore", "certstore/sistema", "crypto"},
     "cli": {"signer", "certstore", "certstore/sistema", "crypto"},
 }
@@ -28,6 +29,7 @@ AJENOS = [
     (re.compile(r"^benchmark/"), ("bench",)),
     (re.compile(r"^Q[A-Za-z/]+$"), ("ui/platform/qt", "bench")),
     (re.compile(r"^(poppler|fpdf|mupdf)"), ("ui/platform/pdf", "bench")),
+    (re.compile(r"^zlib\.h$"), ("pdf", "tests", "bench")),
     (re.compile(r"^(openssl|curl|PCSC|nss|nspr)/|^winscard\.h$"), ()),
 ]
 

@@ -2,10 +2,10 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "signer/PdfDocumento.h"
-#include "signer/PdfLector.h"
+#include "pdf/LxBarrido.h"
+#include "pdf/LxSintaxis.h"
 
-using namespace LxPdfSigner::Interno;
+using namespace LxPdf;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const std::string_view texto(reinterpret_cast<const char*>(data), size);

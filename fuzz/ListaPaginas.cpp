@@ -2,9 +2,10 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "signer/PdfLector.h"
+#include "pdf/LxSintaxis.h"
 #include "signer/PdfSello.h"
 
+using namespace LxPdf;
 using namespace LxPdfSigner::Interno;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {

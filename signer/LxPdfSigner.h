@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "crypto/LxMotivo.h"
 #include "crypto/LxX509.h"
 
 namespace LxPdfSigner {
@@ -21,6 +22,9 @@ struct Metadatos {
 struct Opciones {
     int32_t modo = 1;       // 0 invisible, 1 first page, 2 last page, 3 every page, 4 the pages in `stampList`
     std::string stampList;  // pages of mode 4, 1-based, e.g. "1, 3, 5-8"
+    // The document is read by its cross-references (ISO 32000-1, 7.5), as viewers do. Otherwise by a scan of its text,
+    // which sees no object streams and can be fooled: only for callers that need that reading's exact outcome.
+    bool referencias = false;
 };
 
 struct Resultado {
@@ -29,7 +33,9 @@ struct Resultado {
     uint64_t bytes = 0;    // size of the written file
     std::string nota;      // what there is to know: earlier signatures, or what the callback said on success
     std::string error;     // why it failed, one sentence in Spanish
-    std::string aviso;     // a warning that stopped nothing
+    std::string aviso;     // the sentences of `avisos`, joined by a blank
+    Lx::Motivo motivo = Lx::Motivo::Ninguno;  // of `error`
+    std::vector<Lx::Aviso> avisos;            // warnings that stopped nothing
 };
 
 // Gets the DER of the signed attributes (RFC 5652, 5.4: the SET, tag 0x31) and returns their RSASSA-PKCS1-v1_5

@@ -5,11 +5,13 @@
 
 #include "crypto/LxApi.h"
 #include "signer/PdfActualizacion.h"
-#include "signer/PdfDocumento.h"
+#include "pdf/LxBarrido.h"
 #include "signer/PdfFichero.h"
-#include "signer/PdfLector.h"
+#include "pdf/LxSintaxis.h"
 
 namespace LxPdfSigner::Interno {
+
+using namespace LxPdf;
 
 namespace {
 

@@ -4,9 +4,11 @@
 #include <cstdio>
 
 #include "crypto/LxApi.h"
-#include "signer/PdfLector.h"
+#include "pdf/LxSintaxis.h"
 
 namespace LxPdfSigner::Interno {
+
+using namespace LxPdf;
 
 namespace {
 

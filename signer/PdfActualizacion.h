@@ -8,9 +8,9 @@
 #include <string_view>
 #include <vector>
 
+#include "pdf/LxBarrido.h"
 #include "signer/LxPdfSigner.h"
 #include "signer/PdfCms.h"
-#include "signer/PdfDocumento.h"
 #include "signer/PdfSello.h"
 
 namespace LxPdfSigner::Interno {
@@ -23,8 +23,8 @@ namespace LxPdfSigner::Interno {
 
 // `dict` with "num 0 R" added to the array under `clave`: direct, by reference, null or absent. A value that can't be
 // read as an array is a failure, since writing a new one would lose what it holds.
-[[nodiscard]] bool MeterRef(std::string_view datos, const Mapa& mapa, std::string_view dict, std::string_view clave,
-                            long num, std::string& nuevo, std::string& error);
+[[nodiscard]] bool MeterRef(std::string_view datos, const LxPdf::Mapa& mapa, std::string_view dict,
+                            std::string_view clave, long num, std::string& nuevo, std::string& error);
 
 // Complete dictionary text for an inner one.
 [[nodiscard]] std::string Envolver(std::string_view dict);

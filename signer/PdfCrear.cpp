@@ -6,9 +6,11 @@
 #include "signer/Motor.h"
 #include "signer/PdfActualizacion.h"
 #include "signer/PdfFichero.h"
-#include "signer/PdfLector.h"
+#include "pdf/LxSintaxis.h"
 
 namespace LxPdfSigner::Interno {
+
+using namespace LxPdf;
 
 namespace {
 

@@ -11,9 +11,11 @@
 #include <system_error>
 
 #include "crypto/LxFichero.h"
-#include "signer/PdfLector.h"
+#include "pdf/LxSintaxis.h"
 
 namespace LxPdfSigner::Interno {
+
+using namespace LxPdf;
 
 namespace {
 

@@ -6,9 +6,11 @@
 #include <limits>
 
 #include "signer/PdfCms.h"
-#include "signer/PdfLector.h"
+#include "pdf/LxSintaxis.h"
 
 namespace LxPdfSigner::Interno {
+
+using namespace LxPdf;
 
 namespace {
 

@@ -1,14 +1,14 @@
-#include "signer/PdfLector.h"
+#include "pdf/LxSintaxis.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <climits>
 
-#include "signer/PdfDocumento.h"
+#include "pdf/LxBarrido.h"
 #include "tests/apoyo/Apoyo.h"
 
-namespace LxPdfSigner::Interno {
+namespace LxPdf {
 namespace {
 
 using testing::ElementsAre;
@@ -21,7 +21,7 @@ std::string Repetir(std::string_view texto, size_t veces) {
     return todo;
 }
 
-TEST(PdfLector, UnValorAcabaDondeEmpiezaElSiguiente) {
+TEST(Sintaxis, UnValorAcabaDondeEmpiezaElSiguiente) {
     // What is skipped from the start.
     const Apoyo::Filas<std::string_view, std::string_view> filas = {
         {"<</A<</B 1>>/C[<<>>]>> 2", "<</A<</B 1>>/C[<<>>]>>"},
@@ -51,7 +51,7 @@ TEST(PdfLector, UnValorAcabaDondeEmpiezaElSiguiente) {
     for (const auto& [texto, valor] : filas) EXPECT_EQ(texto.substr(0, FinLiteral(texto, 0)), valor) << texto;
 }
 
-TEST(PdfLector, ClavesSoloDelPrimerNivelYPorNombreEntero) {
+TEST(Sintaxis, ClavesSoloDelPrimerNivelYPorNombreEntero) {
     const std::string dict =
         " /A<</K 1>> 7 /Kids [1 0 R] (suelto /K 2) /KK 3 /K%c /K 9\n 4 /V(/W 1) /W 2 /K 5 /Ref 8 0 R /Gen 8 1 R /Cero "
         "0 0 R /Ultima";
@@ -65,7 +65,7 @@ TEST(PdfLector, ClavesSoloDelPrimerNivelYPorNombreEntero) {
     for (const char* clave : {"Gen", "Cero", "K", "Kids", "Nada"}) EXPECT_FALSE(RefDe(dict, clave, num)) << clave;
 }
 
-TEST(PdfLector, LosNumerosSeSaturan) {
+TEST(Sintaxis, LosNumerosSeSaturan) {
     const Apoyo::Filas<std::string_view, bool, long> filas = {{" 42x", true, 42},
                                                               {"%c\n7", true, 7},
                                                               {"-5", true, -5},
@@ -81,7 +81,7 @@ TEST(PdfLector, LosNumerosSeSaturan) {
     }
 }
 
-TEST(PdfLector, RectangulosConCualquierFormaDeNumero) {
+TEST(Sintaxis, RectangulosConCualquierFormaDeNumero) {
     double v[4];
     ASSERT_TRUE(RectDe("/Rect [ -1.5 +2 .25\n4. 9 ]", "Rect", v));
     EXPECT_THAT(v, ElementsAre(-1.5, 2, 0.25, 4));
@@ -90,7 +90,7 @@ TEST(PdfLector, RectangulosConCualquierFormaDeNumero) {
     }
 }
 
-TEST(PdfDocumento, LosObjetosSeEncuentranPorSuCabecera) {
+TEST(Barrido, LosObjetosSeEncuentranPorSuCabecera) {
     const Apoyo::Filas<std::string, std::vector<std::pair<long, size_t>>> filas = {
         {"%PDF\n3 0 obj null endobj12 0 obj 1 endobj", {{3, 5}, {12, 24}}},
         {"%%EOF7 0 obj", {{7, 5}}},
@@ -110,7 +110,7 @@ TEST(PdfDocumento, LosObjetosSeEncuentranPorSuCabecera) {
 }
 
 // The keyword is searched sixteen bytes at a time: every place of it within a block, and across two.
-TEST(PdfDocumento, LaBusquedaNoPierdeNingunaPosicion) {
+TEST(Barrido, LaBusquedaNoPierdeNingunaPosicion) {
     for (size_t relleno = 0; relleno < 70; ++relleno) {
         for (size_t cola = 0; cola < 20; ++cola) {
             const std::string texto = std::string(relleno, 'o') + " 5 0 obj" + std::string(cola, 'b');
@@ -119,7 +119,7 @@ TEST(PdfDocumento, LaBusquedaNoPierdeNingunaPosicion) {
     }
 }
 
-TEST(PdfDocumento, DiccionarioDeUnObjeto) {
+TEST(Barrido, DiccionarioDeUnObjeto) {
     const std::string datos =
         "1 0 obj<</A 1>>endobj 2 0 obj % c\n << /B 2 >>\nstream\n<<\nendstream 3 0 obj [1] endobj 4 0 obj << /C 3\n";
     const Mapa mapa = BarridoObjetos(datos);
@@ -132,7 +132,7 @@ TEST(PdfDocumento, DiccionarioDeUnObjeto) {
     for (const long num : {3, 4, 5}) EXPECT_FALSE(DictDe(datos, mapa, num, dict)) << num;
 }
 
-TEST(PdfDocumento, TrailerDeTablaYDeFlujo) {
+TEST(Barrido, TrailerDeTablaYDeFlujo) {
     const Apoyo::Filas<std::string_view, bool, std::string_view> filas = {
         {"xref\n0 1\ntrailer\n<</Size 1>>\nstartxref", true, "/Size 1"},
         {" % c\nxref trailer%c\n<< /ID [<<>>] >>", true, " /ID [<<>>] "},
@@ -149,7 +149,7 @@ TEST(PdfDocumento, TrailerDeTablaYDeFlujo) {
     }
 }
 
-TEST(PdfDocumento, PaginasEnOrdenCadaUnaUnaVezYSinVueltas) {
+TEST(Barrido, PaginasEnOrdenCadaUnaUnaVezYSinVueltas) {
     const std::string datos =
         "1 0 obj<</Type/Pages/Kids[5 0 R 3 0 R %c\n 4 0 R 9 0 R 5 0 R]>>endobj "
         "3 0 obj<</Type/Page>>endobj 5 0 obj<</Type /Page >>endobj "
@@ -165,7 +165,7 @@ TEST(PdfDocumento, PaginasEnOrdenCadaUnaUnaVezYSinVueltas) {
     EXPECT_EQ(BuscarTodasPaginas(hondo, BarridoObjetos(hondo), 1).size(), 32U) << "levels 1 to 32 below the root";
 }
 
-TEST(PdfDocumento, CamposYSellosDeFirma) {
+TEST(Barrido, CamposYSellosDeFirma) {
     const std::string datos =
         "1 0 obj<</FT/Sig/T(Signature1)/P 10 0 R/Rect[0 0 5 5]>>endobj "
         "2 0 obj<</FT /Sig /T <FEFF0041> /Kids[3 0 R 4 0 R]>>endobj "
@@ -183,7 +183,7 @@ TEST(PdfDocumento, CamposYSellosDeFirma) {
 
 // Shapes that make a careless reader work for hours or overflow its stack: the test ends, by its own means or by
 // ctest's.
-TEST(PdfDocumento, FormasHostilesAcabanPronto) {
+TEST(Barrido, FormasHostilesAcabanPronto) {
     std::string solapados;
     for (int n = 1; n <= 60000; ++n) solapados += std::to_string(n) + " 0 obj<<";
     std::string cerrados = solapados + Repetir(">>", 60000);
@@ -205,4 +205,4 @@ TEST(PdfDocumento, FormasHostilesAcabanPronto) {
 }
 
 }  // namespace
-}  // namespace LxPdfSigner::Interno
+}  // namespace LxPdf

@@ -1,9 +1,9 @@
-#include "signer/PdfLector.h"
+#include "pdf/LxSintaxis.h"
 
 #include <charconv>
 #include <climits>
 
-namespace LxPdfSigner::Interno {
+namespace LxPdf {
 
 namespace {
 
@@ -233,4 +233,4 @@ void Obj(std::string& salida, long num, std::string_view cuerpo) {
     salida += "\nendobj\n";
 }
 
-}  // namespace LxPdfSigner::Interno
+}  // namespace LxPdf

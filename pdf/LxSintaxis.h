@@ -7,7 +7,7 @@
 #include <string>
 #include <string_view>
 
-namespace LxPdfSigner::Interno {
+namespace LxPdf {
 
 enum class Clase : unsigned char { Regular, Blanco, Delimitador };
 
@@ -81,4 +81,4 @@ class Claves {
 // Appends "N 0 obj", the body and "endobj".
 void Obj(std::string& salida, long num, std::string_view cuerpo);
 
-}  // namespace LxPdfSigner::Interno
+}  // namespace LxPdf

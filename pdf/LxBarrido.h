@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-namespace LxPdfSigner::Interno {
+namespace LxPdf {
 
 // Where each object begins, and how much may still be read through it. The allowance only ends on files whose objects
 // lie inside each other, where reading every one would be quadratic work.
@@ -62,4 +62,4 @@ struct Campos {
 // "Signature" and the smallest number from 1 up that is free.
 [[nodiscard]] std::string NombreCampoLibre(const std::set<std::string>& nombres);
 
-}  // namespace LxPdfSigner::Interno
+}  // namespace LxPdf

@@ -1,4 +1,4 @@
-#include "signer/PdfDocumento.h"
+#include "pdf/LxBarrido.h"
 
 #include <algorithm>
 #include <utility>
@@ -6,9 +6,9 @@
 #include <emmintrin.h>
 #endif
 
-#include "signer/PdfLector.h"
+#include "pdf/LxSintaxis.h"
 
-namespace LxPdfSigner::Interno {
+namespace LxPdf {
 
 namespace {
 
@@ -224,4 +224,4 @@ std::string NombreCampoLibre(const std::set<std::string>& nombres) {
     }
 }
 
-}  // namespace LxPdfSigner::Interno
+}  // namespace LxPdf
