@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <system_error>
 
+#include "crypto/LxDescriptor.h"
 #include "crypto/LxFichero.h"
 #include "pdf/LxSintaxis.h"
 
@@ -19,32 +20,14 @@ using namespace LxPdf;
 
 namespace {
 
+using Lx::Api::Descriptor;
+using Lx::Api::LeerEn;
 using Lx::Api::Interno::Sha256Ctx;
 using Lx::Api::Interno::Sha256Fin;
 using Lx::Api::Interno::Sha256Update;
 
 constexpr size_t kTrozo = 256U << 10;
 constexpr size_t kParaleloDesde = 2U << 20;
-constexpr size_t kPiezas = 8;
-
-class Descriptor {
-  public:
-    explicit Descriptor(int fd) : fd_(fd) {}
-    ~Descriptor() { Cerrar(); }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-
-    [[nodiscard]] int Valor() const { return fd_; }
-    // False when the system tells only now that what was written didn't arrive.
-    bool Cerrar() {
-        const int fd = fd_;
-        fd_ = -1;
-        return fd < 0 || close(fd) == 0;
-    }
-
-  private:
-    int fd_;
-};
 
 // Bytes read at the file's position, 0 at its end, negative on an error. A folder reads as an empty file.
 ssize_t LeerTrozo(int fd, char* destino, size_t size) {
@@ -62,16 +45,15 @@ void PedirPaginasGrandes(const std::string& datos) {
     if (fin > ini) static_cast<void>(madvise(reinterpret_cast<void*>(ini), fin - ini, MADV_HUGEPAGE));
 }
 
-// Offset just past the last "/ByteRange [" of the file, searched backwards in pieces; the text after it goes to
-// `texto`.
-bool BuscarByteRange(int fd, size_t total, std::string& texto) {
+// What follows the last "/ByteRange [" that begins at `desde` or later, searched backwards in pieces.
+bool BuscarByteRange(int fd, uint64_t desde, uint64_t total, std::string& texto) {
     constexpr std::string_view kClave = "/ByteRange [";
     constexpr size_t kNumeros = 128;
     std::string ventana;
-    for (size_t fin = total; fin > 0;) {
-        const size_t ini = fin > kTrozo ? fin - kTrozo : 0;
-        ventana.resize(std::min(total - ini, fin - ini + kClave.size() + kNumeros));
-        const ssize_t n = pread(fd, ventana.data(), ventana.size(), static_cast<off_t>(ini));
+    for (uint64_t fin = total; fin > desde;) {
+        const uint64_t ini = fin - std::min<uint64_t>(fin - desde, kTrozo);
+        ventana.resize(static_cast<size_t>(std::min(total - ini, fin - ini + kClave.size() + kNumeros)));
+        const ssize_t n = LeerEn(fd, ventana.data(), ventana.size(), static_cast<off_t>(ini));
         if (n != static_cast<ssize_t>(ventana.size())) return false;
         const size_t hallado = ventana.rfind(kClave);
         if (hallado != std::string::npos) {
@@ -83,29 +65,23 @@ bool BuscarByteRange(int fd, size_t total, std::string& texto) {
     return false;
 }
 
-// Hashes `size` bytes from `desde` on, reading one piece while the others are hashed.
-bool HashDeTramo(int fd, size_t desde, size_t size, std::vector<std::string>& piezas, Digestor& digestor) {
-    for (size_t i = 0; size > 0; ++i) {
-        std::string& pieza = piezas[i % piezas.size()];
-        digestor.Esperar(piezas.size() - 1);
-        const ssize_t n = pread(fd, pieza.data(), std::min(size, pieza.size()), static_cast<off_t>(desde));
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        digestor.Dar(pieza.data(), static_cast<size_t>(n));
-        desde += static_cast<size_t>(n);
-        size -= static_cast<size_t>(n);
+bool HashDeTramo(int fd, uint64_t desde, uint64_t hasta, std::string& pieza, Sha256Ctx& hash) {
+    while (desde < hasta) {
+        const size_t n = static_cast<size_t>(std::min<uint64_t>(hasta - desde, pieza.size()));
+        if (LeerEn(fd, pieza.data(), n, static_cast<off_t>(desde)) != static_cast<ssize_t>(n)) return false;
+        Sha256Update(hash, pieza.data(), n);
+        desde += n;
     }
-    digestor.Esperar(0);
     return true;
 }
 
 // [0 b c d]: from the start up to the hole, and from behind it to the end (ISO 32000-1, 12.8.1).
-bool RangosValidos(const std::string& texto, size_t total, size_t (&rangos)[4]) {
+bool RangosValidos(const std::string& texto, uint64_t total, uint64_t (&rangos)[4]) {
     size_t pos = 0;
-    for (size_t& r : rangos) {
+    for (uint64_t& r : rangos) {
         long n = 0;
         if (!LeerEntero(texto, pos, n) || n < 0) return false;
-        r = static_cast<size_t>(n);
+        r = static_cast<uint64_t>(n);
     }
     return rangos[0] == 0 && rangos[1] >= 1 && rangos[2] >= rangos[1] && rangos[3] >= 1 && rangos[2] <= total &&
            rangos[3] == total - rangos[2];
@@ -172,7 +148,7 @@ const Sha256Ctx& Digestor::Terminar() {
 bool Leer(const std::string& ruta, std::string& datos, Digestor& digestor) {
     datos.clear();
     const Descriptor fichero(open(ruta.c_str(), O_RDONLY | O_CLOEXEC));
-    if (fichero.Valor() < 0) return false;
+    if (!fichero) return false;
     struct stat info = {};
     if (fstat(fichero.Valor(), &info) == 0 && S_ISREG(info.st_mode) && info.st_size > 0) {
         const size_t size = static_cast<size_t>(info.st_size);
@@ -217,20 +193,21 @@ bool Escribir(const std::string& ruta, std::initializer_list<std::string_view> p
     return false;
 }
 
+bool Comprobar(int fd, uint64_t cubiertos, Sha256Ctx hash, const std::vector<unsigned char>& digest) {
+    struct stat info = {};
+    if (fstat(fd, &info) != 0 || info.st_size < 1) return false;
+    const uint64_t total = static_cast<uint64_t>(info.st_size);
+    std::string texto;
+    uint64_t rangos[4] = {};
+    if (!BuscarByteRange(fd, cubiertos, total, texto) || !RangosValidos(texto, total, rangos)) return false;
+    std::string pieza(static_cast<size_t>(std::min<uint64_t>(total - cubiertos, kTrozo)), '\0');
+    return rangos[1] >= cubiertos && HashDeTramo(fd, cubiertos, rangos[1], pieza, hash) &&
+           HashDeTramo(fd, rangos[2], total, pieza, hash) && Sha256Fin(hash) == digest;
+}
+
 bool Verificar(const std::string& ruta, const std::vector<unsigned char>& digest) {
     const Descriptor fichero(open(ruta.c_str(), O_RDONLY | O_CLOEXEC));
-    struct stat info = {};
-    if (fichero.Valor() < 0 || fstat(fichero.Valor(), &info) != 0 || info.st_size < 1) return false;
-    const size_t total = static_cast<size_t>(info.st_size);
-    std::string texto;
-    size_t rangos[4] = {};
-    if (!BuscarByteRange(fichero.Valor(), total, texto) || !RangosValidos(texto, total, rangos)) return false;
-    std::vector<std::string> piezas(total >= kParaleloDesde ? kPiezas : 1, std::string(std::min(total, kTrozo), '\0'));
-    Digestor digestor;
-    if (total >= kParaleloDesde) digestor.EnParalelo();
-    return HashDeTramo(fichero.Valor(), 0, rangos[1], piezas, digestor) &&
-           HashDeTramo(fichero.Valor(), rangos[2], rangos[3], piezas, digestor) &&
-           Sha256Fin(digestor.Terminar()) == digest;
+    return fichero && Comprobar(fichero.Valor(), 0, {}, digest);
 }
 
 bool MismoFichero(const std::string& una, const std::string& otra) {

@@ -58,6 +58,10 @@ class Digestor {
 // The self-check of a written file: its last /ByteRange covers all but the hole, and what it covers has this SHA-256.
 [[nodiscard]] bool Verificar(const std::string& ruta, const std::vector<unsigned char>& digest);
 
+// The same of an open file whose first `cubiertos` bytes `hash` has read already: /ByteRange and hole come after them.
+[[nodiscard]] bool Comprobar(int fd, uint64_t cubiertos, Lx::Api::Interno::Sha256Ctx hash,
+                             const std::vector<unsigned char>& digest);
+
 // Both paths lead to the same existing file.
 [[nodiscard]] bool MismoFichero(const std::string& una, const std::string& otra);
 

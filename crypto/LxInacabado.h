@@ -1,0 +1,44 @@
+// Files that have no final name yet. They stand beside it under a dot name of their own and go with the object that
+// made them, when the program exits, and by the signals that end it: SIGHUP, SIGINT, SIGQUIT and SIGTERM, after which
+// the program ends as it would have without this.
+#pragma once
+
+#include <string>
+
+#include "crypto/LxDescriptor.h"
+
+namespace Lx::Api {
+
+class Inacabado {
+  public:
+    Inacabado() = default;
+    ~Inacabado() { Quitar(); }
+    Inacabado(const Inacabado&) = delete;
+    Inacabado& operator=(const Inacabado&) = delete;
+
+    // Makes an empty file in the folder of `destino`, open for reading and writing, with the permissions of a new file.
+    // Empty, with errno set, when it can't be made. One file an object: an earlier one goes first.
+    [[nodiscard]] Descriptor Crear(const std::string& destino);
+    // Gives the open file `fd`, which has no name yet, such a name in the folder of `destino`. False with errno set.
+    [[nodiscard]] bool Enlazar(int fd, const std::string& destino);
+
+    // Its dot name; empty when there is none.
+    [[nodiscard]] const std::string& Ruta() const { return ruta_; }
+    // Gives it the name `destino` in place of whatever file has it. On false, with errno set, it stays as it was.
+    [[nodiscard]] bool Renombrar(const std::string& destino);
+    // From now on it is somebody else's.
+    void Soltar();
+    void Quitar();
+
+  private:
+    template <typename Hacer>
+    [[nodiscard]] bool Intentar(const std::string& destino, Hacer hacer);
+
+    std::string ruta_;
+    int sitio_ = -1;  // where the signal handler finds it, -1 nowhere
+};
+
+// Gives a nameless file a name that is free. False with errno set, EEXIST when it is taken.
+[[nodiscard]] bool Enlazar(int fd, const std::string& ruta);
+
+}  // namespace Lx::Api
