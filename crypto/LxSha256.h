@@ -19,6 +19,11 @@ struct Sha256Ctx {
 
 void Sha256Update(Sha256Ctx& ctx, const void* bytes, size_t size);
 
+// The next `size` bytes of two messages. Where Sha256DosALaVez() this takes hardly longer than one of them, because the
+// processor's instructions for it wait for each other; elsewhere as long as one after the other.
+void Sha256UpdateDos(Sha256Ctx& una, const void* bytesUna, Sha256Ctx& otra, const void* bytesOtra, size_t size);
+[[nodiscard]] bool Sha256DosALaVez();
+
 // Digest of what was fed, 32 bytes. Takes a copy: the caller's context can go on.
 [[nodiscard]] std::vector<unsigned char> Sha256Fin(Sha256Ctx ctx);
 

@@ -40,6 +40,25 @@ void Sha256Update(Sha256Ctx& ctx, const void* bytes, size_t size) {
     if (ctx.usados > 0) std::memcpy(ctx.bloque, p + size - ctx.usados, ctx.usados);
 }
 
+bool Sha256DosALaVez() {
+    static const bool puede = Elegida().dos != nullptr && PasaPruebaConocida(Elegida().dos);
+    return puede;
+}
+
+void Sha256UpdateDos(Sha256Ctx& una, const void* bytesUna, Sha256Ctx& otra, const void* bytesOtra, size_t size) {
+    const auto* p = static_cast<const unsigned char*>(bytesUna);
+    const auto* q = static_cast<const unsigned char*>(bytesOtra);
+    size_t juntos = 0;
+    if (una.usados == 0 && otra.usados == 0 && Sha256DosALaVez()) {
+        juntos = size - size % kBloque;
+        Elegida().dos(una.estado, p, otra.estado, q, juntos / kBloque);
+        una.total += juntos;
+        otra.total += juntos;
+    }
+    Sha256Update(una, p + juntos, size - juntos);
+    Sha256Update(otra, q + juntos, size - juntos);
+}
+
 std::vector<unsigned char> Sha256Fin(Sha256Ctx ctx) {
     // 0x80, zeros up to 8 bytes before the end of a block, the length in bits (FIPS 180-4, 5.1.1)
     unsigned char cola[2 * kBloque] = {};

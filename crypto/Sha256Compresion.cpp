@@ -56,13 +56,29 @@ constexpr size_t kLargoConocido = 311;
 constexpr uint32_t kResumenConocido[8] = {0x72723792, 0x75efc55b, 0x566b4f45, 0x4af29c6a,
                                           0xee1fe994, 0x4cc4b1c3, 0x2c038a33, 0x6e1eecb3};
 
+constexpr size_t kBloquesConocidos = 5;
+
+struct MensajeConocido {
+    MensajeConocido() {
+        for (size_t i = 0; i < kLargoConocido; ++i) bytes[i] = static_cast<unsigned char>(i & 0xFF);
+        bytes[kLargoConocido] = 0x80;
+        bytes[sizeof bytes - 2] = static_cast<unsigned char>((kLargoConocido * 8) >> 8);
+        bytes[sizeof bytes - 1] = static_cast<unsigned char>((kLargoConocido * 8) & 0xFF);
+    }
+    unsigned char bytes[kBloquesConocidos * 64] = {};
+};
+
+bool EsConocido(const Sha256Ctx& ctx) {
+    return std::equal(std::begin(kResumenConocido), std::end(kResumenConocido), ctx.estado);
+}
+
 bool Siempre() {
     return true;
 }
 
 constexpr Candidata kCandidatas[] = {
 #if defined(__x86_64__)
-    {"sha-ni", &HayShaNi, &ComprimirShaNi},
+    {"sha-ni", &HayShaNi, &ComprimirShaNi, &ComprimirDosShaNi},
     {"avx2", &HayAvx2, &ComprimirAvx2},
     {"ssse3", &HaySsse3, &ComprimirSsse3},
 #endif
@@ -76,14 +92,22 @@ std::span<const Candidata> Candidatas() {
 }
 
 bool PasaPruebaConocida(Compresion funcion) {
-    unsigned char mensaje[5 * 64] = {};
-    for (size_t i = 0; i < kLargoConocido; ++i) mensaje[i] = static_cast<unsigned char>(i & 0xFF);
-    mensaje[kLargoConocido] = 0x80;
-    mensaje[sizeof mensaje - 2] = static_cast<unsigned char>((kLargoConocido * 8) >> 8);
-    mensaje[sizeof mensaje - 1] = static_cast<unsigned char>((kLargoConocido * 8) & 0xFF);
+    const MensajeConocido conocido;
     Sha256Ctx ctx;
-    funcion(ctx.estado, mensaje, 5);
-    return std::equal(std::begin(kResumenConocido), std::end(kResumenConocido), ctx.estado);
+    funcion(ctx.estado, conocido.bytes, kBloquesConocidos);
+    return EsConocido(ctx);
+}
+
+// The message in either place, beside another one.
+bool PasaPruebaConocida(CompresionDos funcion) {
+    const MensajeConocido conocido;
+    const unsigned char otro[sizeof conocido.bytes] = {};
+    Sha256Ctx primero;
+    Sha256Ctx segundo;
+    Sha256Ctx vecino;
+    funcion(primero.estado, conocido.bytes, vecino.estado, otro, kBloquesConocidos);
+    funcion(vecino.estado, otro, segundo.estado, conocido.bytes, kBloquesConocidos);
+    return EsConocido(primero) && EsConocido(segundo);
 }
 
 const Candidata& Elegir(std::span<const Candidata> lista) {

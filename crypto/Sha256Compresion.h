@@ -10,10 +10,15 @@ namespace Lx::Api::Interno {
 // Takes `n` blocks of 64 bytes, at any address, into the hash words.
 using Compresion = void (*)(uint32_t estado[8], const unsigned char* bloques, size_t n);
 
+// `n` blocks of each of two messages into the hash words of each.
+using CompresionDos = void (*)(uint32_t estado1[8], const unsigned char* bloques1, uint32_t estado2[8],
+                               const unsigned char* bloques2, size_t n);
+
 struct Candidata {
     const char* nombre;
-    bool (*disponible)();  // the processor and the system support it
-    Compresion funcion;    // to be called only when they do
+    bool (*disponible)();         // the processor and the system support it
+    Compresion funcion;           // to be called only when they do
+    CompresionDos dos = nullptr;  // likewise; null where two at once take as long as one after the other
 };
 
 // The fastest first; the last is portable and always available.
@@ -21,6 +26,7 @@ struct Candidata {
 
 // Whether it gives the right hash words for a message of five blocks.
 [[nodiscard]] bool PasaPruebaConocida(Compresion funcion);
+[[nodiscard]] bool PasaPruebaConocida(CompresionDos funcion);
 
 // The first of `lista` that is available and passes; the last one in any case.
 [[nodiscard]] const Candidata& Elegir(std::span<const Candidata> lista);

@@ -52,17 +52,67 @@ const Procesador& Este() {
 
 // --- SHA extensions
 
-// Four rounds with the words in the order that the instruction wants.
-[[gnu::always_inline]] LX_SHANI inline void RondasShaNi(__m128i& abef, __m128i& cdgh, __m128i w, const uint32_t* k) {
-    const __m128i wk = _mm_add_epi32(w, _mm_load_si128(reinterpret_cast<const __m128i*>(k)));
-    cdgh = _mm_sha256rnds2_epu32(cdgh, abef, wk);
-    abef = _mm_sha256rnds2_epu32(abef, cdgh, _mm_shuffle_epi32(wk, 0x0E));
+// How far ahead the message is asked for. The rounds are faster than the memory answers, and its own prefetching stops
+// at the end of each page. Asking for bytes past the end of the message does no harm.
+constexpr size_t kPorDelante = 1024;
+
+// One message under way: the hash words in the order that the instruction wants, and what is left of the message.
+struct Curso {
+    __m128i abef;
+    __m128i cdgh;
+    __m128i abefAntes;
+    __m128i cdghAntes;
+    __m128i w[4];
+    const unsigned char* bloques;
+};
+
+[[gnu::always_inline]] LX_SHANI inline void EmpezarCurso(Curso& c, const uint32_t estado[8],
+                                                         const unsigned char* bloques) {
+    const auto* e = reinterpret_cast<const __m128i*>(estado);
+    const __m128i badc = _mm_shuffle_epi32(_mm_loadu_si128(e), 0xB1);
+    const __m128i hgfe = _mm_shuffle_epi32(_mm_loadu_si128(e + 1), 0x1B);
+    c.abef = _mm_alignr_epi8(badc, hgfe, 8);
+    c.cdgh = _mm_blend_epi16(hgfe, badc, 0xF0);
+    c.bloques = bloques;
 }
 
-// The four schedule words that follow w0..w3 (four each), in place of w0.
-[[gnu::always_inline]] LX_SHANI inline void SiguientesShaNi(__m128i& w0, __m128i w1, __m128i w2, __m128i w3) {
-    const __m128i suma = _mm_add_epi32(_mm_sha256msg1_epu32(w0, w1), _mm_alignr_epi8(w3, w2, 4));
-    w0 = _mm_sha256msg2_epu32(suma, w3);
+[[gnu::always_inline]] LX_SHANI inline void AcabarCurso(const Curso& c, uint32_t estado[8]) {
+    auto* e = reinterpret_cast<__m128i*>(estado);
+    const __m128i feba = _mm_shuffle_epi32(c.abef, 0x1B);
+    const __m128i dchg = _mm_shuffle_epi32(c.cdgh, 0xB1);
+    _mm_storeu_si128(e, _mm_blend_epi16(feba, dchg, 0xF0));
+    _mm_storeu_si128(e + 1, _mm_alignr_epi8(dchg, feba, 8));
+}
+
+[[gnu::always_inline]] LX_SHANI inline void AbrirBloque(Curso& c) {
+    const __m128i giro = _mm_set_epi32(0x0C0D0E0F, 0x08090A0B, 0x04050607, 0x00010203);
+    _mm_prefetch(reinterpret_cast<const char*>(c.bloques) + kPorDelante, _MM_HINT_T0);
+    c.abefAntes = c.abef;
+    c.cdghAntes = c.cdgh;
+    for (size_t g = 0; g < 4; ++g) {
+        c.w[g] = _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(c.bloques) + g), giro);
+    }
+    c.bloques += 64;
+}
+
+[[gnu::always_inline]] LX_SHANI inline void CerrarBloque(Curso& c) {
+    c.abef = _mm_add_epi32(c.abef, c.abefAntes);
+    c.cdgh = _mm_add_epi32(c.cdgh, c.cdghAntes);
+}
+
+// Four rounds with the schedule words w[g].
+[[gnu::always_inline]] LX_SHANI inline void Rondas(Curso& c, size_t g, const uint32_t* k) {
+    const __m128i wk = _mm_add_epi32(c.w[g], _mm_load_si128(reinterpret_cast<const __m128i*>(k)));
+    c.cdgh = _mm_sha256rnds2_epu32(c.cdgh, c.abef, wk);
+    c.abef = _mm_sha256rnds2_epu32(c.abef, c.cdgh, _mm_shuffle_epi32(wk, 0x0E));
+}
+
+// The four schedule words that follow the sixteen from w[g] on, in place of w[g].
+[[gnu::always_inline]] LX_SHANI inline void Siguientes(Curso& c, size_t g) {
+    const __m128i ultimas = c.w[(g + 3) % 4];
+    const __m128i suma =
+        _mm_add_epi32(_mm_sha256msg1_epu32(c.w[g], c.w[(g + 1) % 4]), _mm_alignr_epi8(ultimas, c.w[(g + 2) % 4], 4));
+    c.w[g] = _mm_sha256msg2_epu32(suma, ultimas);
 }
 
 // --- Message schedule in vectors, rounds in scalars
@@ -162,44 +212,52 @@ bool HaySsse3() {
     return Este().ssse3;
 }
 
-constexpr size_t kPorDelante = 1024;
-
 LX_SHANI void ComprimirShaNi(uint32_t estado[8], const unsigned char* bloques, size_t n) {
-    const __m128i giro = _mm_set_epi32(0x0C0D0E0F, 0x08090A0B, 0x04050607, 0x00010203);
-    auto* e = reinterpret_cast<__m128i*>(estado);
-    const __m128i badc = _mm_shuffle_epi32(_mm_loadu_si128(e), 0xB1);
-    const __m128i hgfe = _mm_shuffle_epi32(_mm_loadu_si128(e + 1), 0x1B);
-    __m128i abef = _mm_alignr_epi8(badc, hgfe, 8);
-    __m128i cdgh = _mm_blend_epi16(hgfe, badc, 0xF0);
-    for (; n > 0; --n, bloques += 64) {
-        // The rounds are faster than the memory answers, and its own prefetching stops at the end of each page. Asking
-        // for bytes past the end of the message does no harm.
-        _mm_prefetch(reinterpret_cast<const char*>(bloques) + kPorDelante, _MM_HINT_T0);
-        const __m128i abefAntes = abef;
-        const __m128i cdghAntes = cdgh;
-        __m128i w[4];
-        for (size_t g = 0; g < 4; ++g) {
-            w[g] = _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(bloques) + g), giro);
-        }
+    Curso c;
+    EmpezarCurso(c, estado, bloques);
+    for (; n > 0; --n) {
+        AbrirBloque(c);
         const uint32_t* k = kRonda;
         for (; k < kRonda + 48; k += 16) {
-            RondasShaNi(abef, cdgh, w[0], k);
-            SiguientesShaNi(w[0], w[1], w[2], w[3]);
-            RondasShaNi(abef, cdgh, w[1], k + 4);
-            SiguientesShaNi(w[1], w[2], w[3], w[0]);
-            RondasShaNi(abef, cdgh, w[2], k + 8);
-            SiguientesShaNi(w[2], w[3], w[0], w[1]);
-            RondasShaNi(abef, cdgh, w[3], k + 12);
-            SiguientesShaNi(w[3], w[0], w[1], w[2]);
+            for (size_t g = 0; g < 4; ++g) {
+                Rondas(c, g, k + 4 * g);
+                Siguientes(c, g);
+            }
         }
-        for (size_t g = 0; g < 4; ++g) RondasShaNi(abef, cdgh, w[g], k + 4 * g);
-        abef = _mm_add_epi32(abef, abefAntes);
-        cdgh = _mm_add_epi32(cdgh, cdghAntes);
+        for (size_t g = 0; g < 4; ++g) Rondas(c, g, k + 4 * g);
+        CerrarBloque(c);
     }
-    const __m128i feba = _mm_shuffle_epi32(abef, 0x1B);
-    const __m128i dchg = _mm_shuffle_epi32(cdgh, 0xB1);
-    _mm_storeu_si128(e, _mm_blend_epi16(feba, dchg, 0xF0));
-    _mm_storeu_si128(e + 1, _mm_alignr_epi8(dchg, feba, 8));
+    AcabarCurso(c, estado);
+}
+
+// Each round waits for the one before it; another message's fill the time.
+LX_SHANI void ComprimirDosShaNi(uint32_t estado1[8], const unsigned char* bloques1, uint32_t estado2[8],
+                                const unsigned char* bloques2, size_t n) {
+    Curso c;
+    Curso d;
+    EmpezarCurso(c, estado1, bloques1);
+    EmpezarCurso(d, estado2, bloques2);
+    for (; n > 0; --n) {
+        AbrirBloque(c);
+        AbrirBloque(d);
+        const uint32_t* k = kRonda;
+        for (; k < kRonda + 48; k += 16) {
+            for (size_t g = 0; g < 4; ++g) {
+                Rondas(c, g, k + 4 * g);
+                Rondas(d, g, k + 4 * g);
+                Siguientes(c, g);
+                Siguientes(d, g);
+            }
+        }
+        for (size_t g = 0; g < 4; ++g) {
+            Rondas(c, g, k + 4 * g);
+            Rondas(d, g, k + 4 * g);
+        }
+        CerrarBloque(c);
+        CerrarBloque(d);
+    }
+    AcabarCurso(c, estado1);
+    AcabarCurso(d, estado2);
 }
 
 LX_AVX2 void ComprimirAvx2(uint32_t estado[8], const unsigned char* bloques, size_t n) {

@@ -13,6 +13,8 @@ namespace Lx::Api::Interno {
 [[nodiscard]] bool HaySsse3();
 
 void ComprimirShaNi(uint32_t estado[8], const unsigned char* bloques, size_t n);
+void ComprimirDosShaNi(uint32_t estado1[8], const unsigned char* bloques1, uint32_t estado2[8],
+                       const unsigned char* bloques2, size_t n);
 void ComprimirAvx2(uint32_t estado[8], const unsigned char* bloques, size_t n);
 void ComprimirSsse3(uint32_t estado[8], const unsigned char* bloques, size_t n);
 

@@ -16,6 +16,7 @@ using Lx::Motivo;
 using Lx::Api::Descriptor;
 using Lx::Api::Interno::Sha256Ctx;
 using Lx::Api::Interno::Sha256Update;
+using Lx::Api::Interno::Sha256UpdateDos;
 
 namespace {
 
@@ -69,9 +70,11 @@ bool Copia::Empezar(const LxPdf::Fuente& fuente, const std::string& salida, Moti
     const size_t largo = static_cast<size_t>(std::min<uint64_t>(total, kPieza));
     leidas_.assign(static_cast<size_t>(std::min<uint64_t>(piezas_, kAnillo)), std::string(largo, '\0'));
     if (nuevo_.Directa())
-        hechas_[kComprobar] = piezas_;  // nothing is there to be read back
+        hechas_[kReleer] = hechas_[kComprobar] = piezas_;  // nothing is there to be read back
     else
-        releida_.assign(largo, '\0');
+        releidas_ = leidas_;
+    juntos_ = !nuevo_.Directa() && Lx::Api::Interno::Sha256DosALaVez();
+    if (juntos_) hechas_[kComprobar] = piezas_;
     if (total < kParaleloDesde) return true;
     hilos_.reserve(ajustes_.hilos);
     try {
@@ -89,7 +92,16 @@ size_t Copia::Largo(uint64_t pieza) const {
 bool Copia::Posible(size_t tarea) const {
     const uint64_t n = hechas_[tarea];
     if (ocupada_[tarea] || n == piezas_) return false;
-    return tarea == kMover ? n - hechas_[kCubrir] < leidas_.size() : n < hechas_[kMover];
+    switch (tarea) {
+        case kMover:
+            return n - hechas_[kCubrir] < leidas_.size();
+        case kReleer:
+            return n < hechas_[kMover] && n - hechas_[juntos_ ? kCubrir : kComprobar] < releidas_.size();
+        case kCubrir:
+            return n < hechas_[juntos_ ? kReleer : kMover];
+        default:
+            return n < hechas_[kReleer];
+    }
 }
 
 // The one that is furthest behind: alone, a thread does all with a piece while it is in its cache.
@@ -129,21 +141,26 @@ void Copia::Trabajar() {
 
 Motivo Copia::Hacer(size_t tarea, uint64_t pieza) {
     const size_t largo = Largo(pieza);
-    std::string& leida = leidas_[static_cast<size_t>(pieza % leidas_.size())];
+    const size_t lugar = static_cast<size_t>(pieza % leidas_.size());
+    const std::string_view leida(leidas_[lugar].data(), largo);
     switch (tarea) {
         case kMover:
-            if (!fuente_->Leer(pieza * kPieza, largo, leida.data())) return Motivo::Cambiado;
-            if (nuevo_.Directa()) return Motivo::Ninguno;
-            return Lx::Api::EscribirTodo(nuevo_.Fd(), {leida.data(), largo}) ? Motivo::Ninguno
-                                                                             : Motivo::SalidaIncompleta;
-        case kCubrir:
-            Sha256Update(cubierto_, leida.data(), largo);
-            return Motivo::Ninguno;
-        default:
-            if (Lx::Api::LeerEn(nuevo_.Fd(), releida_.data(), largo, static_cast<off_t>(pieza * kPieza)) !=
+            if (!fuente_->Leer(pieza * kPieza, largo, leidas_[lugar].data())) return Motivo::Cambiado;
+            if (nuevo_.Directa() || Lx::Api::EscribirTodo(nuevo_.Fd(), leida)) return Motivo::Ninguno;
+            return Motivo::SalidaIncompleta;
+        case kReleer:
+            if (Lx::Api::LeerEn(nuevo_.Fd(), releidas_[lugar].data(), largo, static_cast<off_t>(pieza * kPieza)) !=
                 static_cast<ssize_t>(largo))
                 return Motivo::Autocomprobacion;
-            Sha256Update(comprobado_, releida_.data(), largo);
+            return Motivo::Ninguno;
+        case kCubrir:
+            if (juntos_)
+                Sha256UpdateDos(cubierto_, leida.data(), comprobado_, releidas_[lugar].data(), largo);
+            else
+                Sha256Update(cubierto_, leida.data(), largo);
+            return Motivo::Ninguno;
+        default:
+            Sha256Update(comprobado_, releidas_[lugar].data(), largo);
             return Motivo::Ninguno;
     }
 }

@@ -48,8 +48,8 @@ class Copia {
                               Lx::Motivo& motivo, std::string& error);
 
   private:
-    // Each goes over the pieces in order, and none overtakes the one it lives on.
-    enum Tarea : size_t { kMover, kCubrir, kComprobar, kTareas };
+    // What is done with each piece. Each goes over the pieces in order, and none overtakes the one it lives on.
+    enum Tarea : size_t { kMover, kReleer, kCubrir, kComprobar, kTareas };
 
     [[nodiscard]] size_t Largo(uint64_t pieza) const;
     [[nodiscard]] bool Posible(size_t tarea) const;
@@ -67,8 +67,9 @@ class Copia {
     std::string salida_;
     Provisional nuevo_;
     uint64_t piezas_ = 0;
-    std::vector<std::string> leidas_;  // a ring: read, and not hashed yet
-    std::string releida_;
+    bool juntos_ = false;                     // kCubrir does the work of kComprobar along with its own
+    std::vector<std::string> leidas_;         // two rings: read from the source,
+    std::vector<std::string> releidas_;       // or read back, and not hashed yet
     Lx::Api::Interno::Sha256Ctx cubierto_;    // of what was read from the source
     Lx::Api::Interno::Sha256Ctx comprobado_;  // of what was read back
 

@@ -56,6 +56,28 @@ TEST(Sha256, TrozosYCopiasDelContexto) {
     }
 }
 
+// Two messages at once, begun anywhere in a block and of every size.
+TEST(Sha256, DosMensajesALaVez) {
+    std::mt19937 azar(3);
+    std::string una(4096, '\0');
+    for (char& c : una) c = static_cast<char>(azar());
+    const std::string otra(una.rbegin(), una.rend());
+    for (size_t antesUna : {0U, 1U, 64U}) {
+        for (size_t antesOtra : {0U, 64U, 100U}) {
+            for (size_t n : {0U, 1U, 63U, 64U, 65U, 1000U, 3968U}) {
+                Sha256Ctx a;
+                Sha256Ctx b;
+                Sha256Update(a, una.data(), antesUna);
+                Sha256Update(b, otra.data(), antesOtra);
+                Sha256UpdateDos(a, una.data() + antesUna, b, otra.data() + antesOtra, n);
+                EXPECT_EQ(Sha256Fin(a), Sha256(una.substr(0, antesUna + n)))
+                    << antesUna << ' ' << antesOtra << ' ' << n;
+                EXPECT_EQ(Sha256Fin(b), Sha256(otra.substr(0, antesOtra + n)));
+            }
+        }
+    }
+}
+
 // Every compression function that this processor has, against the portable one, at every alignment.
 TEST(Sha256, LasCandidatasCoinciden) {
     const auto lista = Candidatas();
@@ -93,6 +115,12 @@ TEST(Sha256, UnaFuncionEquivocadaNoSeElige) {
     const Candidata lista[] = {
         {"ausente", no, &NoSeLlama}, {"mala", si, &OlvidaElUltimoBloque}, {"buena", si, buena}, {"ultima", si, buena}};
     EXPECT_STREQ(Elegir(lista).nombre, "buena");
+    constexpr CompresionDos cambiados = [](uint32_t* e1, const unsigned char* p1, uint32_t* e2, const unsigned char* p2,
+                                           size_t n) {
+        Candidatas().back().funcion(e1, p2, n);
+        Candidatas().back().funcion(e2, p1, n);
+    };
+    EXPECT_FALSE(PasaPruebaConocida(cambiados));
     EXPECT_STREQ(Elegir(std::span(lista).first(3)).nombre, "buena");
 }
 
