@@ -1,18 +1,12 @@
 #include "cli/Salida.h"
 
 #include <fcntl.h>
-#include <signal.h>
 #include <stdio.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
-#include <atomic>
 #include <cerrno>
-#include <climits>
 #include <cstdlib>
-#include <cstring>
-#include <iterator>
 #include <memory>
 
 #include "cli/Texto.h"
@@ -20,43 +14,6 @@
 namespace Cli {
 
 namespace {
-
-// --- The one unfinished file, for the signal handler. The temporary files' own handlers come after it.
-
-constexpr int kSenales[] = {SIGHUP, SIGINT, SIGQUIT, SIGTERM};
-std::array<char, PATH_MAX> g_ruta{};
-std::atomic<pid_t> g_dueno{0};
-struct sigaction g_antes[std::size(kSenales)]{};
-static_assert(std::atomic<pid_t>::is_always_lock_free);
-
-// The signal itself is blocked here: raised again, it goes to the earlier handler after the return.
-void AlRecibirSenal(int senal) {
-    const int guardado = errno;
-    if (g_dueno == getpid()) unlink(g_ruta.data());
-    for (size_t i = 0; i < std::size(kSenales); ++i)
-        if (kSenales[i] == senal) sigaction(senal, &g_antes[i], nullptr);
-    raise(senal);
-    errno = guardado;
-}
-
-void Vigilar(const std::string& ruta) {
-    std::memcpy(g_ruta.data(), ruta.c_str(), ruta.size() + 1);
-    g_dueno = getpid();
-    struct sigaction nueva {};
-    nueva.sa_handler = AlRecibirSenal;
-    sigemptyset(&nueva.sa_mask);
-    for (size_t i = 0; i < std::size(kSenales); ++i) {
-        sigaction(kSenales[i], nullptr, &g_antes[i]);
-        if (g_antes[i].sa_handler != SIG_IGN) sigaction(kSenales[i], &nueva, nullptr);
-    }
-}
-
-void DejarDeVigilar() {
-    g_dueno = 0;
-    for (size_t i = 0; i < std::size(kSenales); ++i) sigaction(kSenales[i], &g_antes[i], nullptr);
-}
-
-// --- Names
 
 bool Fallo(std::string& error, std::string frase) {
     error = std::move(frase);
@@ -71,12 +28,6 @@ bool FalloSistema(std::string& error, const std::string& ruta, int numero) {
 [[nodiscard]] std::string SinEnlaces(const std::string& ruta) {
     const std::unique_ptr<char, decltype(&std::free)> real(realpath(ruta.c_str(), nullptr), std::free);
     return real ? std::string(real.get()) : ruta;
-}
-
-[[nodiscard]] std::string NombreParcial(const std::string& destino, int intento) {
-    const size_t barra = destino.rfind('/');
-    const std::string carpeta = barra == destino.npos ? "" : destino.substr(0, barra + 1);
-    return carpeta + ".velmora_" + std::to_string(getpid()) + "_" + std::to_string(intento) + ".pdf";
 }
 
 // What is replaced keeps its permissions.
@@ -107,23 +58,11 @@ void CopiarPermisos(int fd, const std::string& destino) {
 }  // namespace
 
 bool Salida::Preparar(const std::string& destino, bool forzar, std::string& error) {
-    Descartar();
-    constexpr int kIntentos = 100;
     forzar_ = forzar;
     destino_ = forzar ? SinEnlaces(destino) : destino;
-    int fd = -1;
-    std::string ruta;
-    for (int i = 1; i <= kIntentos && fd < 0; ++i) {
-        ruta = NombreParcial(destino_, i);
-        if (ruta.size() >= g_ruta.size()) return FalloSistema(error, destino, ENAMETOOLONG);
-        fd = open(ruta.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
-        if (fd < 0 && errno != EEXIST) break;
-    }
-    if (fd < 0) return FalloSistema(error, destino, errno);
-    parcial_ = ruta;
-    Vigilar(parcial_);
-    if (forzar_) CopiarPermisos(fd, destino_);
-    close(fd);
+    const Lx::Api::Descriptor fd = parcial_.Crear(destino_);
+    if (!fd) return FalloSistema(error, destino, errno);
+    if (forzar_) CopiarPermisos(fd.Valor(), destino_);
     return true;
 }
 
@@ -131,22 +70,14 @@ bool Salida::Colocar(bool& ocupado, std::string& error) {
     ocupado = false;
     int numero = 0;
     if (forzar_)
-        numero = Asegurar(parcial_) && rename(parcial_.c_str(), destino_.c_str()) == 0 ? 0 : errno;
+        numero = Asegurar(Parcial()) && parcial_.Renombrar(destino_) ? 0 : errno;
     else
-        numero = RenombrarSinPisar(parcial_, destino_);
+        numero = RenombrarSinPisar(Parcial(), destino_);
     ocupado = numero == EEXIST;
     if (ocupado) return Fallo(error, "ya existe " + destino_ + ": no se sustituye.");
     if (numero != 0) return FalloSistema(error, destino_, numero);
-    parcial_.clear();
-    DejarDeVigilar();
+    parcial_.Soltar();
     return true;
-}
-
-void Salida::Descartar() {
-    if (parcial_.empty()) return;
-    unlink(parcial_.c_str());
-    parcial_.clear();
-    DejarDeVigilar();
 }
 
 bool DestinoPermitido(const std::string& destino, const std::string& entrada, bool forzar, std::string& error) {

@@ -5,29 +5,30 @@
 
 #include <string>
 
+#include "crypto/LxInacabado.h"
+
 namespace Cli {
 
 class Salida {
   public:
     Salida() = default;
-    ~Salida() { Descartar(); }
     Salida(const Salida&) = delete;
     Salida& operator=(const Salida&) = delete;
 
-    // Makes the empty file Parcial() for `destino`. One at a time in the process. On false `error` is a sentence.
+    // Makes the empty file Parcial() for `destino`. On false `error` is a sentence.
     [[nodiscard]] bool Preparar(const std::string& destino, bool forzar, std::string& error);
-    [[nodiscard]] const std::string& Parcial() const { return parcial_; }
+    [[nodiscard]] const std::string& Parcial() const { return parcial_.Ruta(); }
     // Gives Parcial() its final name. On false the name was taken (`ocupado`, never with `forzar`) or can't be given;
     // Parcial() is still there.
     [[nodiscard]] bool Colocar(bool& ocupado, std::string& error);
     // Another final name in the same folder.
     void CambiarDestino(const std::string& destino) { destino_ = destino; }
     // Removes Parcial().
-    void Descartar();
+    void Descartar() { parcial_.Quitar(); }
 
   private:
     std::string destino_;
-    std::string parcial_;
+    Lx::Api::Inacabado parcial_;
     bool forzar_ = false;
 };
 
