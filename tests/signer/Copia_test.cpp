@@ -1,0 +1,399 @@
+// A document's way to its file: byte for byte, in place of whatever was there, and without a trace of what failed.
+#include "signer/PdfCopia.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/mman.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <functional>
+#include <optional>
+#include <random>
+#include <thread>
+
+#include "crypto/LxApi.h"
+#include "tests/apoyo/Apoyo.h"
+
+namespace LxPdfSigner::Interno {
+namespace {
+
+namespace fs = std::filesystem;
+using Lx::Motivo;
+using testing::ElementsAre;
+using Nombres = std::vector<std::string>;
+
+constexpr size_t kPieza = 512U << 10;
+
+std::string Bytes(size_t n) {
+    static const std::string todos = [] {
+        std::mt19937_64 azar(1);
+        std::string t(6U << 20, '\0');
+        for (char& c : t) c = static_cast<char>(azar());
+        return t;
+    }();
+    return todos.substr(0, n);
+}
+
+// What gets appended, and the digest of all that its /ByteRange covers: the four numbers may be others than the right
+// ones.
+struct Actualizacion {
+    std::string texto;
+    std::vector<unsigned char> digest;
+
+    explicit Actualizacion(const std::string& doc, std::optional<std::array<size_t, 4>> otros = {}) {
+        const std::string hueco(1000, '0'), cola = "\n%%EOF\n";
+        const size_t abre = doc.size() + 60, tras = abre + hueco.size();
+        const auto r = otros.value_or(std::array<size_t, 4>{0, abre, tras, cola.size()});
+        texto = "\n/ByteRange [1 1 1 1] /ByteRange [";
+        for (const size_t n : r) texto += std::to_string(n) + " ";
+        texto += "]";
+        texto.resize(60, ' ');
+        digest = Lx::Api::Sha256(doc + texto + cola);
+        texto += hueco + cola;
+    }
+    void Rehacer(const std::string& cubierto) { digest = Lx::Api::Sha256(cubierto); }
+};
+
+// A source that does something each time it is read; false from it makes the reading fail.
+class FuenteCon final : public LxPdf::Fuente {
+  public:
+    FuenteCon(std::string datos, std::function<bool(uint64_t)> alLeer)
+        : datos_(std::move(datos)), alLeer_(std::move(alLeer)) {}
+    [[nodiscard]] uint64_t Longitud() const override { return datos_.size(); }
+    [[nodiscard]] bool Leer(uint64_t pos, size_t n, char* destino) const override {
+        datos_.copy(destino, n, pos);
+        return alLeer_(pos);
+    }
+    [[nodiscard]] bool HaCambiado() const override { return false; }
+
+  private:
+    std::string datos_;
+    std::function<bool(uint64_t)> alLeer_;
+};
+
+// As another user than root, who may do everything.
+class ComoCualquiera {
+  public:
+    ComoCualquiera() { EXPECT_EQ(antes_ == 0 ? seteuid(65534) : 0, 0); }
+    ~ComoCualquiera() { EXPECT_EQ(seteuid(antes_), 0); }
+
+  private:
+    uid_t antes_ = geteuid();
+};
+
+class CopiaTest : public testing::Test {
+  protected:
+    struct Fin {
+        Motivo motivo = Motivo::Ninguno;
+        std::string error;
+        bool empezada = false;
+        bool copiada = false;
+        bool acabada = false;
+    };
+    Fin Copiar(const LxPdf::Fuente& fuente, const std::string& salida, const Actualizacion& act,
+               const Copia::Ajustes& ajustes = {}) {
+        Fin f;
+        Copia copia(ajustes);
+        Lx::Api::Interno::Sha256Ctx hash;
+        f.empezada = copia.Empezar(fuente, salida, f.motivo, f.error);
+        f.copiada = f.empezada && copia.Esperar(hash, f.motivo, f.error);
+        if (f.copiada) hash_ = Lx::Api::Interno::Sha256Fin(hash);
+        f.acabada = f.copiada && copia.Acabar(act.texto, act.digest, f.motivo, f.error);
+        return f;
+    }
+    Fin Copiar(const std::string& doc, const std::string& salida, const Copia::Ajustes& ajustes = {}) {
+        return Copiar(*LxPdf::AbrirMemoria(doc), salida, Actualizacion(doc), ajustes);
+    }
+    [[nodiscard]] Nombres Hay() const {
+        Nombres n;
+        for (const auto& e : fs::directory_iterator(carpeta_.Ruta())) n.push_back(e.path().filename());
+        std::sort(n.begin(), n.end());
+        return n;
+    }
+    static mode_t Permisos(const std::string& ruta) {
+        struct stat st {};
+        return stat(ruta.c_str(), &st) == 0 ? st.st_mode & 07777 : 0;
+    }
+    // The open file in the folder that has no name, or only a dot name.
+    [[nodiscard]] int Escondido() const {
+        for (const auto& e : fs::directory_iterator("/proc/self/fd")) {
+            std::error_code no;
+            const std::string a = fs::read_symlink(e.path(), no);
+            if (a.starts_with(carpeta_.Ruta() + "/")) return std::stoi(e.path().filename());
+        }
+        return -1;
+    }
+
+    Apoyo::CarpetaTemporal carpeta_;
+    const std::string salida_ = carpeta_ / "s.pdf";
+    const std::string doc_ = Bytes(1'300'000);
+    const std::string entero_ = doc_ + Actualizacion(doc_).texto;
+    std::vector<unsigned char> hash_;
+};
+
+// Every size around a piece and around what makes threads worth while, with and without threads and names.
+TEST_F(CopiaTest, ByteAByteDeCualquierTamano) {
+    const mode_t antes = umask(026);
+    for (const size_t n : {size_t{0}, size_t{1}, size_t{100}, kPieza - 1, kPieza, kPieza + 1, 4 * kPieza - 1,
+                           4 * kPieza, size_t{6'000'001}}) {
+        const std::string doc = Bytes(n);
+        for (const Copia::Ajustes& a : {Copia::Ajustes{}, {true, 0}, {true, 1}, {true, 5}, {false, 2}}) {
+            SCOPED_TRACE(std::to_string(n) + " bytes, " + std::to_string(a.hilos) + " threads");
+            const Fin f = Copiar(doc, salida_, a);
+            ASSERT_TRUE(f.acabada) << f.error;
+            EXPECT_EQ(f.error, "");
+            EXPECT_EQ(hash_, Lx::Api::Sha256(doc));
+            EXPECT_TRUE(Apoyo::LeerFichero(salida_) == doc + Actualizacion(doc).texto);
+            EXPECT_THAT(Hay(), ElementsAre("s.pdf"));
+            EXPECT_EQ(Permisos(salida_), 0640U);
+            fs::remove(salida_);
+        }
+    }
+    umask(antes);
+}
+
+TEST_F(CopiaTest, LoQueHabiaSeSustituyeDeUnaVez) {
+    fs::create_directory(carpeta_ / "otra");
+    fs::create_symlink("otra/real.pdf", carpeta_ / "enlace");
+    fs::create_symlink(carpeta_ / "enlace", carpeta_ / "otra/vuelta");
+    for (const bool sinNombre : {true, false}) {
+        for (const bool habia : {true, false}) {
+            SCOPED_TRACE(std::to_string(sinNombre) + std::to_string(habia));
+            const std::string real = carpeta_ / "otra/real.pdf";
+            if (habia) {
+                Apoyo::EscribirFichero(real, "viejo");
+                ASSERT_EQ(chmod(real.c_str(), 0604), 0);
+                fs::create_hard_link(real, carpeta_ / "viejo");
+            }
+            const Fin f = Copiar(doc_, carpeta_ / "otra/vuelta", {sinNombre});
+            ASSERT_TRUE(f.acabada) << f.error;
+            EXPECT_TRUE(fs::is_symlink(carpeta_ / "otra/vuelta") && fs::is_symlink(carpeta_ / "enlace"));
+            EXPECT_TRUE(Apoyo::LeerFichero(real) == entero_);
+            EXPECT_EQ(Apoyo::LeerFichero(carpeta_ / "viejo"), habia ? "viejo" : "") << "it was written over";
+            EXPECT_TRUE(!habia || Permisos(real) == 0604) << Permisos(real);
+            fs::remove(carpeta_ / "viejo");
+            fs::remove(real);
+            EXPECT_THAT(Hay(), ElementsAre("enlace", "otra"));
+        }
+    }
+}
+
+// The name may be taken between the beginning and the end.
+TEST_F(CopiaTest, ElNombreSeOcupaMientras) {
+    const FuenteCon fuente(doc_, [&](uint64_t) {
+        Apoyo::EscribirFichero(salida_, "de otro");
+        return true;
+    });
+    EXPECT_TRUE(Copiar(fuente, salida_, Actualizacion(doc_)).acabada);
+    EXPECT_TRUE(Apoyo::LeerFichero(salida_) == entero_);
+    EXPECT_THAT(Hay(), ElementsAre("s.pdf"));
+}
+
+TEST_F(CopiaTest, LaAutocomprobacionMiraLosCuatroNumeros) {
+    const size_t n = doc_.size(), abre = n + 60, tras = abre + 1000, total = entero_.size();
+    const std::string cola = entero_.substr(tras);
+    const auto con = [&](std::array<size_t, 4> rangos) { return Actualizacion(doc_, rangos); };
+    Actualizacion otroDigest(doc_), sinRangos(doc_), dentro = con({0, n - 1, tras, total - tras});
+    otroDigest.digest[31] ^= 1;
+    sinRangos.texto = std::string(sinRangos.texto.size(), ' ');
+    dentro.Rehacer(doc_ + cola);
+    Actualizacion desdeUno = con({1, abre, tras, total - tras}), alReves = con({0, abre, abre - 1, total - abre + 1});
+    alReves.Rehacer(doc_ + alReves.texto.substr(0, 60) + alReves.texto.substr(59));
+    const Apoyo::Filas<const char*, Actualizacion> filas = {
+        {"another digest", otroDigest},
+        {"no ranges", sinRangos},
+        {"a hole that begins inside the document", dentro},
+        {"a first range that begins late", desdeUno},
+        {"a second range that begins before the first ends", alReves},
+        {"one byte less than all", con({0, abre, tras, total - tras - 1})},
+        {"one byte more than all", con({0, abre, tras, total - tras + 1})},
+        {"a number out of all bounds", con({0, abre, SIZE_MAX, 2})},
+    };
+    Apoyo::EscribirFichero(salida_, "viejo");
+    for (const auto& [que, act] : filas) {
+        for (const bool sinNombre : {true, false}) {
+            SCOPED_TRACE(que);
+            const Fin f = Copiar(*LxPdf::AbrirMemoria(doc_), salida_, act, {sinNombre});
+            EXPECT_TRUE(f.copiada && !f.acabada);
+            EXPECT_EQ(f.motivo, Motivo::Autocomprobacion);
+            EXPECT_EQ(f.error, "autocomprobacion del ByteRange fallida: no se escribe el PDF firmado.");
+            EXPECT_EQ(Apoyo::LeerFichero(salida_), "viejo");
+            EXPECT_THAT(Hay(), ElementsAre("s.pdf"));
+        }
+    }
+}
+
+// One piece comes a byte too early to the file, as if the disk had mistaken its place; all sizes are right.
+TEST_F(CopiaTest, LaAutocomprobacionLeeElFichero) {
+    const std::string doc = Bytes(8 * kPieza);
+    for (const unsigned hilos : {0U, 2U}) {
+        const FuenteCon fuente(doc, [&](uint64_t pos) {
+            if (pos == 0 && ftruncate(Escondido(), static_cast<off_t>(doc.size())) != 0) return false;
+            if (pos == 2 * kPieza) lseek(Escondido(), -1, SEEK_CUR);
+            if (pos == 3 * kPieza) lseek(Escondido(), 1, SEEK_CUR);
+            return true;
+        });
+        const Fin f = Copiar(fuente, salida_, Actualizacion(doc), {true, hilos});
+        EXPECT_EQ(f.motivo, Motivo::Autocomprobacion) << hilos;
+        EXPECT_EQ(hash_, Lx::Api::Sha256(doc));
+        EXPECT_THAT(Hay(), ElementsAre());
+    }
+}
+
+TEST_F(CopiaTest, ElDocumentoSeAcorta) {
+    for (const size_t n : {size_t{1'000'000}, size_t{6'000'000}}) {
+        const FuenteCon fuente(Bytes(n), [&](uint64_t pos) { return pos < n - kPieza; });
+        for (const bool sinNombre : {true, false}) {
+            const Fin f = Copiar(fuente, salida_, Actualizacion(Bytes(n)), {sinNombre});
+            EXPECT_TRUE(f.empezada && !f.copiada);
+            EXPECT_EQ(f.motivo, Motivo::Cambiado);
+            EXPECT_EQ(f.error,
+                      "no se pudo leer el documento hasta el final: puede que otro programa lo haya cambiado.");
+            EXPECT_THAT(Hay(), ElementsAre());
+        }
+    }
+}
+
+// The signature fails, or the person gives up: the copy is in the middle of its work.
+TEST_F(CopiaTest, QuienSeArrepienteNoDejaNada) {
+    for (const bool sinNombre : {true, false}) {
+        const FuenteCon fuente(Bytes(6'000'000), [](uint64_t) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            return true;
+        });
+        Fin f;
+        {
+            Copia copia({sinNombre});
+            ASSERT_TRUE(copia.Empezar(fuente, salida_, f.motivo, f.error));
+            EXPECT_EQ(Hay().size(), sinNombre ? 0U : 1U);
+        }
+        EXPECT_THAT(Hay(), ElementsAre());
+        EXPECT_EQ(Escondido(), -1);
+    }
+}
+
+// Devices and pipes are written to, not replaced, and not before the end.
+TEST_F(CopiaTest, LoQueNoEsUnFichero) {
+    const std::string tubo = carpeta_ / "tubo";
+    ASSERT_EQ(mkfifo(tubo.c_str(), 0600), 0);
+    ASSERT_EQ(mkdir((carpeta_ / "c").c_str(), 0700), 0);
+    const auto imposible = [](const std::string& s) { return "no se pudo abrir " + s + " para escritura."; };
+    for (const std::string& s : {carpeta_ / "c", carpeta_ / "c/", carpeta_ / "nueva/", carpeta_ / "no/hay.pdf",
+                                 tubo + "/s.pdf", std::string()}) {
+        const Fin f = Copiar(doc_, s);
+        EXPECT_FALSE(f.empezada);
+        EXPECT_EQ(f.motivo, Motivo::SalidaImposible);
+        EXPECT_EQ(f.error, imposible(s));
+    }
+    Fin f = Copiar(doc_, "/dev/full");
+    EXPECT_TRUE(f.copiada && !f.acabada);
+    EXPECT_EQ(f.motivo, Motivo::SalidaIncompleta);
+    EXPECT_EQ(f.error, "escritura incompleta de /dev/full.");
+    EXPECT_EQ(Copiar(doc_, "/dev/null").motivo, Motivo::Autocomprobacion);
+    std::string llegado;
+    std::thread lector;
+    const FuenteCon fuente(doc_, [&](uint64_t) {
+        if (!lector.joinable()) lector = std::thread([&] { llegado = Apoyo::LeerFichero(tubo); });
+        return true;
+    });
+    f = Copiar(fuente, tubo, Actualizacion(doc_));
+    lector.join();
+    EXPECT_EQ(f.motivo, Motivo::Autocomprobacion) << "what a pipe got can't be read back";
+    EXPECT_TRUE(llegado == entero_);
+    EXPECT_THAT(Hay(), ElementsAre("c", "tubo"));
+}
+
+// Places where nothing can be replaced, but the file itself can be written.
+TEST_F(CopiaTest, EnElMismoFichero) {
+    const int fd = memfd_create("salida", 0);
+    const std::string memoria = "/proc/self/fd/" + std::to_string(fd);
+    EXPECT_TRUE(Copiar(doc_, memoria).acabada);
+    EXPECT_TRUE(Apoyo::LeerFichero(memoria) == entero_);
+    Actualizacion malo(doc_);
+    malo.digest[0] ^= 1;
+    EXPECT_EQ(Copiar(*LxPdf::AbrirMemoria(doc_), memoria, malo).motivo, Motivo::Autocomprobacion);
+    EXPECT_EQ(lseek(fd, 0, SEEK_END), 0) << "half a document was left";
+    close(fd);
+
+    Apoyo::EscribirFichero(salida_, "viejo");
+    ASSERT_EQ(chmod(salida_.c_str(), 0666), 0);
+    struct stat antes {
+    }, despues{};
+    ASSERT_EQ(stat(salida_.c_str(), &antes), 0);
+    // Neither a folder where nothing may be made, nor one where only owners may replace.
+    for (const mode_t modo : {0555, 01777}) {
+        ASSERT_EQ(chmod(carpeta_.Ruta().c_str(), modo), 0);
+        const ComoCualquiera yo;
+        if (modo == 01777 && antes.st_uid == geteuid()) continue;
+        const Fin f = Copiar(doc_, salida_);
+        EXPECT_TRUE(f.acabada) << f.error;
+    }
+    EXPECT_TRUE(Apoyo::LeerFichero(salida_) == entero_);
+    EXPECT_TRUE(stat(salida_.c_str(), &despues) == 0 && despues.st_ino == antes.st_ino);
+    ASSERT_EQ(chmod(salida_.c_str(), 0444), 0);
+    const ComoCualquiera yo;
+    EXPECT_EQ(Copiar(doc_, salida_).motivo, Motivo::SalidaImposible) << "a protected file";
+}
+
+// In a process of its own, so that what it does to itself goes with it. 0 when `hacer` returned true.
+int Aparte(const std::function<bool()>& hacer) {
+    const pid_t hijo = fork();
+    if (hijo == 0) _exit(hacer() ? 0 : 1);
+    int estado = 0;
+    EXPECT_EQ(waitpid(hijo, &estado, 0), hijo);
+    return WIFEXITED(estado) ? WEXITSTATUS(estado) : 128 + WTERMSIG(estado);
+}
+
+TEST_F(CopiaTest, DiscoLleno) {
+    if (Aparte([] { return unshare(CLONE_NEWNS) == 0; }) != 0) GTEST_SKIP() << "no mount namespaces";
+    const auto lleno = [&](size_t n, const Copia::Ajustes& ajustes, bool alAcabar) {
+        if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
+            mount("disco", carpeta_.Ruta().c_str(), "tmpfs", 0, "size=1m") != 0)
+            return false;
+        Apoyo::EscribirFichero(salida_, "viejo");
+        const std::string doc = Bytes(n);
+        const Fin f = Copiar(doc, salida_, ajustes);
+        return f.empezada && f.copiada == alAcabar && !f.acabada && f.motivo == Motivo::SalidaIncompleta &&
+               f.error == "escritura incompleta de " + salida_ + "." && Apoyo::LeerFichero(salida_) == "viejo" &&
+               Hay() == Nombres{"s.pdf"};
+    };
+    for (const bool sinNombre : {true, false}) {
+        EXPECT_EQ(Aparte([&] { return lleno(1'100'000, {sinNombre, 2}, false); }), 0) << sinNombre;
+        EXPECT_EQ(Aparte([&] { return lleno(6'000'000, {sinNombre, 2}, false); }), 0) << sinNombre;
+        // 255 pages of 4 kB hold all of the document: one is the old file's.
+        EXPECT_EQ(Aparte([&] { return lleno(255 * 4096, {sinNombre, 2}, true); }), 0) << sinNombre;
+    }
+}
+
+TEST_F(CopiaTest, SinHilosQueDar) {
+    ASSERT_EQ(chmod(carpeta_.Ruta().c_str(), 0777), 0);
+    const std::string doc = Bytes(6'000'000);
+    const auto solo = [&] {
+        const rlimit ninguno{0, 0};
+        if ((getuid() == 0 && setuid(65534) != 0) || setrlimit(RLIMIT_NPROC, &ninguno) != 0) return false;
+        return Copiar(doc, salida_).acabada;
+    };
+    EXPECT_EQ(Aparte(solo), 0);
+    EXPECT_TRUE(Apoyo::LeerFichero(salida_) == doc + Actualizacion(doc).texto);
+}
+
+TEST_F(CopiaTest, UnaSenalQuitaElNombreConPunto) {
+    const auto herida = [&] {
+        Fin f;
+        Copia copia({false});
+        const auto fuente = LxPdf::AbrirMemoria(doc_);
+        if (copia.Empezar(*fuente, salida_, f.motivo, f.error) && Hay().size() == 1) raise(SIGTERM);
+        return true;
+    };
+    EXPECT_EQ(Aparte(herida), 128 + SIGTERM);
+    EXPECT_THAT(Hay(), ElementsAre());
+}
+
+}  // namespace
+}  // namespace LxPdfSigner::Interno
