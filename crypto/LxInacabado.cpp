@@ -138,20 +138,16 @@ bool Enlazar(int fd, const std::string& ruta) {
 template <typename Hacer>
 bool Inacabado::Intentar(const std::string& destino, Hacer hacer) {
     Quitar();
-    constexpr int kIntentos = 100;
-    for (int i = 0; i < kIntentos; ++i) {
-        const std::string ruta = NombreNuevo(destino);
-        const int sitio = Apuntar(ruta);
-        if (hacer(ruta)) {
-            ruta_ = ruta;
-            sitio_ = sitio;
-            return true;
-        }
-        const int numero = errno;
-        Borrar(sitio);
-        errno = numero;
-        if (numero != EEXIST) return false;
+    const std::string ruta = NombreNuevo(destino);
+    const int sitio = Apuntar(ruta);
+    if (hacer(ruta)) {
+        ruta_ = ruta;
+        sitio_ = sitio;
+        return true;
     }
+    const int numero = errno;
+    Borrar(sitio);
+    errno = numero;
     return false;
 }
 

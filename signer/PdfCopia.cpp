@@ -73,7 +73,7 @@ bool Copia::Empezar(const LxPdf::Fuente& fuente, const std::string& salida, Moti
         hechas_[kReleer] = hechas_[kComprobar] = piezas_;  // nothing is there to be read back
     else
         releidas_ = leidas_;
-    juntos_ = !nuevo_.Directa() && Lx::Api::Interno::Sha256DosALaVez();
+    juntos_ = ajustes_.deDosEnDos && !nuevo_.Directa() && Lx::Api::Interno::Sha256DosALaVez();
     if (juntos_) hechas_[kComprobar] = piezas_;
     if (total < kParaleloDesde) return true;
     hilos_.reserve(ajustes_.hilos);
@@ -198,8 +198,8 @@ Motivo Copia::EscribirDirecta(std::string_view actualizacion, const std::vector<
         }
         if (!Lx::Api::EscribirTodo(fd.Valor(), actualizacion) || !AsegurarEnDisco(fd.Valor()))
             return Motivo::SalidaIncompleta;
-        // What a device or a pipe got can't be read back.
-        return S_ISREG(info.st_mode) && Verificar(salida_, digest) ? Motivo::Ninguno : Motivo::Autocomprobacion;
+        // A device or a pipe has no bytes that could be read back, and fails.
+        return Verificar(salida_, digest) ? Motivo::Ninguno : Motivo::Autocomprobacion;
     };
     Motivo causa = llenar();
     // Nothing that looks like a document may stay.

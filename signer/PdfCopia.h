@@ -25,8 +25,9 @@ namespace LxPdfSigner::Interno {
 class Copia {
   public:
     struct Ajustes {
-        bool sinNombre = true;  // a nameless file where the file system has them
-        unsigned hilos = 2;     // at most; 0: all on the caller's
+        bool sinNombre = true;   // a nameless file where the file system has them
+        unsigned hilos = 2;      // at most; 0: all on the caller's
+        bool deDosEnDos = true;  // both hashes at once where the processor can
     };
 
     Copia() = default;

@@ -74,7 +74,7 @@ bool Provisional::Crear(bool sinNombre) {
 bool Provisional::Abrir(const std::string& salida, bool sinNombre) {
     struct stat hay = {};
     const bool existe = stat(salida.c_str(), &hay) == 0;
-    if (!existe && (errno != ENOENT || salida.empty() || salida.back() == '/')) return false;
+    if (!existe && (errno != ENOENT || salida.empty())) return false;
     if (existe && (S_ISDIR(hay.st_mode) || faccessat(AT_FDCWD, salida.c_str(), W_OK, AT_EACCESS) != 0)) return false;
     destino_ = TrasEnlaces(salida);
     directa_ = existe && !Sustituible(destino_, hay);

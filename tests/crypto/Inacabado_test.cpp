@@ -44,6 +44,14 @@ void Salir77(int) {
     _exit(77);
 }
 
+struct sigaction g_debajo {};
+
+// Hands the signal on to the handler that it was put over.
+void Seguir(int senal) {
+    sigaction(senal, &g_debajo, nullptr);
+    raise(senal);
+}
+
 // Several at once, one of them given up to somebody else.
 TEST_F(InacabadoTest, UnaSenalSeLosLleva) {
     const auto herir = [&](int senal, void (*antes)(int)) {
@@ -80,16 +88,16 @@ TEST_F(InacabadoTest, TambienAlSalir) {
 
 // A child that ends by a signal leaves its parent's files, and has its own place in the register.
 TEST_F(InacabadoTest, LosDelPadreNoSonDelHijo) {
-    Inacabado suyo;
-    ASSERT_TRUE(suyo.Crear(destino_));
+    Inacabado uno, otro;
+    ASSERT_TRUE(uno.Crear(destino_) && otro.Crear(destino_));
     EXPECT_EQ(Aparte([&] {
-                  Inacabado mio;
-                  if (!mio.Crear(destino_) || Hay() != 2) _exit(1);
+                  Inacabado suyo;
+                  if (!suyo.Crear(destino_) || Hay() != 3) _exit(1);
                   raise(SIGTERM);
               }),
               128 + SIGTERM);
-    EXPECT_EQ(Hay(), 1);
-    EXPECT_TRUE(fs::exists(suyo.Ruta()));
+    EXPECT_EQ(Hay(), 2);
+    EXPECT_TRUE(fs::exists(uno.Ruta()) && fs::exists(otro.Ruta()));
 }
 
 // Handlers are there only as long as there are files, and one put over them meanwhile keeps its place.
@@ -110,13 +118,17 @@ TEST_F(InacabadoTest, LosManejadoresVuelven) {
                   {
                       Inacabado uno;
                       if (!uno.Crear(destino_)) _exit(1);
-                      signal(SIGTERM, Salir77);
+                      struct sigaction encima {};
+                      encima.sa_handler = Seguir;
+                      sigaction(SIGTERM, &encima, &g_debajo);
                   }
                   Inacabado otro;
                   if (!otro.Crear(destino_)) _exit(1);
+                  alarm(10);
                   raise(SIGTERM);
               }),
-              77);
+              128 + SIGTERM);
+    EXPECT_EQ(Hay(), 0);
 }
 
 TEST_F(InacabadoTest, Nombres) {

@@ -11,6 +11,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <filesystem>
 #include <functional>
 #include <optional>
@@ -143,7 +144,8 @@ TEST_F(CopiaTest, ByteAByteDeCualquierTamano) {
     for (const size_t n : {size_t{0}, size_t{1}, size_t{100}, kPieza - 1, kPieza, kPieza + 1, 4 * kPieza - 1,
                            4 * kPieza, size_t{6'000'001}}) {
         const std::string doc = Bytes(n);
-        for (const Copia::Ajustes& a : {Copia::Ajustes{}, {true, 0}, {true, 1}, {true, 5}, {false, 2}}) {
+        for (const Copia::Ajustes& a :
+             {Copia::Ajustes{}, {true, 0}, {true, 1}, {true, 5}, {false, 2}, {true, 2, false}, {true, 0, false}}) {
             SCOPED_TRACE(std::to_string(n) + " bytes, " + std::to_string(a.hilos) + " threads");
             const Fin f = Copiar(doc, salida_, a);
             ASSERT_TRUE(f.acabada) << f.error;
@@ -232,15 +234,15 @@ TEST_F(CopiaTest, LaAutocomprobacionMiraLosCuatroNumeros) {
 // One piece comes a byte too early to the file, as if the disk had mistaken its place; all sizes are right.
 TEST_F(CopiaTest, LaAutocomprobacionLeeElFichero) {
     const std::string doc = Bytes(8 * kPieza);
-    for (const unsigned hilos : {0U, 2U}) {
+    for (const auto& [hilos, deDosEnDos] : Apoyo::Filas<unsigned, bool>{{0, true}, {2, true}, {2, false}}) {
         const FuenteCon fuente(doc, [&](uint64_t pos) {
             if (pos == 0 && ftruncate(Escondido(), static_cast<off_t>(doc.size())) != 0) return false;
             if (pos == 2 * kPieza) lseek(Escondido(), -1, SEEK_CUR);
             if (pos == 3 * kPieza) lseek(Escondido(), 1, SEEK_CUR);
             return true;
         });
-        const Fin f = Copiar(fuente, salida_, Actualizacion(doc), {true, hilos});
-        EXPECT_EQ(f.motivo, Motivo::Autocomprobacion) << hilos;
+        const Fin f = Copiar(fuente, salida_, Actualizacion(doc), {true, hilos, deDosEnDos});
+        EXPECT_EQ(f.motivo, Motivo::Autocomprobacion) << hilos << deDosEnDos;
         EXPECT_EQ(hash_, Lx::Api::Sha256(doc));
         EXPECT_THAT(Hay(), ElementsAre());
     }
@@ -263,7 +265,9 @@ TEST_F(CopiaTest, ElDocumentoSeAcorta) {
 // The signature fails, or the person gives up: the copy is in the middle of its work.
 TEST_F(CopiaTest, QuienSeArrepienteNoDejaNada) {
     for (const bool sinNombre : {true, false}) {
-        const FuenteCon fuente(Bytes(6'000'000), [](uint64_t) {
+        std::atomic<uint64_t> ultima{0};
+        const FuenteCon fuente(Bytes(6'000'000), [&](uint64_t pos) {
+            ultima = pos;
             std::this_thread::sleep_for(std::chrono::milliseconds(5));
             return true;
         });
@@ -275,6 +279,7 @@ TEST_F(CopiaTest, QuienSeArrepienteNoDejaNada) {
         }
         EXPECT_THAT(Hay(), ElementsAre());
         EXPECT_EQ(Escondido(), -1);
+        EXPECT_LT(ultima, 5'000'000U) << "it went on to the end";
     }
 }
 
@@ -283,9 +288,10 @@ TEST_F(CopiaTest, LoQueNoEsUnFichero) {
     const std::string tubo = carpeta_ / "tubo";
     ASSERT_EQ(mkfifo(tubo.c_str(), 0600), 0);
     ASSERT_EQ(mkdir((carpeta_ / "c").c_str(), 0700), 0);
+    fs::create_symlink("vuelta", carpeta_ / "vuelta");
     const auto imposible = [](const std::string& s) { return "no se pudo abrir " + s + " para escritura."; };
     for (const std::string& s : {carpeta_ / "c", carpeta_ / "c/", carpeta_ / "nueva/", carpeta_ / "no/hay.pdf",
-                                 tubo + "/s.pdf", std::string()}) {
+                                 carpeta_ / "vuelta", tubo + "/s.pdf", std::string()}) {
         const Fin f = Copiar(doc_, s);
         EXPECT_FALSE(f.empezada);
         EXPECT_EQ(f.motivo, Motivo::SalidaImposible);
@@ -306,7 +312,7 @@ TEST_F(CopiaTest, LoQueNoEsUnFichero) {
     lector.join();
     EXPECT_EQ(f.motivo, Motivo::Autocomprobacion) << "what a pipe got can't be read back";
     EXPECT_TRUE(llegado == entero_);
-    EXPECT_THAT(Hay(), ElementsAre("c", "tubo"));
+    EXPECT_THAT(Hay(), ElementsAre("c", "tubo", "vuelta"));
 }
 
 // Places where nothing can be replaced, but the file itself can be written.
@@ -321,24 +327,36 @@ TEST_F(CopiaTest, EnElMismoFichero) {
     EXPECT_EQ(lseek(fd, 0, SEEK_END), 0) << "half a document was left";
     close(fd);
 
-    Apoyo::EscribirFichero(salida_, "viejo");
-    ASSERT_EQ(chmod(salida_.c_str(), 0666), 0);
-    struct stat antes {
-    }, despues{};
-    ASSERT_EQ(stat(salida_.c_str(), &antes), 0);
-    // Neither a folder where nothing may be made, nor one where only owners may replace.
-    for (const mode_t modo : {0555, 01777}) {
-        ASSERT_EQ(chmod(carpeta_.Ruta().c_str(), modo), 0);
+    // What the system calls this file, once it is gone, is another one's name.
+    const int ido = open(salida_.c_str(), O_RDWR | O_CREAT | O_EXCL, 0600);
+    fs::remove(salida_);
+    Apoyo::EscribirFichero(salida_ + " (deleted)", "de otro");
+    EXPECT_TRUE(Copiar(doc_, "/proc/self/fd/" + std::to_string(ido)).acabada);
+    EXPECT_EQ(lseek(ido, 0, SEEK_END), static_cast<off_t>(entero_.size()));
+    EXPECT_EQ(Apoyo::LeerFichero(salida_ + " (deleted)"), "de otro");
+    close(ido);
+}
+
+TEST_F(CopiaTest, PermisosDeLaCarpeta) {
+    // Neither where nothing may be made, nor where only owners may replace, but where anybody may.
+    for (const auto& [modo, sustituye] : Apoyo::Filas<mode_t, bool>{{0555, false}, {01777, false}, {0777, true}}) {
+        if (modo == 01777 && geteuid() != 0) continue;  // the folder is one's own
+        Apoyo::EscribirFichero(salida_, "viejo");
+        ASSERT_TRUE(chmod(salida_.c_str(), 0666) == 0 && chmod(carpeta_.Ruta().c_str(), modo) == 0);
+        struct stat antes {
+        }, despues{};
+        ASSERT_EQ(stat(salida_.c_str(), &antes), 0);
         const ComoCualquiera yo;
-        if (modo == 01777 && antes.st_uid == geteuid()) continue;
         const Fin f = Copiar(doc_, salida_);
         EXPECT_TRUE(f.acabada) << f.error;
+        EXPECT_TRUE(Apoyo::LeerFichero(salida_) == entero_);
+        ASSERT_EQ(stat(salida_.c_str(), &despues), 0);
+        EXPECT_EQ(despues.st_ino != antes.st_ino, sustituye) << modo;
     }
-    EXPECT_TRUE(Apoyo::LeerFichero(salida_) == entero_);
-    EXPECT_TRUE(stat(salida_.c_str(), &despues) == 0 && despues.st_ino == antes.st_ino);
+    Apoyo::EscribirFichero(salida_, "viejo");
     ASSERT_EQ(chmod(salida_.c_str(), 0444), 0);
     const ComoCualquiera yo;
-    EXPECT_EQ(Copiar(doc_, salida_).motivo, Motivo::SalidaImposible) << "a protected file";
+    EXPECT_FALSE(Copiar(doc_, salida_).empezada) << "a protected file";
 }
 
 // In a process of its own, so that what it does to itself goes with it. 0 when `hacer` returned true.
