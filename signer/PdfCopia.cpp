@@ -94,9 +94,9 @@ bool Copia::Posible(size_t tarea) const {
     if (ocupada_[tarea] || n == piezas_) return false;
     switch (tarea) {
         case kMover:
-            return n - hechas_[kCubrir] < leidas_.size();
+            return n - std::min(hechas_[kCubrir], hechas_[kComprobar]) < leidas_.size();
         case kReleer:
-            return n < hechas_[kMover] && n - hechas_[juntos_ ? kCubrir : kComprobar] < releidas_.size();
+            return n < hechas_[kMover];
         case kCubrir:
             return n < hechas_[juntos_ ? kReleer : kMover];
         default:

@@ -88,6 +88,7 @@ TEST(Sha256, LasCandidatasCoinciden) {
         if (!c.disponible()) continue;
         SCOPED_TRACE(c.nombre);
         EXPECT_TRUE(PasaPruebaConocida(c.funcion));
+        EXPECT_TRUE(c.dos == nullptr || PasaPruebaConocida(c.dos));
         for (size_t n = 0; n <= 9; ++n) {
             for (size_t desde = 0; desde < 64; ++desde) {
                 Sha256Ctx suyo;
