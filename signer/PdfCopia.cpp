@@ -22,8 +22,8 @@ namespace {
 
 // Pieces small enough that the second core finds them in its cache, large enough that a call of the system costs
 // nothing beside them.
-constexpr size_t kPieza = 512U << 10;
-constexpr size_t kAnillo = 4;
+constexpr size_t kPieza = 256U << 10;
+constexpr size_t kAnillo = 8;
 // Below it a thread costs more than it saves.
 constexpr uint64_t kParaleloDesde = 2U << 20;
 
@@ -70,9 +70,9 @@ bool Copia::Empezar(const LxPdf::Fuente& fuente, const std::string& salida, Moti
     const size_t largo = static_cast<size_t>(std::min<uint64_t>(total, kPieza));
     leidas_.assign(static_cast<size_t>(std::min<uint64_t>(piezas_, kAnillo)), std::string(largo, '\0'));
     if (nuevo_.Directa())
-        hechas_[kReleer] = hechas_[kComprobar] = piezas_;  // nothing is there to be read back
+        hechas_[kComprobar] = piezas_;  // nothing is there to be read back
     else
-        releidas_ = leidas_;
+        releida_.assign(largo, '\0');
     juntos_ = ajustes_.deDosEnDos && !nuevo_.Directa() && Lx::Api::Interno::Sha256DosALaVez();
     if (juntos_) hechas_[kComprobar] = piezas_;
     if (total < kParaleloDesde) return true;
@@ -92,16 +92,8 @@ size_t Copia::Largo(uint64_t pieza) const {
 bool Copia::Posible(size_t tarea) const {
     const uint64_t n = hechas_[tarea];
     if (ocupada_[tarea] || n == piezas_) return false;
-    switch (tarea) {
-        case kMover:
-            return n - std::min(hechas_[kCubrir], hechas_[kComprobar]) < leidas_.size();
-        case kReleer:
-            return n < hechas_[kMover];
-        case kCubrir:
-            return n < hechas_[juntos_ ? kReleer : kMover];
-        default:
-            return n < hechas_[kReleer];
-    }
+    if (tarea == kMover) return n - std::min(hechas_[kCubrir], hechas_[kComprobar]) < leidas_.size();
+    return n < hechas_[kMover];
 }
 
 // The one that is furthest behind: alone, a thread does all with a piece while it is in its cache.
@@ -139,28 +131,30 @@ void Copia::Trabajar() {
     }
 }
 
+bool Copia::Releer(uint64_t pieza) {
+    const auto largo = static_cast<ssize_t>(Largo(pieza));
+    return Lx::Api::LeerEn(nuevo_.Fd(), releida_.data(), Largo(pieza), static_cast<off_t>(pieza * kPieza)) == largo;
+}
+
 Motivo Copia::Hacer(size_t tarea, uint64_t pieza) {
     const size_t largo = Largo(pieza);
-    const size_t lugar = static_cast<size_t>(pieza % leidas_.size());
-    const std::string_view leida(leidas_[lugar].data(), largo);
+    std::string& leida = leidas_[static_cast<size_t>(pieza % leidas_.size())];
     switch (tarea) {
         case kMover:
-            if (!fuente_->Leer(pieza * kPieza, largo, leidas_[lugar].data())) return Motivo::Cambiado;
-            if (nuevo_.Directa() || Lx::Api::EscribirTodo(nuevo_.Fd(), leida)) return Motivo::Ninguno;
+            if (!fuente_->Leer(pieza * kPieza, largo, leida.data())) return Motivo::Cambiado;
+            if (nuevo_.Directa() || Lx::Api::EscribirTodo(nuevo_.Fd(), {leida.data(), largo})) return Motivo::Ninguno;
             return Motivo::SalidaIncompleta;
-        case kReleer:
-            if (Lx::Api::LeerEn(nuevo_.Fd(), releidas_[lugar].data(), largo, static_cast<off_t>(pieza * kPieza)) !=
-                static_cast<ssize_t>(largo))
-                return Motivo::Autocomprobacion;
-            return Motivo::Ninguno;
         case kCubrir:
-            if (juntos_)
-                Sha256UpdateDos(cubierto_, leida.data(), comprobado_, releidas_[lugar].data(), largo);
-            else
+            if (!juntos_) {
                 Sha256Update(cubierto_, leida.data(), largo);
+                return Motivo::Ninguno;
+            }
+            if (!Releer(pieza)) return Motivo::Autocomprobacion;
+            Sha256UpdateDos(cubierto_, leida.data(), comprobado_, releida_.data(), largo);
             return Motivo::Ninguno;
         default:
-            Sha256Update(comprobado_, releidas_[lugar].data(), largo);
+            if (!Releer(pieza)) return Motivo::Autocomprobacion;
+            Sha256Update(comprobado_, releida_.data(), largo);
             return Motivo::Ninguno;
     }
 }

@@ -50,13 +50,14 @@ class Copia {
 
   private:
     // What is done with each piece. Each goes over the pieces in order, and none overtakes the one it lives on.
-    enum Tarea : size_t { kMover, kReleer, kCubrir, kComprobar, kTareas };
+    enum Tarea : size_t { kMover, kCubrir, kComprobar, kTareas };
 
     [[nodiscard]] size_t Largo(uint64_t pieza) const;
     [[nodiscard]] bool Posible(size_t tarea) const;
     [[nodiscard]] size_t Elegir() const;
     [[nodiscard]] bool Hecho() const;
     void Trabajar();
+    [[nodiscard]] bool Releer(uint64_t pieza);
     [[nodiscard]] Lx::Motivo Hacer(size_t tarea, uint64_t pieza);
     void Parar();
     [[nodiscard]] Lx::Motivo Anadir(std::string_view actualizacion, const std::vector<unsigned char>& digest);
@@ -68,9 +69,9 @@ class Copia {
     std::string salida_;
     Provisional nuevo_;
     uint64_t piezas_ = 0;
-    bool juntos_ = false;                     // kCubrir does the work of kComprobar along with its own
-    std::vector<std::string> leidas_;         // two rings: read from the source,
-    std::vector<std::string> releidas_;       // or read back, and not hashed yet
+    bool juntos_ = false;              // kCubrir does the work of kComprobar along with its own
+    std::vector<std::string> leidas_;  // a ring: read from the source, and not hashed yet
+    std::string releida_;
     Lx::Api::Interno::Sha256Ctx cubierto_;    // of what was read from the source
     Lx::Api::Interno::Sha256Ctx comprobado_;  // of what was read back
 
