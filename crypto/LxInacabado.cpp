@@ -120,9 +120,9 @@ std::string NombreNuevo(const std::string& destino) {
     uint64_t azar = 0;
     if (getrandom(&azar, sizeof azar, GRND_NONBLOCK) != static_cast<ssize_t>(sizeof azar)) azar = 0;
     static std::atomic<uint64_t> contador{0};
+    const unsigned long long numero = azar + contador++;
     char nombre[64];
-    snprintf(nombre, sizeof nombre, ".velmora_%ld_%llx.tmp", static_cast<long>(getpid()),
-             static_cast<unsigned long long>(azar + contador++));
+    snprintf(nombre, sizeof nombre, ".velmora_%ld_%llx.tmp", static_cast<long>(getpid()), numero);
     return destino.substr(0, destino.rfind('/') + 1) + nombre;
 }
 

@@ -7,6 +7,7 @@
 #include <array>
 #include <cerrno>
 #include <climits>
+#include <string_view>
 #include <utility>
 
 namespace LxPdfSigner::Interno {
@@ -29,8 +30,9 @@ std::string TrasEnlaces(std::string ruta) {
         std::array<char, PATH_MAX> texto{};
         const ssize_t n = readlink(ruta.c_str(), texto.data(), texto.size());
         if (n <= 0 || static_cast<size_t>(n) == texto.size()) break;
-        const std::string otra(texto.data(), static_cast<size_t>(n));
-        ruta = otra[0] == '/' ? otra : CarpetaDe(ruta) + "/" + otra;
+        const std::string_view otra(texto.data(), static_cast<size_t>(n));
+        ruta = otra[0] == '/' ? std::string() : CarpetaDe(ruta) + "/";
+        ruta += otra;
     }
     return ruta;
 }

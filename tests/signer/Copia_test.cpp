@@ -29,7 +29,7 @@ using Lx::Motivo;
 using testing::ElementsAre;
 using Nombres = std::vector<std::string>;
 
-constexpr size_t kPieza = 512U << 10;
+constexpr size_t kPieza = 256U << 10;
 
 std::string Bytes(size_t n) {
     static const std::string todos = [] {
@@ -141,8 +141,8 @@ class CopiaTest : public testing::Test {
 // Every size around a piece and around what makes threads worth while, with and without threads and names.
 TEST_F(CopiaTest, ByteAByteDeCualquierTamano) {
     const mode_t antes = umask(026);
-    for (const size_t n : {size_t{0}, size_t{1}, size_t{100}, kPieza - 1, kPieza, kPieza + 1, 4 * kPieza - 1,
-                           4 * kPieza, size_t{6'000'001}}) {
+    for (const size_t n : {size_t{0}, size_t{1}, size_t{100}, kPieza - 1, kPieza, kPieza + 1, 8 * kPieza - 1,
+                           8 * kPieza, size_t{6'000'001}}) {
         const std::string doc = Bytes(n);
         for (const Copia::Ajustes& a :
              {Copia::Ajustes{}, {true, 0}, {true, 1}, {true, 5}, {false, 2}, {true, 2, false}, {true, 0, false}}) {
