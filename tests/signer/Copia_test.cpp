@@ -389,6 +389,18 @@ TEST_F(CopiaTest, DiscoLleno) {
     }
 }
 
+// A nameless file gets its name through /proc.
+TEST_F(CopiaTest, SinProc) {
+    if (Aparte([] { return unshare(CLONE_NEWNS) == 0; }) != 0) GTEST_SKIP() << "no mount namespaces";
+    const auto solo = [&] {
+        return unshare(CLONE_NEWNS) == 0 && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+               mount("nada", "/proc", "tmpfs", 0, nullptr) == 0 && Copiar(doc_, salida_).acabada;
+    };
+    EXPECT_EQ(Aparte(solo), 0);
+    EXPECT_TRUE(Apoyo::LeerFichero(salida_) == entero_);
+    EXPECT_THAT(Hay(), ElementsAre("s.pdf"));
+}
+
 TEST_F(CopiaTest, SinHilosQueDar) {
     ASSERT_EQ(chmod(carpeta_.Ruta().c_str(), 0777), 0);
     const std::string doc = Bytes(6'000'000);
