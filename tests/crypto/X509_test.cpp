@@ -39,31 +39,33 @@ std::string Fecha(int64_t epoch) {
 
 enum Lectura { No, Si, Ca, NoRepudio };
 
-// By openssl's own words on each certificate, fields and key in its order.
+// By openssl's own words on each certificate, fields and key in its order. Of a serial number it leaves out the zero
+// byte that keeps it positive, which the record has as it stands in the certificate.
 TEST(X509, CertificadosDeOpenssl) {
     const Apoyo::CarpetaTemporal carpeta;
     const std::string pem = carpeta / "c.pem", cnf = carpeta / "cnf", uso = "keyUsage=critical,";
     const std::string nombre = "/C=PE/ST=Lima/L=Lima/O=Ñandú y Cía/OU=Área 51/CN=José Peña";
-    // Kind of key, which ASN.1 string type the names get, subject, days, extensions.
-    const Apoyo::Filas<std::string, const char*, std::string, const char*, std::string, Lectura> filas = {
-        {"rsa:1024", "utf8only", nombre, "30", "basicConstraints=CA:FALSE", Si},
-        {"rsa:1024", "MASK:2048", nombre, "30", "basicConstraints=critical,CA:TRUE", Ca},
-        {"ec", "utf8only", nombre, "30", "basicConstraints=CA:TRUE,pathlen:0", Ca},
-        {"rsa:1024", "utf8only", "/O=Org/CN=x", "20000", "basicConstraints=CA:FALSE", Si},  // after 2050
+    const std::string larga = "7F80112233445566778899AABBCCDDEEFF001122";
+    // Kind of key, which ASN.1 string type the names get, subject, serial number, days, extensions.
+    const Apoyo::Filas<std::string, const char*, std::string, std::string, const char*, std::string, Lectura> filas = {
+        {"rsa:1024", "utf8only", nombre, larga, "30", "basicConstraints=CA:FALSE", Si},
+        {"rsa:1024", "MASK:2048", nombre, "80", "30", "basicConstraints=critical,CA:TRUE", Ca},
+        {"ec", "utf8only", nombre, "FF00" + larga, "30", "basicConstraints=CA:TRUE,pathlen:0", Ca},
+        {"rsa:1024", "utf8only", "/O=Org/CN=x", "7F", "20000", "basicConstraints=CA:FALSE", Si},  // after 2050
         // The bit read depends on how many bits openssl leaves unused in the last byte.
-        {"rsa:1024", "utf8only", "/CN=x", "1", uso + "nonRepudiation,encipherOnly", NoRepudio},
-        {"rsa:1024", "utf8only", "/CN=x", "1", uso + "digitalSignature,cRLSign", NoRepudio},
-        {"rsa:1024", "utf8only", "/CN=x", "1", uso + "digitalSignature,encipherOnly", Si},
-        {"rsa:1024", "utf8only", "/CN=x", "1", uso + "nonRepudiation,cRLSign", Si},
+        {"rsa:1024", "utf8only", "/CN=x", "00", "1", uso + "nonRepudiation,encipherOnly", NoRepudio},
+        {"rsa:1024", "utf8only", "/CN=x", "01", "1", uso + "digitalSignature,cRLSign", NoRepudio},
+        {"rsa:1024", "utf8only", "/CN=x", "0100", "1", uso + "digitalSignature,encipherOnly", Si},
+        {"rsa:1024", "utf8only", "/CN=x", "A0", "1", uso + "nonRepudiation,cRLSign", Si},
     };
-    for (const auto& [clave, mascara, sujeto, dias, extension, lectura] : filas) {
+    for (const auto& [clave, mascara, sujeto, serie, dias, extension, lectura] : filas) {
         SCOPED_TRACE(clave + mascara + extension);
-        Apoyo::EscribirFichero(cnf, "[req]\nprompt=no\nstring_mask=" + std::string(mascara) +
+        Apoyo::EscribirFichero(cnf, "[req]\nprompt=no\nencrypt_key=no\nutf8=yes\nstring_mask=" + std::string(mascara) +
                                         "\ndistinguished_name=n\nx509_extensions=e\n[n]\nCN=x\n[e]\n" + extension +
                                         "\n");
         const bool rsa = clave != "ec";
-        Apoyo::Exigir({"openssl", "req", "-x509", "-nodes", "-utf8", "-config", cnf, "-subj", sujeto, "-keyout",
-                       carpeta / "k", "-out", pem, "-days", dias, "-newkey", clave, "-pkeyopt",
+        Apoyo::Exigir({"openssl", "req", "-x509", "-config", cnf, "-subj", sujeto, "-keyout", carpeta / "k", "-out",
+                       pem, "-days", dias, "-set_serial", "0x" + serie, "-newkey", clave, "-pkeyopt",
                        rsa ? "rsa_keygen_pubexp:65537" : "ec_paramgen_curve:P-256"});
         const std::string der = Apoyo::Exigir({"openssl", "x509", "-in", pem, "-outform", "DER"});
 
@@ -73,11 +75,12 @@ TEST(X509, CertificadosDeOpenssl) {
         Bytes n, e;
         EXPECT_EQ(X509::ClaveRsa(c, n, e), rsa);
         EXPECT_EQ(e, rsa ? Bytes({1, 0, 1}) : Bytes());
-        EXPECT_EQ("subject=" + c.subjectDN + "\nissuer=" + c.issuerDN + "\nserial=" + c.serial +
+        EXPECT_EQ("subject=" + c.subjectDN + "\nissuer=" + c.issuerDN + "\nserial=" + serie +
                       "\nnotBefore=" + Fecha(c.notBefore) + "notAfter=" + Fecha(c.notAfter) + "Modulus=" +
                       (rsa ? Api::BinToHex(n.data(), n.size()) : "No modulus for this public key type") + "\n",
                   Apoyo::Exigir({"openssl", "x509", "-in", pem, "-noout", "-nameopt", "utf8,sep_comma_plus_space,sname",
                                  "-subject", "-issuer", "-serial", "-startdate", "-enddate", "-modulus"}));
+        EXPECT_EQ(c.serial, (serie[0] >= '8' ? "00" : "") + serie);
         EXPECT_EQ(c.isCA, lectura == Ca);
         EXPECT_EQ(c.nonRepudiation, lectura == NoRepudio);
     }
