@@ -4,13 +4,13 @@
 #include <random>
 #include <string>
 
-#include "signer/PdfActualizacion.h"
-#include "signer/PdfDocumento.h"
-#include "signer/PdfLector.h"
+#include "pdf/LxActualizacion.h"
+#include "pdf/LxBarrido.h"
+#include "pdf/LxSintaxis.h"
 
 namespace {
 
-using namespace LxPdfSigner::Interno;
+using namespace LxPdf;
 
 const std::string& MuchosObjetos() {
     static const std::string texto = [] {
@@ -35,24 +35,26 @@ const std::string& Flujo() {
     return texto;
 }
 
-void Barrido(benchmark::State& estado, const std::string& texto) {
-    for (auto _ : estado) benchmark::DoNotOptimize(BarridoObjetos(texto).objetos.size());
+void Barrer(benchmark::State& estado, const std::string& texto) {
+    for (auto _ : estado) benchmark::DoNotOptimize(Barrido(texto).Objetos().size());
     estado.SetBytesProcessed(estado.iterations() * static_cast<int64_t>(texto.size()));
 }
 
 void BarridoDeObjetos(benchmark::State& estado) {
-    Barrido(estado, MuchosObjetos());
+    Barrer(estado, MuchosObjetos());
 }
 void BarridoDeUnFlujo(benchmark::State& estado) {
-    Barrido(estado, Flujo());
+    Barrer(estado, Flujo());
 }
 
-void Campos(benchmark::State& estado) {
+void LeerLosCampos(benchmark::State& estado) {
     for (auto _ : estado) {
         estado.PauseTiming();
-        const Mapa mapa = BarridoObjetos(MuchosObjetos());
+        Barrido doc(MuchosObjetos());
+        Campos campos;
+        Fallo fallo;
         estado.ResumeTiming();
-        benchmark::DoNotOptimize(CamposFirma(MuchosObjetos(), mapa).nombres.size());
+        benchmark::DoNotOptimize(doc.LeerCampos({}, campos, fallo));
     }
 }
 
@@ -69,15 +71,14 @@ void MeterEnMilAnotaciones(benchmark::State& estado) {
     std::string dict = "/Type /Page /Annots [";
     for (int n = 1; n <= 1000; ++n) dict += std::to_string(n) + " 0 R ";
     dict += "] /MediaBox [0 0 595 842]";
-    const Mapa mapa;
+    const Barrido doc{std::string()};
     std::string nuevo;
-    std::string error;
-    for (auto _ : estado) benchmark::DoNotOptimize(MeterRef({}, mapa, dict, "Annots", 2000, nuevo, error));
+    for (auto _ : estado) benchmark::DoNotOptimize(MeterRef(doc, dict, "Annots", {2000, 0}, nuevo));
 }
 
 BENCHMARK(BarridoDeObjetos)->Unit(benchmark::kMillisecond);
 BENCHMARK(BarridoDeUnFlujo)->Unit(benchmark::kMillisecond);
-BENCHMARK(Campos)->Unit(benchmark::kMillisecond);
+BENCHMARK(LeerLosCampos)->Unit(benchmark::kMillisecond);
 BENCHMARK(Literal)->Unit(benchmark::kMillisecond);
 BENCHMARK(MeterEnMilAnotaciones)->Unit(benchmark::kMicrosecond);
 

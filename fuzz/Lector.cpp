@@ -22,12 +22,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     }
     std::string_view dict;
     static_cast<void>(LeerTrailer(texto, size / 2, dict));
-    const Mapa mapa = BarridoObjetos(texto);
-    for (const auto& [num, offset] : mapa.objetos) {
+    Barrido barrido{std::string(texto)};
+    for (const auto& [num, offset] : barrido.Objetos()) {
+        std::string_view valor;
         if (offset >= size) abort();
-        if (DictDe(texto, mapa, num, dict) && (dict.data() < texto.data() || dict.size() > size)) abort();
+        if (barrido.DictEn(num, valor) && valor.size() > size) abort();
     }
-    if (!mapa.objetos.empty()) static_cast<void>(BuscarTodasPaginas(texto, mapa, mapa.objetos.begin()->first));
-    static_cast<void>(NombreCampoLibre(CamposFirma(texto, mapa).nombres));
+    if (!barrido.Objetos().empty()) static_cast<void>(barrido.PaginasDesde(barrido.Objetos().begin()->first));
+    Campos campos;
+    Fallo fallo;
+    if (barrido.LeerCampos({}, campos, fallo)) static_cast<void>(NombreCampoLibre(campos.nombres));
     return 0;
 }

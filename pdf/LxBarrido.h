@@ -1,65 +1,76 @@
-// What the signer needs to know of an existing document (ISO 32000-1, 7.5 and 12.7): trailer, objects, pages and
-// signature fields. Objects are found by scanning the text; objects that only an object stream holds stay invisible.
+// The simple reading of a document: the whole text in memory, objects found by scanning it for "N G obj", and only what
+// stands in the file as text. Objects inside object streams stay invisible, and text that looks like an object's header
+// passes for one: for callers that need exactly this.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 #include <map>
-#include <set>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "pdf/LxLectura.h"
+
 namespace LxPdf {
 
-// Where each object begins, and how much may still be read through it. The allowance only ends on files whose objects
-// lie inside each other, where reading every one would be quadratic work.
-struct Mapa {
-    std::map<long, size_t> objetos;  // number (1 to 2^31) to the offset of the first digit of its header
-    mutable uint64_t margen = 0;     // bytes of values that may still be read
-
-    size_t frontera = 0;  // where the last revision that compresses objects begins, 0 when none does
-
-    [[nodiscard]] bool Agotado() const { return margen == 0; }
-    // Whether what is seen of the object is its last state. An older one may have been replaced inside an object
-    // stream, unseen: writing it again would undo that revision.
-    [[nodiscard]] bool Vigente(long num) const {
-        const auto it = objetos.find(num);
-        return it == objetos.end() || it->second >= frontera;
-    }
-};
-
-// Every "N G obj" in the file; the last one of each number wins. Generations are ignored.
-[[nodiscard]] Mapa BarridoObjetos(std::string_view datos);
-
-// The value of object `num`: a view of `datos`, trimmed at the front only by its header. False when the object isn't
-// there.
-[[nodiscard]] bool ValorObjeto(std::string_view datos, const Mapa& mapa, long num, std::string_view& valor);
-
-// Inner text of object `num`'s dictionary, without << and >>.
-[[nodiscard]] bool DictDe(std::string_view datos, const Mapa& mapa, long num, std::string_view& dict);
-
 // Inner text of the trailer for the cross-reference section at `offset`: the one after a table, or the dictionary of a
-// cross-reference stream (ISO 32000-1, 7.5.5 and 7.5.8).
+// cross-reference stream (ISO 32000-1, 7.5.5 and 7.5.8). The entries aren't looked at.
 [[nodiscard]] bool LeerTrailer(std::string_view datos, size_t offset, std::string_view& dict);
 
-// What stands between the brackets of an array, trimmed, given its text or a reference to it.
-[[nodiscard]] bool ArrayDe(std::string_view datos, const Mapa& mapa, std::string_view valor,
-                           std::string_view& elementos);
+class Barrido final : public Lectura {
+  public:
+    // Null, with `fallo`, when the text has no document in it.
+    [[nodiscard]] static std::unique_ptr<Barrido> Abrir(std::string datos, Fallo& fallo);
+    // Objects alone, of any text: the number (1 to 2^31) to the offset of the first digit of its header; the last one
+    // of each number wins, generations are ignored.
+    explicit Barrido(std::string datos);
 
-// Page objects in document order, each once, from the node on. Levels below 32 are left out; a cycle ends there.
-[[nodiscard]] std::vector<long> BuscarTodasPaginas(std::string_view datos, const Mapa& mapa, long nodo);
+    [[nodiscard]] const std::map<long, size_t>& Objetos() const { return objetos_; }
+    // Reading every object would be quadratic work, since they lie inside each other.
+    [[nodiscard]] bool Agotado() const { return margen_ == 0; }
+    // As below, as views of the text.
+    [[nodiscard]] bool ValorEn(long num, std::string_view& valor) const;
+    [[nodiscard]] bool DictEn(long num, std::string_view& dict) const;
+    // Page objects from the node on, each once. Levels below 32 are left out; a cycle ends there.
+    [[nodiscard]] std::vector<Ref> PaginasDesde(long nodo) const;
 
-struct Campos {
-    std::set<std::string> nombres;  // signature fields, by the text of /T
-    std::map<long, size_t> sellos;  // page object to the count of visible signature widgets on it
-    size_t ultimoFlujo = 0;         // offset of the last object stream (ISO 32000-1, 7.5.7), 0 when there is none
+    [[nodiscard]] const Fuente& Bytes() const override { return *fuente_; }
+    [[nodiscard]] Seccion Clase() const override { return Seccion::Tabla; }
+    [[nodiscard]] uint64_t Previo() const override { return previo_; }
+    [[nodiscard]] std::string_view Trailer() const override { return trailer_; }
+    [[nodiscard]] Ref Raiz() const override { return raiz_; }
+    [[nodiscard]] uint32_t Siguiente() const override;
+    [[nodiscard]] bool ValorDe(Ref ref, std::string& valor) const override;
+    // Only with generation 0.
+    [[nodiscard]] bool RefDe(std::string_view dict, std::string_view clave, Ref& ref) const override;
+    // What isn't seen may be there all the same.
+    [[nodiscard]] bool EsNulo(Ref) const override { return false; }
+    // False when a later revision that compresses objects may have replaced it, unseen: writing it again would undo
+    // that revision.
+    [[nodiscard]] bool Vigente(Ref ref) const override;
+    [[nodiscard]] const std::vector<Ref>& Paginas() const override { return paginas_; }
+    // All signature fields of the file and their visible widgets, whatever `paginas` are.
+    [[nodiscard]] bool LeerCampos(const std::vector<Ref>& paginas, Campos& campos, Fallo& fallo) override;
+
+  private:
+    Barrido() = default;
+    bool Localizar(Fallo& fallo);
+    bool LeerRaiz(Fallo& fallo);
+    bool LeerArbol(Fallo& fallo);
+    void Buscar();
+
+    std::string datos_;
+    std::unique_ptr<Fuente> fuente_;
+    std::map<long, size_t> objetos_;
+    mutable uint64_t margen_ = 0;  // bytes of values that may still be read
+    size_t frontera_ = 0;          // where the last revision that compresses objects begins, 0 when none does
+    uint64_t previo_ = 0;
+    std::string_view trailer_;
+    Ref raiz_;
+    long tamano_ = 0;  // /Size
+    std::vector<Ref> paginas_;
 };
-
-// Signature fields and their visible widgets, in one pass over all objects.
-[[nodiscard]] Campos CamposFirma(std::string_view datos, const Mapa& mapa);
-
-// "Signature" and the smallest number from 1 up that is free.
-[[nodiscard]] std::string NombreCampoLibre(const std::set<std::string>& nombres);
 
 }  // namespace LxPdf

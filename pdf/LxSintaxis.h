@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -31,7 +32,11 @@ inline constexpr std::array<Clase, 256> kClases = [] {
 }
 
 // Position of the first byte from `pos` on that is neither white space nor in a comment; the length when there is none.
-[[nodiscard]] size_t Blanco(std::string_view texto, size_t pos);
+// Mostly it is `pos` itself, which is found out in line.
+[[nodiscard]] size_t BlancoDesde(std::string_view texto, size_t pos);
+[[nodiscard]] inline size_t Blanco(std::string_view texto, size_t pos) {
+    return pos < texto.size() && texto[pos] != '%' && !EsBlanco(texto[pos]) ? pos : BlancoDesde(texto, pos);
+}
 
 // Without leading and trailing white space; comments stay.
 [[nodiscard]] std::string_view QuitarBlancos(std::string_view texto);
@@ -65,12 +70,41 @@ class Claves {
 // The value of /clave without the white space and comments before it, empty when there is none.
 [[nodiscard]] std::string_view ValorDe(std::string_view dict, std::string_view clave);
 
+// The same as viewers look it up: names are compared with their #xx escapes resolved (ISO 32000-1, 7.3.5), and of a key
+// that stands twice the last value counts.
+[[nodiscard]] std::string_view UltimoValor(std::string_view dict, std::string_view clave);
+
+// A key that stands twice, or is spelt with escapes that it doesn't need: readers choose different values.
+[[nodiscard]] bool ClavesAmbiguas(std::string_view dict);
+
+// Inner text of the dictionary that is the value of `texto`; it must be closed.
+[[nodiscard]] bool Interior(std::string_view texto, std::string_view& dict);
+
+// What stands between the brackets of the array that is the value of `texto`, trimmed.
+[[nodiscard]] bool Elementos(std::string_view texto, std::string_view& elementos);
+
+// Offset of the next "obj" from `pos` on, the length when there is none. The scan of a large document is nothing but
+// this.
+[[nodiscard]] size_t BuscarObj(std::string_view texto, size_t pos);
+
 // Reads a whole number at or after `pos`, past white space, and moves `pos` behind it. Numbers saturate. False, with
 // `pos` unchanged, when no digit stands there.
 [[nodiscard]] bool LeerEntero(std::string_view texto, size_t& pos, long& valor);
 
 // Reads "N G R" at the start of `texto`; `resto`, when given, receives what follows. Numbers saturate.
 [[nodiscard]] bool LeerReferencia(std::string_view texto, long& num, long& gen, std::string_view* resto = nullptr);
+
+// Calls f(num, gen) for every reference "num gen R" that the value holds at any depth, in order. Strings, names and
+// comments hold none.
+template <class F>
+void ParaCadaReferencia(std::string_view valor, F f);
+
+// The bytes of a literal or hexadecimal string (ISO 32000-1, 7.3.4); false when `texto` is neither.
+[[nodiscard]] bool BytesDeCadena(std::string_view texto, std::string& bytes);
+
+// A text string (ISO 32000-1, 7.9.2.2) in UTF-8: PDFDocEncoding, UTF-16BE or UTF-8 by its byte order mark. Empty when
+// `texto` is no string.
+[[nodiscard]] std::string Utf8DeCadena(std::string_view texto);
 
 // The value of /clave is a reference with generation 0 to an object number from 1 on.
 [[nodiscard]] bool RefDe(std::string_view dict, std::string_view clave, long& num);
@@ -80,5 +114,39 @@ class Claves {
 
 // Appends "N 0 obj", the body and "endobj".
 void Obj(std::string& salida, long num, std::string_view cuerpo);
+
+// --- What the reading of references needs in line: it sees every byte of every object.
+
+// Position past the string, comment or name at `pos`, or past one byte.
+[[nodiscard]] size_t SaltarOpaco(std::string_view texto, size_t pos);
+
+template <class F>
+void ParaCadaReferencia(std::string_view valor, F f) {
+    constexpr uint64_t kNinguno = UINT64_MAX;
+    uint64_t num = kNinguno;
+    uint64_t gen = kNinguno;
+    for (size_t pos = 0; pos < valor.size();) {
+        const char c = valor[pos];
+        if (EsBlanco(c)) {
+            ++pos;
+        } else if (c >= '0' && c <= '9') {
+            uint64_t n = 0;
+            for (; pos < valor.size() && valor[pos] >= '0' && valor[pos] <= '9'; ++pos) {
+                n = n > UINT32_MAX ? n : n * 10 + static_cast<uint64_t>(valor[pos] - '0');
+            }
+            const bool entero = pos >= valor.size() || EsDelim(valor[pos]);
+            num = gen;
+            gen = entero ? n : kNinguno;
+            while (pos < valor.size() && !EsDelim(valor[pos])) ++pos;
+        } else if (c == '%') {
+            pos = SaltarOpaco(valor, pos);
+        } else {
+            if (c == 'R' && num != kNinguno && gen != kNinguno && (pos + 1 >= valor.size() || EsDelim(valor[pos + 1])))
+                f(num, gen);
+            num = gen = kNinguno;
+            pos = SaltarOpaco(valor, pos);
+        }
+    }
+}
 
 }  // namespace LxPdf

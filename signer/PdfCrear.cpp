@@ -3,21 +3,18 @@
 #include <cstdio>
 
 #include "crypto/LxSha256.h"
+#include "pdf/LxActualizacion.h"
 #include "signer/Motor.h"
-#include "signer/PdfActualizacion.h"
 #include "signer/PdfFichero.h"
-#include "pdf/LxSintaxis.h"
+#include "signer/PdfHueco.h"
+#include "signer/PdfSello.h"
 
 namespace LxPdfSigner::Interno {
-
-using namespace LxPdf;
 
 namespace {
 
 // The object numbers follow from the order of writing: 1 catalog, 2 page tree, 3 page, 4 its font, 5 its content,
 // and, signed: 6 AcroForm, 7 field and widget, 8 signature, 9 the stamp's font, 10 its drawing.
-constexpr long kNumFirma = 8;
-constexpr long kNumFuenteSello = 9;
 
 constexpr std::string_view kCatalogo = "<< /Type /Catalog /Pages 2 0 R >>";
 constexpr std::string_view kCatalogoFirmado =
@@ -33,16 +30,13 @@ constexpr std::string_view kAcroForm =
     "<< /Fields [7 0 R] /SigFlags 3 /DA (0 0 0 rg /Helv 0 Tf)"
     " /DR << /Font << /Helv << /Type /Font /Subtype /Type1 /BaseFont /Helvetica >> >> >> >>";
 
-// A whole file being written: objects numbered as they come, and where they start.
+// A whole file being written, its objects numbered as they come.
 struct Fichero {
-    std::string texto = "%PDF-1.4\n";
-    std::vector<size_t> offsets;
+    LxPdf::Actualizacion partes{0};
+    uint32_t objetos = 0;
     Hueco hueco;  // only of a signed document
 
-    void Objeto(std::string_view cuerpo) {
-        offsets.push_back(texto.size());
-        Obj(texto, static_cast<long>(offsets.size()), cuerpo);
-    }
+    void Objeto(std::string_view cuerpo) { partes.Objeto({++objetos, 0}, cuerpo); }
 };
 
 std::string ContenidoPagina(const std::string& texto) {
@@ -64,42 +58,30 @@ void EscribirFormulario(Fichero& fichero, const Metadatos& meta, const std::stri
     fichero.Objeto(kAcroForm);
     fichero.Objeto("<< /Type /Annot /Subtype /Widget /FT /Sig /T (Signature1) /Rect " + RectSello(sello.ancho, 0, 842) +
                    " /F 4 /P 3 0 R /V 8 0 R /AP << /N 10 0 R >> >>");
-    fichero.offsets.push_back(fichero.texto.size());
-    fichero.hueco = EscribirFirma(fichero.texto, kNumFirma, meta, utc, reserva);
+    fichero.partes.Abrir({++fichero.objetos, 0});
+    fichero.hueco = EscribirFirma(fichero.partes.Bytes(), fichero.objetos, meta, utc, reserva);
     fichero.Objeto(kFuente);
-    fichero.Objeto(CuerpoSello(sello, kNumFuenteSello));
-}
-
-void EscribirXref(Fichero& fichero) {
-    const size_t inicio = fichero.texto.size();
-    const std::string total = std::to_string(fichero.offsets.size() + 1);
-    fichero.texto += "xref\n0 " + total + "\n0000000000 65535 f \n";
-    for (const size_t offset : fichero.offsets) {
-        char linea[32];
-        snprintf(linea, sizeof linea, "%010zu 00000 n \n", offset);
-        fichero.texto += linea;
-    }
-    fichero.texto +=
-        "trailer\n<< /Size " + total + " /Root 1 0 R >>\nstartxref\n" + std::to_string(inicio) + "\n%%EOF\n";
+    fichero.Objeto(CuerpoSello(sello, {fichero.objetos, 0}));
 }
 
 Fichero Construir(const std::string& texto, bool firmar, size_t reserva, const Metadatos& meta,
                   const std::string& utc) {
     Fichero fichero;
+    fichero.partes.Texto("%PDF-1.4\n");
     fichero.Objeto(firmar ? kCatalogoFirmado : kCatalogo);
     fichero.Objeto(kArbol);
     fichero.Objeto(std::string(kPagina) + (firmar ? " /Annots [7 0 R] >>" : " >>"));
     fichero.Objeto(kFuente);
     fichero.Objeto(ContenidoPagina(texto));
     if (firmar) EscribirFormulario(fichero, meta, utc, reserva);
-    EscribirXref(fichero);
+    fichero.partes.TablaEntera(" /Size " + std::to_string(fichero.objetos + 1) + " /Root 1 0 R");
     return fichero;
 }
 
 // Fills /ByteRange and hashes what it covers.
 std::vector<unsigned char> CubrirTodo(Fichero& fichero) {
     const Hueco& hueco = fichero.hueco;
-    std::string& texto = fichero.texto;
+    std::string& texto = fichero.partes.Bytes();
     const std::string rangos = TextoByteRange(hueco.abre, hueco.Tras(), texto.size());
     texto.replace(hueco.byteRange, rangos.size(), rangos);
     Lx::Api::Interno::Sha256Ctx ctx;
@@ -113,17 +95,19 @@ bool CrearFirmado(const std::string& utc, const std::string& salida, const std::
                   const Lx::X509::Certificado& cert, size_t reserva, const Callback& firmar, const Metadatos& meta,
                   Resultado& r) {
     Reserva hecha;
-    if (!Reservar(cert, reserva, hecha, r.error)) return false;
+    if (!Reservar(cert, reserva, hecha, r.motivo, r.error)) return false;
     Fichero fichero = Construir(texto, true, hecha.bytes, meta, utc);
     const std::vector<unsigned char> digest = CubrirTodo(fichero);
     std::string nota;
-    if (!FirmarHueco(fichero.texto, fichero.hueco, digest, cert, hecha.sid, firmar, nota, r.error)) return false;
-    if (!Escribir(salida, {fichero.texto}, r.error)) return false;
+    if (!FirmarHueco(fichero.partes.Bytes(), fichero.hueco, digest, cert, hecha.sid, firmar, nota, r.motivo, r.error))
+        return false;
+    if (!Escribir(salida, {fichero.partes.Bytes()}, r.motivo, r.error)) return false;
     if (!Verificar(salida, digest)) {
+        r.motivo = Lx::Motivo::Autocomprobacion;
         r.error = "autocomprobacion del ByteRange fallida: se deja el PDF sin firma.";
         return false;
     }
-    r.bytes = fichero.texto.size();
+    r.bytes = fichero.partes.Bytes().size();
     r.escrito = true;
     r.firmado = true;
     r.nota = nota;
@@ -140,12 +124,16 @@ Resultado CrearEn(const std::string& utc, const std::string& salida, const std::
         return r;
     const Fichero fichero = Construir(texto, false, 0, meta, utc);
     std::string error;
-    r.escrito = Escribir(salida, {fichero.texto}, error);
+    Lx::Motivo motivo = Lx::Motivo::CertificadoInutil;
+    r.escrito = Escribir(salida, {fichero.partes.Bytes()}, motivo, error);
     if (r.escrito) {
-        r.bytes = fichero.texto.size();
+        r.bytes = fichero.partes.Bytes().size();
         error = "PDF escrito sin firma.";
     }
-    if (r.error.empty()) r.error = error;
+    if (r.error.empty()) {
+        r.error = error;
+        r.motivo = motivo;
+    }
     return r;
 }
 

@@ -6,9 +6,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
-#include <system_error>
 
 #include "crypto/LxDescriptor.h"
 #include "crypto/LxFichero.h"
@@ -27,7 +25,6 @@ using Lx::Api::Interno::Sha256Fin;
 using Lx::Api::Interno::Sha256Update;
 
 constexpr size_t kTrozo = 256U << 10;
-constexpr size_t kParaleloDesde = 2U << 20;
 
 // Bytes read at the file's position, 0 at its end, negative on an error. A folder reads as an empty file.
 ssize_t LeerTrozo(int fd, char* destino, size_t size) {
@@ -89,96 +86,32 @@ bool RangosValidos(const std::string& texto, uint64_t total, uint64_t (&rangos)[
 
 }  // namespace
 
-Digestor::~Digestor() {
-    if (!hilo_.joinable()) return;
-    {
-        const std::lock_guard guarda(cerrojo_);
-        cola_.clear();
-        cerrar_ = true;
-    }
-    cambio_.notify_all();
-    hilo_.join();
-}
-
-void Digestor::EnParalelo() {
-    if (hilo_.joinable()) return;
-    try {
-        hilo_ = std::thread(&Digestor::Trabajar, this);
-    } catch (const std::system_error&) {
-        return;
-    }
-}
-
-void Digestor::Trabajar() {
-    std::unique_lock cerrado(cerrojo_);
-    for (;;) {
-        cambio_.wait(cerrado, [this] { return cerrar_ || !cola_.empty(); });
-        if (cola_.empty()) return;
-        const std::string_view pieza = cola_.front();
-        cerrado.unlock();
-        Sha256Update(ctx_, pieza.data(), pieza.size());
-        cerrado.lock();
-        // The piece leaves only now: whoever waits for it may reuse its memory. A destructor may have emptied the
-        // queue.
-        if (!cola_.empty()) cola_.pop_front();
-        cambio_.notify_all();
-    }
-}
-
-void Digestor::Dar(const void* bytes, size_t size) {
-    if (!hilo_.joinable()) return Sha256Update(ctx_, bytes, size);
-    {
-        const std::lock_guard guarda(cerrojo_);
-        cola_.emplace_back(static_cast<const char*>(bytes), size);
-    }
-    cambio_.notify_all();
-}
-
-void Digestor::Esperar(size_t pendientes) {
-    if (!hilo_.joinable()) return;
-    std::unique_lock cerrado(cerrojo_);
-    cambio_.wait(cerrado, [&] { return cola_.size() <= pendientes; });
-}
-
-const Sha256Ctx& Digestor::Terminar() {
-    Esperar(0);
-    return ctx_;
-}
-
-bool Leer(const std::string& ruta, std::string& datos, Digestor& digestor) {
+bool Leer(const std::string& ruta, std::string& datos) {
     datos.clear();
     const Descriptor fichero(open(ruta.c_str(), O_RDONLY | O_CLOEXEC));
     if (!fichero) return false;
     struct stat info = {};
     if (fstat(fichero.Valor(), &info) == 0 && S_ISREG(info.st_mode) && info.st_size > 0) {
-        const size_t size = static_cast<size_t>(info.st_size);
-        datos.reserve(size + 1);
-        if (size >= kParaleloDesde) {
-            PedirPaginasGrandes(datos);
-            digestor.EnParalelo();
-        }
+        datos.reserve(static_cast<size_t>(info.st_size) + 1);
+        PedirPaginasGrandes(datos);
     }
     // Grows by pieces that fit in the cache: the zeros that resize writes first never reach the memory bus.
     for (size_t leidos = 0;;) {
-        // The queue holds addresses: what is in it must be hashed before the text moves.
-        const size_t hueco = std::min(kTrozo, std::max<size_t>(datos.capacity() - leidos, 1));
-        if (leidos + hueco > datos.capacity()) {
-            digestor.Esperar(0);
-            datos.reserve(datos.capacity() + std::max(kTrozo, datos.capacity() / 2));
-            continue;
-        }
+        if (leidos == datos.capacity()) datos.reserve(leidos + std::max(kTrozo, leidos / 2));
+        const size_t hueco = std::min(kTrozo, datos.capacity() - leidos);
         datos.resize(leidos + hueco);
         const ssize_t n = LeerTrozo(fichero.Valor(), datos.data() + leidos, hueco);
         datos.resize(leidos + static_cast<size_t>(std::max<ssize_t>(n, 0)));
         if (n <= 0) return n == 0;
-        digestor.Dar(datos.data() + leidos, datos.size() - leidos);
         leidos = datos.size();
     }
 }
 
-bool Escribir(const std::string& ruta, std::initializer_list<std::string_view> piezas, std::string& error) {
+bool Escribir(const std::string& ruta, std::initializer_list<std::string_view> piezas, Lx::Motivo& motivo,
+              std::string& error) {
     Descriptor fichero(open(ruta.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666));
     if (fichero.Valor() < 0) {
+        motivo = Lx::Motivo::SalidaImposible;
         error = "no se pudo abrir " + ruta + " para escritura.";
         return false;
     }
@@ -189,6 +122,7 @@ bool Escribir(const std::string& ruta, std::initializer_list<std::string_view> p
     });
     if (fichero.Cerrar() && completo) return true;
     if (esRegular) unlink(ruta.c_str());
+    motivo = Lx::Motivo::SalidaIncompleta;
     error = "escritura incompleta de " + ruta + ".";
     return false;
 }

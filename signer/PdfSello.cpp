@@ -5,8 +5,8 @@
 #include <cmath>
 #include <limits>
 
-#include "signer/PdfCms.h"
 #include "pdf/LxSintaxis.h"
+#include "signer/PdfCms.h"
 
 namespace LxPdfSigner::Interno {
 
@@ -221,6 +221,12 @@ Sello ConstruirSello(const std::string& nombre, const std::string& utc) {
     const Lineas lineas = LineasDe(nombre, utc);
     const double texto = std::max({AnchoDe(lineas.primera), AnchoDe(lineas.segunda), AnchoDe(lineas.tercera)});
     return {std::clamp(std::ceil(texto + 9), 160.0, 420.0), ContenidoSello(nombre, utc)};
+}
+
+std::string CuerpoSello(const Sello& sello, LxPdf::Ref fuente) {
+    return "<< /Type /XObject /Subtype /Form /FormType 1 /BBox [0 0 " + NumEnto(sello.ancho) + " " +
+           NumEnto(kAltoSello) + "] /Resources << /Font << /Ft0 " + LxPdf::Texto(fuente) + " >> >> /Length " +
+           std::to_string(sello.contenido.size()) + " >>\nstream\n" + sello.contenido + "endstream";
 }
 
 double AltoPagina(std::string_view dictPagina) {

@@ -8,6 +8,8 @@
 #include <string_view>
 #include <vector>
 
+#include "pdf/LxLectura.h"
+
 namespace LxPdfSigner::Interno {
 
 inline constexpr int kAltoSello = 32;
@@ -50,6 +52,9 @@ struct Sello {
 };
 // The stamp with its width estimated from the UTF-8 bytes of its lines, 160 to 420 points.
 [[nodiscard]] Sello ConstruirSello(const std::string& nombre, const std::string& utc);
+
+// Body of the stamp's form XObject (ISO 32000-1, 8.10) with the font object that it shows its text in.
+[[nodiscard]] std::string CuerpoSello(const Sello& sello, LxPdf::Ref fuente);
 
 // Top edge of a page: the larger y of its own /MediaBox, 842 when that can't be read (nothing is inherited).
 [[nodiscard]] double AltoPagina(std::string_view dictPagina);

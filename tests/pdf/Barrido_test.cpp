@@ -104,8 +104,8 @@ TEST(Barrido, LosObjetosSeEncuentranPorSuCabecera) {
     };
     for (const auto& [texto, objetos] : filas) {
         SCOPED_TRACE(texto);
-        const Mapa mapa = BarridoObjetos(texto);
-        EXPECT_EQ((std::vector<std::pair<long, size_t>>(mapa.objetos.begin(), mapa.objetos.end())), objetos);
+        const Barrido barrido(texto);
+        EXPECT_EQ((std::vector<std::pair<long, size_t>>(barrido.Objetos().begin(), barrido.Objetos().end())), objetos);
     }
 }
 
@@ -114,7 +114,7 @@ TEST(Barrido, LaBusquedaNoPierdeNingunaPosicion) {
     for (size_t relleno = 0; relleno < 70; ++relleno) {
         for (size_t cola = 0; cola < 20; ++cola) {
             const std::string texto = std::string(relleno, 'o') + " 5 0 obj" + std::string(cola, 'b');
-            EXPECT_EQ(BarridoObjetos(texto).objetos.count(5), 1U) << relleno << " " << cola;
+            EXPECT_EQ(Barrido(texto).Objetos().count(5), 1U) << relleno << " " << cola;
         }
     }
 }
@@ -122,14 +122,14 @@ TEST(Barrido, LaBusquedaNoPierdeNingunaPosicion) {
 TEST(Barrido, DiccionarioDeUnObjeto) {
     const std::string datos =
         "1 0 obj<</A 1>>endobj 2 0 obj % c\n << /B 2 >>\nstream\n<<\nendstream 3 0 obj [1] endobj 4 0 obj << /C 3\n";
-    const Mapa mapa = BarridoObjetos(datos);
+    const Barrido barrido(datos);
     std::string_view dict;
-    ASSERT_TRUE(DictDe(datos, mapa, 1, dict));
+    ASSERT_TRUE(barrido.DictEn(1, dict));
     EXPECT_EQ(dict, "/A 1");
-    ASSERT_TRUE(DictDe(datos, mapa, 2, dict));
+    ASSERT_TRUE(barrido.DictEn(2, dict));
     EXPECT_EQ(dict, " /B 2 ");
     // An array, one that is never closed, one that isn't there.
-    for (const long num : {3, 4, 5}) EXPECT_FALSE(DictDe(datos, mapa, num, dict)) << num;
+    for (const long num : {3, 4, 5}) EXPECT_FALSE(barrido.DictEn(num, dict)) << num;
 }
 
 TEST(Barrido, TrailerDeTablaYDeFlujo) {
@@ -155,14 +155,14 @@ TEST(Barrido, PaginasEnOrdenCadaUnaUnaVezYSinVueltas) {
         "3 0 obj<</Type/Page>>endobj 5 0 obj<</Type /Page >>endobj "
         "4 0 obj<</Type/Pages/Kids 8 0 R>>endobj 8 0 obj [ 6 0 R 1 0 R ] endobj 6 0 obj<</Type/Page/Kids"
         "[7 0 R]>>endobj 7 0 obj<</Type/Page>>endobj";
-    EXPECT_THAT(BuscarTodasPaginas(datos, BarridoObjetos(datos), 1), ElementsAre(5, 3, 6));
+    EXPECT_THAT(Barrido(datos).PaginasDesde(1), ElementsAre(Ref{5, 0}, Ref{3, 0}, Ref{6, 0}));
 
     std::string hondo;
     for (int n = 1; n <= 40; ++n) {
         hondo += std::to_string(n) + " 0 obj<</Kids[" + std::to_string(100 + n) + " 0 R " + std::to_string(n + 1) +
                  " 0 R]>>endobj " + std::to_string(100 + n) + " 0 obj<</Type/Page>>endobj ";
     }
-    EXPECT_EQ(BuscarTodasPaginas(hondo, BarridoObjetos(hondo), 1).size(), 32U) << "levels 1 to 32 below the root";
+    EXPECT_EQ(Barrido(hondo).PaginasDesde(1).size(), 32U) << "levels 1 to 32 below the root";
 }
 
 TEST(Barrido, CamposYSellosDeFirma) {
@@ -175,7 +175,9 @@ TEST(Barrido, CamposYSellosDeFirma) {
         "6 0 obj<</FT/Tx/T(Signature2)>>endobj "
         "7 0 obj<</FT/Sig/T(Signature3)/P 11 0 R/Rect[0 0 0 0]>>endobj "
         "8 0 obj<</FT/Sig/T()/Rect[0 0 5 5]>>endobj";  // on no page
-    const Campos campos = CamposFirma(datos, BarridoObjetos(datos));
+    Campos campos;
+    Fallo fallo;
+    ASSERT_TRUE(Barrido(datos).LeerCampos({}, campos, fallo));
     EXPECT_THAT(campos.nombres, UnorderedElementsAre("Signature1", "<FEFF0041>", "Signature3", ""));
     EXPECT_THAT(campos.sellos, ElementsAre(Pair(10, 2U)));
     EXPECT_EQ(NombreCampoLibre(campos.nombres), "Signature2");
@@ -197,10 +199,12 @@ TEST(Barrido, FormasHostilesAcabanPronto) {
                                  cerrados};
     for (size_t i = 0; i < std::size(filas); ++i) {
         SCOPED_TRACE(i);
-        const Mapa mapa = BarridoObjetos(filas[i]);
+        Barrido barrido(filas[i]);
+        Campos campos;
+        Fallo fallo;
         EXPECT_LE(FinLiteral(filas[i], 0), filas[i].size());
-        static_cast<void>(CamposFirma(filas[i], mapa));
-        static_cast<void>(BuscarTodasPaginas(filas[i], mapa, 1));
+        static_cast<void>(barrido.LeerCampos({}, campos, fallo));
+        static_cast<void>(barrido.PaginasDesde(1));
     }
 }
 

@@ -1,0 +1,176 @@
+#include "signer/PdfFrases.h"
+
+#include <algorithm>
+#include <iterator>
+
+namespace LxPdfSigner::Interno {
+
+namespace {
+
+using Lx::Aviso;
+using Lx::Motivo;
+using LxPdf::Defecto;
+
+constexpr const char* kPedirOtro =
+    " Pide a quien lo hizo que lo guarde de nuevo, o imprímelo a un PDF y firma ese, si no lleva firmas.";
+
+// {n} stands for the object's number, {x} for a name, {r} for the path.
+constexpr struct {
+    Defecto defecto;
+    Motivo motivo;
+    const char* frase;
+    bool otro = false;  // the way out is another copy of the document
+} kFrases[] = {
+    {Defecto::NoSeLee, Motivo::NoSeLee, "no se pudo leer {r}."},
+    {Defecto::SinCabecera, Motivo::NoEsPdf, "{r} no es un PDF."},
+    {Defecto::SinStartxref, Motivo::NoEsPdf, "el PDF no tiene 'startxref': no es un PDF valido."},
+    {Defecto::StartxrefFuera, Motivo::Danado, "el 'startxref' del PDF apunta fuera del fichero."},
+    {Defecto::TrailerIlegible, Motivo::Danado, "no se pudo leer el trailer del PDF (xref ilegible)."},
+    {Defecto::SinRaiz, Motivo::Danado, "el trailer del PDF no tiene /Root."},
+    {Defecto::Cifrado, Motivo::Cifrado, "el PDF esta cifrado: este motor no firma documentos protegidos."},
+    {Defecto::DemasiadoGrande, Motivo::Excesivo, "el PDF es demasiado grande: el limite es de 9 GB."},
+    {Defecto::SinObjetos, Motivo::Danado,
+     "el PDF no contiene objetos legibles (probablemente todo el arbol esta en un ObjStm)."},
+    {Defecto::CatalogoIlegible, Motivo::Danado, "el catalogo del PDF no es un diccionario legible."},
+    {Defecto::SinArbol, Motivo::Danado, "el catalogo no apunta a /Pages por referencia."},
+    {Defecto::SinPaginas, Motivo::SinPaginas, "no se localizo ninguna pagina en el arbol del PDF."},
+    {Defecto::Solapados, Motivo::Danado,
+     "el PDF esta danado: sus objetos se solapan y no se puede firmar sin perder datos."},
+    {Defecto::Irreparable, Motivo::Danado, "el PDF está dañado y no se puede reconstruir.", true},
+    {Defecto::Excesivo, Motivo::Excesivo,
+     "la estructura del PDF pasa de los límites que se leen: parece hecha para agotar a los programas.", true},
+    {Defecto::Filtro, Motivo::Filtro, "la estructura del PDF está comprimida con {x}, que no se lee.", true},
+    {Defecto::DosLecturas, Motivo::Ambiguo,
+     "unos programas muestran un contenido de este PDF y otros, otro (objeto {n}): no se firma lo que no todos ven "
+     "igual.",
+     true},
+    {Defecto::DosRaices, Motivo::Ambiguo,
+     "el PDF contiene más de un documento, y no todos los programas muestran el mismo.", true},
+    {Defecto::DosBases, Motivo::Ambiguo,
+     "el PDF se puede leer desde dos sitios del fichero, y no todos los programas muestran lo mismo.", true},
+    {Defecto::ClaveRepetida, Motivo::Ambiguo,
+     "un dato del PDF está dos veces (objeto {n}), y no todos los programas toman el mismo.", true},
+    {Defecto::GeneracionAjena, Motivo::Ambiguo,
+     "el objeto {n} del PDF se cita con otra generación que la suya: unos programas lo muestran y otros no.", true},
+    {Defecto::MiembroImposible, Motivo::Ambiguo,
+     "el objeto {n} del PDF está mal guardado en su flujo, y no todos los programas leen lo mismo.", true},
+    {Defecto::EntradaAjena, Motivo::Ambiguo,
+     "el objeto {n} del PDF tiene una entrada de un tipo desconocido: unos programas abren el documento y otros no.",
+     true},
+    {Defecto::HibridoAmbiguo, Motivo::Ambiguo, "el objeto {n} del PDF existe para unos programas y para otros no.",
+     true},
+};
+
+void Sustituir(std::string& frase, std::string_view que, const std::string& por) {
+    if (const size_t pos = frase.find(que); pos != std::string::npos) frase.replace(pos, que.size(), por);
+}
+
+// "D:20260131…" as "31-01-2026"; anything else as it stands.
+std::string Dia(const std::string& fecha) {
+    const std::string f = fecha.starts_with("D:") ? fecha.substr(2) : fecha;
+    if (f.size() < 8 || f.find_first_not_of("0123456789") < 8) return fecha;
+    return f.substr(6, 2) + "-" + f.substr(4, 2) + "-" + f.substr(0, 4);
+}
+
+// What a document says of itself goes into a sentence of ours: no line ends, not a novel.
+std::string Llano(std::string texto) {
+    constexpr size_t kLargo = 80;
+    for (char& c : texto)
+        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = ' ';
+    if (texto.size() <= kLargo) return texto;
+    size_t corte = kLargo;
+    while (corte > 0 && (static_cast<unsigned char>(texto[corte]) & 0xC0) == 0x80) --corte;
+    return texto.substr(0, corte) + "…";
+}
+
+std::string Nombrar(const std::vector<std::string>& nombres) {
+    constexpr size_t kHasta = 3;
+    std::string lista;
+    for (size_t i = 0; i < std::min(nombres.size(), kHasta); ++i) {
+        lista += (lista.empty() ? "\"" : ", \"") + Llano(nombres[i]) + "\"";
+    }
+    return nombres.size() > kHasta ? lista + "…" : lista;
+}
+
+}  // namespace
+
+Aviso Explicar(const LxPdf::Fallo& fallo, const std::string& entrada) {
+    const auto* fila =
+        std::find_if(std::begin(kFrases), std::end(kFrases), [&](const auto& f) { return f.defecto == fallo.defecto; });
+    if (fila == std::end(kFrases)) return {Motivo::Danado, "el PDF está dañado."};
+    std::string frase = fila->frase;
+    Sustituir(frase, "{n}", std::to_string(fallo.numero));
+    Sustituir(frase, "{x}", Llano(fallo.nombre));
+    Sustituir(frase, "{r}", entrada);
+    if (fila->otro) frase += kPedirOtro;
+    return {fila->motivo, frase};
+}
+
+Aviso ExplicarCertificado(const LxPdf::Permisos& permisos) {
+    std::string frase = "el PDF está certificado y no admite ningún cambio, tampoco otra firma";
+    if (!permisos.quien.empty() || !permisos.cuando.empty()) {
+        frase += " (según el documento, ";
+        frase += permisos.quien.empty() ? "se certificó" : "lo certificó " + Llano(permisos.quien);
+        if (!permisos.cuando.empty()) frase += " el " + Llano(Dia(permisos.cuando));
+        frase += ")";
+    }
+    return {Motivo::Certificado, frase +
+                                     ": firmarlo rompería esa certificación. Pide a quien lo certificó una copia "
+                                     "que admita firmas."};
+}
+
+bool Bloquea(const LxPdf::Permisos::Cerrojo& cerrojo, const std::string& nombre) {
+    if (cerrojo.accion == "All") return true;
+    // The name of a parent stands for all below it.
+    const bool nombrado = std::any_of(cerrojo.nombres.begin(), cerrojo.nombres.end(), [&](const std::string& n) {
+        return n == nombre || (nombre.size() > n.size() && nombre.starts_with(n) && nombre[n.size()] == '.');
+    });
+    return nombrado == (cerrojo.accion == "Include");
+}
+
+std::vector<Aviso> AvisosDe(const LxPdf::Documento& doc, const LxPdf::Permisos& permisos, const LxPdf::Campos& campos,
+                            const std::string& nombre, bool visible) {
+    std::vector<Aviso> avisos;
+    const struct LxPdf::Rarezas& rarezas = doc.Rarezas();
+    if (rarezas.reconstruido) {
+        avisos.push_back({Motivo::Reconstruido,
+                          "El PDF está dañado y se ha reconstruido: abre la copia firmada y comprueba que está todo."});
+    }
+    if (rarezas.tablaTrasFlujo || rarezas.indiceAjeno || permisos.fueraDeRango) {
+        avisos.push_back(
+            {Motivo::Extrano,
+             "El PDF tiene defectos de forma: algún programa puede mostrarlo de otra manera. Abre la copia "
+             "firmada y comprueba que está todo."});
+    }
+    if (permisos.p == 2 && visible) {
+        avisos.push_back({Motivo::SelloEnCertificado,
+                          "El PDF está certificado y solo admite rellenarlo y firmarlo: algún programa puede dar el "
+                          "sello visible por un cambio no permitido. Con la firma invisible no pasa."});
+    }
+    const auto cerrojo = std::find_if(permisos.cerrojos.begin(), permisos.cerrojos.end(),
+                                      [&](const auto& c) { return Bloquea(c, nombre); });
+    if (cerrojo != permisos.cerrojos.end()) {
+        avisos.push_back({Motivo::CampoBloqueado, "La firma del campo \"" + Llano(cerrojo->campo) +
+                                                      "\" bloquea los campos del documento: algún programa puede dar "
+                                                      "esta firma por un cambio no permitido."});
+    }
+    if (!campos.vacios.empty()) {
+        avisos.push_back(
+            {Motivo::CamposVacios, (campos.vacios.size() == 1 ? "El documento tiene un campo de firma sin firmar ("
+                                                              : "El documento tiene campos de firma sin firmar (") +
+                                       Nombrar(campos.vacios) + "): esta firma se añade aparte y lo deja como está."});
+    }
+    if (permisos.derechosDeUso) {
+        avisos.push_back({Motivo::DerechosDeUso,
+                          "El PDF lleva derechos de uso de quien lo hizo: el programa que los concede puede retirarlos "
+                          "al ver la copia firmada."});
+    }
+    if (permisos.xfaDinamico) {
+        avisos.push_back({Motivo::FormularioXfa,
+                          "El PDF contiene un formulario dinámico (XFA): algunos programas muestran ese formulario en "
+                          "lugar de las páginas que se firman."});
+    }
+    return avisos;
+}
+
+}  // namespace LxPdfSigner::Interno
