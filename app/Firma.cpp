@@ -20,6 +20,9 @@ using Lx::CertStore::Origen;
 namespace {
 
 constexpr int kAceptado = 1;
+constexpr const char* kProtegido =
+    "El documento está protegido contra cambios: se abre sin contraseña, pero no se puede firmar. Pide a quien lo hizo "
+    "una copia sin protección o, si te está permitido, imprímelo a un PDF nuevo y firma ese.";
 constexpr int kIntentosPin = 3;  // of a card that doesn't say, since its PIN is still accepted from before
 
 void LimpiarSecretos(Contexto& ctx) {
@@ -102,7 +105,7 @@ bool CMainWindow::ElegirCertificado(Peticion& p) {
     recordado_ = dialogo.Contexto();
     p.ctx = recordado_;
     p.entrada = dialogo.Seleccion();
-    p.sello = {static_cast<int32_t>(dialogo.ModoSello()), dialogo.Paginas()};
+    p.sello = {static_cast<int32_t>(dialogo.ModoSello()), dialogo.Paginas(), true};
     return true;
 }
 
@@ -155,7 +158,9 @@ bool CMainWindow::FirmarDocumento(Peticion& p) {
 
 void CMainWindow::ContarResultado(const LxPdfSigner::Resultado& r, const std::string& salida) {
     if (!r.firmado) {
-        MostrarEstado(r.error.empty() ? "No se pudo firmar." : r.error, true);
+        // The document is on the screen: it opens without a password.
+        const std::string motivo = r.motivo == Lx::Motivo::Cifrado ? kProtegido : r.error;
+        MostrarEstado(motivo.empty() ? "No se pudo firmar." : motivo, true);
         return;
     }
     CargarDocumento(salida);

@@ -1,11 +1,13 @@
-// What a user can do about an engine's refusal, which the sentence itself does not say.
+// What a user can do about a document that was not signed, which the failure's sentence itself does not say.
 #pragma once
 
 #include <string>
 
+#include "crypto/LxMotivo.h"
+
 namespace Cli {
 
-// Advice on `error`, the engine's sentence about the document `entrada`; empty when there is none.
-[[nodiscard]] std::string ConsejoPara(const std::string& error, const std::string& entrada);
+// A sentence without its "Consejo:"; empty when there is none.
+[[nodiscard]] std::string ConsejoPara(Lx::Motivo motivo);
 
 }  // namespace Cli

@@ -19,7 +19,7 @@ int Fallo(const std::string& frase, int estado) {
 
 int OrdenCrear(const Argumentos& a) {
     std::string error;
-    if (!DestinoPermitido(*a.salida, "", a.forzar, error)) return Fallo(error, kAlgoFallo);
+    if (Lx::Aviso fallo; !DestinoPermitido(*a.salida, "", a.forzar, fallo)) return Fallo(fallo.frase, kAlgoFallo);
     Fuentes fuentes;
     Lx::CertStore::Entrada elegida;
     if (!AbrirIdentidad(a, fuentes, elegida, error)) return Fallo(error, kSinCertificado);
@@ -34,7 +34,7 @@ int OrdenCrear(const Argumentos& a) {
     if (!r.firmado) {
         // The engine leaves the document without its signature; here somebody asked for a signed one.
         Decir("No firmado: " + *a.salida + ": " + ConNombreFinal(r.error, salida.Parcial(), *a.salida));
-        if (const std::string consejo = ConsejoPara(r.error, ""); !consejo.empty()) Decir("  Consejo: " + consejo);
+        if (const std::string consejo = ConsejoPara(r.motivo); !consejo.empty()) Decir("  Consejo: " + consejo);
         if (const std::string mas = firmante.Epilogo(); !mas.empty()) Decir(mas);
         return kAlgoFallo;
     }

@@ -31,19 +31,28 @@ using Documentos = std::vector<Documento>;
 
 // --- Before anything is asked of a person
 
-bool Fallo(Documento& d, std::string frase) {
+using Lx::Motivo;
+
+bool Fallo(Documento& d, Motivo motivo, std::string frase) {
+    d.r.motivo = motivo;
     d.r.error = std::move(frase);
     return false;
 }
 
+[[nodiscard]] bool Permitido(const std::string& destino, Documento& d, bool forzar) {
+    Lx::Aviso fallo;
+    return DestinoPermitido(destino, d.entrada, forzar, fallo) || Fallo(d, fallo.motivo, std::move(fallo.frase));
+}
+
 [[nodiscard]] bool SePuedeLeer(Documento& d) {
     const int fd = open(d.entrada.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-    if (fd < 0) return Fallo(d, "no se pudo leer " + d.entrada + ". Motivo: " + ExplicarErrno(errno) + ".");
+    if (fd < 0)
+        return Fallo(d, Motivo::NoSeLee, "no se pudo leer " + d.entrada + ". Motivo: " + ExplicarErrno(errno) + ".");
     struct stat st {};
     const bool normal = fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
     close(fd);
-    if (S_ISDIR(st.st_mode)) return Fallo(d, d.entrada + " es una carpeta.");
-    return normal || Fallo(d, d.entrada + " no es un fichero normal.");
+    if (S_ISDIR(st.st_mode)) return Fallo(d, Motivo::NoSeLee, d.entrada + " es una carpeta.");
+    return normal || Fallo(d, Motivo::NoSeLee, d.entrada + " no es un fichero normal.");
 }
 
 [[nodiscard]] Documentos Preparar(const Argumentos& a) {
@@ -51,7 +60,7 @@ bool Fallo(Documento& d, std::string frase) {
     for (const std::string& ruta : a.documentos) {
         Documento& d = docs.emplace_back();
         d.entrada = ruta;
-        if (SePuedeLeer(d) && a.salida) static_cast<void>(DestinoPermitido(*a.salida, ruta, a.forzar, d.r.error));
+        if (SePuedeLeer(d) && a.salida) static_cast<void>(Permitido(*a.salida, d, a.forzar));
     }
     return docs;
 }
@@ -81,8 +90,8 @@ struct Trabajo {
     } kModos[] = {{"invisible", 0}, {"primera", 1}, {"ultima", 2}, {"todas", 3}};
     const std::string sello = a.sello.value_or("primera");
     for (const auto& m : kModos)
-        if (sello == m.sello) return {m.modo, ""};
-    return {4, sello};
+        if (sello == m.sello) return {m.modo, "", true};
+    return {4, sello, true};
 }
 
 [[nodiscard]] std::string DestinoDe(const std::string& entrada, const Argumentos& a) {
@@ -95,21 +104,25 @@ struct Trabajo {
 [[nodiscard]] bool Colocar(Salida& salida, std::string& destino, Documento& d, const Argumentos& a) {
     constexpr int kIntentos = 20;
     bool ocupado = false;
+    std::string error;
     for (int i = 0; i < kIntentos; ++i) {
-        if (salida.Colocar(ocupado, d.r.error)) return true;
-        if (!ocupado || a.salida) return false;
+        if (salida.Colocar(ocupado, error)) return true;
+        if (!ocupado || a.salida) break;
         destino = DestinoDe(d.entrada, a);
         salida.CambiarDestino(destino);
     }
-    return false;
+    return Fallo(d, Motivo::SalidaImposible, error);
 }
 
 void FirmarDocumento(Documento& d, const Trabajo& t) {
     std::string destino = DestinoDe(d.entrada, t.a);
     Salida salida;
-    if (!DestinoPermitido(destino, d.entrada, t.a.forzar, d.r.error) ||
-        !salida.Preparar(destino, t.a.forzar, d.r.error))
+    std::string error;
+    if (!Permitido(destino, d, t.a.forzar)) return;
+    if (!salida.Preparar(destino, t.a.forzar, error)) {
+        Fallo(d, Motivo::SalidaImposible, error);
         return;
+    }
     d.r = LxPdfSigner::Firmar(d.entrada, salida.Parcial(), t.firmante.Elegida().cert, t.firmante.Callback(), t.meta,
                               t.opciones);
     if (!d.r.firmado) {
@@ -126,7 +139,7 @@ void FirmarUno(Documento& d, const Trabajo& t) {
         FirmarDocumento(d, t);
     } catch (const std::bad_alloc&) {
         d.r = {};
-        d.r.error = "no hay memoria suficiente para firmar " + d.entrada + ".";
+        Fallo(d, Motivo::Excesivo, "no hay memoria suficiente para firmar " + d.entrada + ".");
     }
 }
 
@@ -140,7 +153,14 @@ void Contar(const Documento& d) {
         return;
     }
     Decir("No firmado: " + d.entrada + ": " + d.r.error);
-    if (const std::string consejo = ConsejoPara(d.r.error, d.entrada); !consejo.empty()) Decir("  Consejo: " + consejo);
+    if (const std::string consejo = ConsejoPara(d.r.motivo); !consejo.empty()) Decir("  Consejo: " + consejo);
+}
+
+[[nodiscard]] std::string JsonDe(const std::vector<Lx::Aviso>& avisos) {
+    std::vector<std::string> lista;
+    for (const Lx::Aviso& a : avisos)
+        lista.push_back(Json::Objeto().PonerTexto("motivo", NombreDe(a.motivo)).PonerTexto("frase", a.frase).Cerrar());
+    return Json::Lista(lista);
 }
 
 [[nodiscard]] std::string JsonDe(const Documentos& docs) {
@@ -150,6 +170,7 @@ void Contar(const Documento& d) {
         o.PonerTexto("entrada", d.entrada).PonerTexto("salida", d.salida).PonerLogico("firmado", d.r.firmado);
         o.PonerNumero("bytes", d.r.firmado ? d.r.bytes : 0).PonerTexto("nota", d.r.nota);
         o.PonerTexto("aviso", d.r.aviso).PonerTexto("error", d.r.error);
+        o.PonerTexto("motivo", NombreDe(d.r.motivo)).Poner("avisos", std::string_view(JsonDe(d.r.avisos)));
         lista.push_back(o.Cerrar());
     }
     return Json::Objeto().PonerNumero("version", 1).Poner("documentos", std::string_view(Json::Lista(lista))).Cerrar() +
@@ -165,11 +186,18 @@ void Contar(const Documento& d) {
     return d.r.error.empty();
 }
 
+void FallanTodos(Documentos& docs, Motivo motivo, const std::string& error) {
+    for (Documento& d : docs)
+        if (Pendiente(d)) Fallo(d, motivo, error);
+}
+
 void FirmarTodos(Documentos& docs, const Trabajo& t) {
     Progreso progreso(docs.size());
     for (size_t i = 0; i < docs.size(); ++i) {
         progreso.Mostrar(i, docs[i].entrada);
-        if (Pendiente(docs[i]) && !t.firmante.Parado(docs[i].r.error)) FirmarUno(docs[i], t);
+        std::string parado;
+        if (Pendiente(docs[i]) && t.firmante.Parado(parado)) Fallo(docs[i], Motivo::ClaveNoFirma, parado);
+        if (Pendiente(docs[i])) FirmarUno(docs[i], t);
         if (progreso.Activo() && docs[i].r.firmado && docs[i].r.aviso.empty()) continue;
         progreso.Quitar();
         Contar(docs[i]);
@@ -197,15 +225,14 @@ int OrdenFirmar(const Argumentos& a) {
     }
     if (a.directorio && !EsCarpeta(*a.directorio, error)) {
         DecirError(error);
-        if (a.json) static_cast<void>(EscribirSalida(JsonDeFalloFirmar(a, error)));
-        return kMalUso;
+        FallanTodos(docs, Motivo::SalidaImposible, error);
+        return Responder(a, docs, kMalUso);
     }
     Fuentes fuentes;
     Lx::CertStore::Entrada elegida;
     if (!AbrirIdentidad(a, fuentes, elegida, error)) {
         DecirError(error);
-        for (Documento& d : docs)
-            if (Pendiente(d)) d.r.error = error;
+        FallanTodos(docs, Motivo::CertificadoInutil, error);
         return Responder(a, docs, kSinCertificado);
     }
     Decir("Firmando con " + NombreDe(elegida.cert) + " ...");

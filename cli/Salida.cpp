@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <memory>
+#include <utility>
 
 #include "cli/Texto.h"
 
@@ -80,19 +81,23 @@ bool Salida::Colocar(bool& ocupado, std::string& error) {
     return true;
 }
 
-bool DestinoPermitido(const std::string& destino, const std::string& entrada, bool forzar, std::string& error) {
+bool DestinoPermitido(const std::string& destino, const std::string& entrada, bool forzar, Lx::Aviso& fallo) {
+    const auto no = [&fallo](std::string frase, Lx::Motivo motivo = Lx::Motivo::SalidaImposible) {
+        fallo = {motivo, std::move(frase)};
+        return false;
+    };
+    fallo = {};
     struct stat hay {
     }, doc{};
-    if (destino.empty() || destino.back() == '/')
-        return Fallo(error, "\"" + destino + "\" no es un nombre de fichero.");
+    if (destino.empty() || destino.back() == '/') return no("\"" + destino + "\" no es un nombre de fichero.");
     if (lstat(destino.c_str(), &hay) != 0) return true;  // what else is wrong shows when it is made
     const bool alcanzable = stat(destino.c_str(), &hay) == 0;
     if (alcanzable && !entrada.empty() && stat(entrada.c_str(), &doc) == 0 && doc.st_dev == hay.st_dev &&
         doc.st_ino == hay.st_ino)
-        return Fallo(error, "la salida " + destino + " es el propio documento: no se sustituye nunca.");
-    if (alcanzable && !S_ISREG(hay.st_mode)) return Fallo(error, destino + " ya existe y no es un fichero normal.");
-    if (!forzar) return Fallo(error, "ya existe " + destino + ": no se sustituye.");
-    return true;
+        return no("la salida " + destino + " es el propio documento: no se sustituye nunca.",
+                  Lx::Motivo::SalidaEsEntrada);
+    if (alcanzable && !S_ISREG(hay.st_mode)) return no(destino + " ya existe y no es un fichero normal.");
+    return forzar || no("ya existe " + destino + ": no se sustituye.");
 }
 
 }  // namespace Cli

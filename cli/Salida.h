@@ -6,6 +6,7 @@
 #include <string>
 
 #include "crypto/LxInacabado.h"
+#include "crypto/LxMotivo.h"
 
 namespace Cli {
 
@@ -33,8 +34,8 @@ class Salida {
 };
 
 // Whether `destino` may be written: it is a plain file that is not there yet, or may be replaced by `forzar`, and it is
-// not `entrada` under whatever name (empty: no input). On false `error` is a sentence.
+// not `entrada` under whatever name (empty: no input). On false `fallo` says why.
 [[nodiscard]] bool DestinoPermitido(const std::string& destino, const std::string& entrada, bool forzar,
-                                    std::string& error);
+                                    Lx::Aviso& fallo);
 
 }  // namespace Cli

@@ -32,5 +32,5 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_DEPENDS "fonts-urw-base35 | fonts-liberation, hicolor-icon-theme, libnss3, libp11-kit0, libpcsclite1, openssl")
 set(CPACK_DEBIAN_PACKAGE_RECOMMENDS
   "fonts-liberation | fonts-dejavu-core, libcurl4 | libcurl3-gnutls, pcscd, poppler-data, qt6-translations-l10n, qt6-wayland")
-set(CPACK_DEBIAN_PACKAGE_SUGGESTS "poppler-utils, qpdf")
+set(CPACK_DEBIAN_PACKAGE_SUGGESTS "poppler-utils")
 include(CPack)

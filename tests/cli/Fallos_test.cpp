@@ -100,13 +100,13 @@ TEST_F(Fallos, SinMemoria) {
 #if defined(__SANITIZE_ADDRESS__)
     GTEST_SKIP() << "the sanitizer's own memory is past any limit";
 #endif
-    const Apoyo::Salida s = Guion(
-        "cp contrato.pdf enorme.pdf; truncate -s 3G enorme.pdf; ulimit -v 1500000; "
-        "exec $CLI firmar $ID enorme.pdf contrato.pdf");
+    // A section of millions of free numbers, each of which takes room in the list of objects.
+    std::string enorme = Pdf(), libres = "100 3000000\n";
+    for (int i = 0; i < 3000000; ++i) libres += "0000000000 00000 f \n";
+    Escribir("enorme.pdf", enorme.insert(enorme.rfind("trailer"), libres));
+    const Apoyo::Salida s = Guion("ulimit -v 80000; exec $CLI firmar $ID enorme.pdf contrato.pdf");
     EXPECT_EQ(s.codigo, 1);
-    EXPECT_THAT(s.errores,
-                HasSubstr("No firmado: enorme.pdf: no hay memoria suficiente para firmar enorme.pdf.\nFirmado: "
-                          "contrato_firmao.pdf"));
+    EXPECT_THAT(s.errores, HasSubstr("enorme.pdf: no hay memoria suficiente para firmar enorme.pdf.\n  Consejo: pide"));
     EXPECT_EQ(Nuevos(), (Nombres{"contrato_firmao.pdf", "enorme.pdf"}));
 }
 

@@ -1,6 +1,7 @@
 // Signing and creating: where the result goes, what is never lost, and which certificate signs.
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "tests/cli/Entorno.h"
@@ -13,12 +14,13 @@ using testing::HasSubstr;
 class FirmarDocumentos : public Cli {};
 
 TEST_F(FirmarDocumentos, ElResultadoLoAceptanTodos) {
-    fs::create_directory(En("sub"));
+    ASSERT_EQ(Guion("mkdir sub; qpdf --object-streams=generate contrato.pdf flujo.pdf").codigo, 0);
     const std::string original = Leer("contrato.pdf");
     const Apoyo::Filas<const char*, std::string, size_t, const char*> filas = {
         {"contrato.pdf", "contrato_firmao.pdf", 1, "/AP << /N"},
         {"contrato.pdf", "contrato_firmao2.pdf", 1, "/AP << /N"},
         {"--sello=invisible contrato_firmao.pdf", "contrato_firmao_firmao.pdf", 2, "/Rect [0 0 0 0]"},
+        {"flujo.pdf", "flujo_firmao.pdf", 1, "/AP << /N"},
         {"--sello=todas --directorio=sub contrato.pdf", "sub/contrato_firmao.pdf", 1, "/AP << /N"},
         {"--nombre=Otro --salida=otro contrato.pdf", "otro", 1, "/Name (Otro)"},
     };
@@ -46,19 +48,24 @@ TEST_F(FirmarDocumentos, UnDocumentoMaloNoParaALosDemas) {
               0);
     const Apoyo::Salida s =
         Correr(1, "firmar $ID --json --sello=12-15 malo.pdf contrato.pdf nada.pdf cifrado.pdf flujo.pdf . ñ.pdf",
-               "Firmados 2 de 7 documentos.");
-    EXPECT_EQ(DeJson(s.texto, "[(e['salida'], e['firmado']) for e in d['documentos'] if e['firmado'] or e['salida']]"),
-              "[('contrato_firmao.pdf', True), ('ñ_firmao.pdf', True)]");
+               "Firmados 3 de 7 documentos.");
+    EXPECT_EQ(DeJson(s.texto, "[e['motivo'] or (e['salida'], e['firmado']) for e in d['documentos']]"),
+              "['NoEsPdf', ('contrato_firmao.pdf', True), 'NoSeLee', 'Cifrado', ('flujo_firmao.pdf', True), 'NoSeLee', "
+              "('ñ_firmao.pdf', True)]");
     EXPECT_EQ(DeJson(s.texto, "d['documentos'][1]['bytes']"), std::to_string(Leer("contrato_firmao.pdf").size()));
+    EXPECT_EQ(
+        DeJson(s.texto, "[(a['motivo'], a['frase'] == e['aviso']) for e in d['documentos'] for a in e['avisos']]"),
+        "[('PaginasInvalidas', True), ('PaginasInvalidas', True), ('PaginasInvalidas', True)]");
     EXPECT_EQ(
         DeJson(s.texto, "d['documentos'][1]['aviso']"),
         "stampList \"12-15\" no contiene indices validos para este documento (1 paginas); se usa firma invisible.");
     for (const char* frase :
          {"No firmado: malo.pdf: malo.pdf no es un PDF.", "nada.pdf. Motivo: no existe.", ". es una carpeta.",
-          "el PDF esta cifrado", "qpdf --decrypt", "qpdf --object-streams=disable", "Aviso: contrato.pdf: stampList"})
+          "Consejo: comprueba que es el documento", "Consejo: comprueba que es un fichero",
+          "Consejo: pide a quien lo hizo", "Aviso: contrato.pdf: stampList"})
         EXPECT_THAT(s.errores, HasSubstr(frase));
-    EXPECT_THAT(Nuevos(), testing::ElementsAre("cifrado.pdf", "contrato_firmao.pdf", "flujo.pdf", "malo.pdf", "ñ.pdf",
-                                               "ñ_firmao.pdf"));
+    EXPECT_THAT(Nuevos(), testing::ElementsAre("cifrado.pdf", "contrato_firmao.pdf", "flujo.pdf", "flujo_firmao.pdf",
+                                               "malo.pdf", "ñ.pdf", "ñ_firmao.pdf"));
 }
 
 TEST_F(FirmarDocumentos, NadaDeLoQueHabiaSePierde) {
@@ -66,24 +73,30 @@ TEST_F(FirmarDocumentos, NadaDeLoQueHabiaSePierde) {
         "echo antes >antes.pdf; ln contrato.pdf duro.pdf; ln -s contrato.pdf enlace.pdf; ln -s nada roto.pdf; "
         "mkdir carpeta; echo nada >malo.pdf");
     const Nombres antes = Nuevos();
-    const std::string original = Leer("contrato.pdf");
-    const Apoyo::Filas<std::string, const char*> filas = {
-        {"--salida=antes.pdf contrato.pdf", "ya existe antes.pdf"},
-        {"--salida=roto.pdf contrato.pdf", "ya existe roto.pdf"},
-        {"--salida=antes.pdf --forzar malo.pdf", "no es un PDF"},
-        {"--salida=contrato.pdf --forzar contrato.pdf", "es el propio documento"},
-        {"--salida=./duro.pdf --forzar contrato.pdf", "es el propio documento"},
-        {"--salida=enlace.pdf --forzar contrato.pdf", "es el propio documento"},
-        {"--salida=carpeta --forzar contrato.pdf", "no es un fichero normal"},
-        {"--salida=/dev/null --forzar contrato.pdf", "no es un fichero normal"},
-        {"--salida=carpeta/ contrato.pdf", "no es un nombre de fichero"},
-        {"--salida=nada/x.pdf contrato.pdf", "no se pudo abrir nada/x.pdf para escritura. Motivo: no existe."},
-        {"--salida=" + std::string(300, 'a') + " contrato.pdf", "el nombre es demasiado largo"},
+    const std::string intacto = Leer("contrato.pdf");
+    const std::string imposible = "SalidaImposible. Consejo: elige otro nombre, o una carpeta",
+                      original = "SalidaEsEntrada. Consejo: elige otro nombre para",
+                      malo = "NoEsPdf. Consejo: comprueba que es el documento";
+    const Apoyo::Filas<std::string, const char*, std::string> filas = {
+        {"--salida=antes.pdf contrato.pdf", "ya existe antes.pdf", imposible},
+        {"--salida=roto.pdf contrato.pdf", "ya existe roto.pdf", imposible},
+        {"--salida=antes.pdf --forzar malo.pdf", "no es un PDF", malo},
+        {"--salida=contrato.pdf --forzar contrato.pdf", "es el propio documento", original},
+        {"--salida=./duro.pdf --forzar contrato.pdf", "es el propio documento", original},
+        {"--salida=enlace.pdf --forzar contrato.pdf", "es el propio documento", original},
+        {"--salida=carpeta --forzar contrato.pdf", "no es un fichero normal", imposible},
+        {"--salida=/dev/null --forzar contrato.pdf", "no es un fichero normal", imposible},
+        {"--salida=carpeta/ contrato.pdf", "no es un nombre de fichero", imposible},
+        {"--salida=nada/x.pdf contrato.pdf", "no se pudo abrir nada/x.pdf para escritura. Motivo: no existe.",
+         imposible},
+        {"--salida=" + std::string(300, 'a') + " contrato.pdf", "el nombre es demasiado largo", imposible},
     };
-    for (const auto& [opciones, motivo] : filas) {
-        Correr(1, "firmar $ID " + opciones, motivo);
+    for (const auto& [opciones, frase, consejo] : filas) {
+        const Apoyo::Salida s = Correr(1, "firmar --json $ID " + opciones, frase);
+        const std::string dicho = s.errores.substr(std::min(s.errores.find("Consejo: "), s.errores.size()));
+        EXPECT_THAT(DeJson(s.texto, "d['documentos'][0]['motivo']") + ". " + dicho, testing::StartsWith(consejo));
         EXPECT_EQ(Leer("antes.pdf"), "antes\n") << opciones;
-        EXPECT_EQ(Leer("contrato.pdf"), original) << opciones;
+        EXPECT_EQ(Leer("contrato.pdf"), intacto) << opciones;
         EXPECT_EQ(Nuevos(), antes) << opciones;
     }
     const std::string crear = "crear --texto=Hola $ID --salida=antes.pdf";

@@ -78,7 +78,8 @@ TEST_F(Uso, LasOpcionesSeMezclanConLosDocumentos) {
 // The object is whole whatever went wrong.
 TEST_F(Uso, JsonTambienEnElFallo) {
     Escribir("malo.p12", "esto no es nada");
-    const std::string error = "d['documentos'][0]['error']", listado = "d['listados'][0]['error']";
+    const std::string error = "d['documentos'][0]['error']", motivos = "[e['motivo'] for e in d['documentos']]";
+    const std::string listado = "d['listados'][0]['error']";
     const Apoyo::Filas<int, std::string, std::string, std::string> filas = {
         {2, "firmar --json --sello=x a.pdf b.pdf", "[e['entrada'] for e in d['documentos']]", "['a.pdf', 'b.pdf']"},
         {2, "firmar --json", "d['documentos']", "[]"},
@@ -87,6 +88,9 @@ TEST_F(Uso, JsonTambienEnElFallo) {
         {3, "firmar --json --pkcs12=malo.p12 --clave-desde=clave contrato.pdf otro.pdf",
          "['contraseña incorrecta' in e['error'] or e['error'] for e in d['documentos']]",
          "[True, 'no se pudo leer otro.pdf. Motivo: no existe.']"},
+        {3, "firmar --json --pkcs12=nada.p12 contrato.pdf otro.pdf", motivos, "['CertificadoInutil', 'NoSeLee']"},
+        {2, "firmar --json --directorio=nada contrato.pdf otro.pdf", motivos, "['SalidaImposible', 'NoSeLee']"},
+        {2, "firmar --json --sello=x contrato.pdf", motivos, "['']"},
         {3, "firmar --json --pkcs12=$P12 contrato.pdf", "'no hay un terminal' in " + error, "True"},
         {1, "firmar --json 'a\xFF\"\n\x1B.pdf'", "ascii([d['documentos'][0]['entrada'], d['version']])",
          "['a\\ufffd\"\\n\\x1b.pdf', 1]"},
@@ -101,10 +105,11 @@ TEST_F(Uso, JsonTambienEnElFallo) {
         SCOPED_TRACE(orden);
         const Apoyo::Salida s = Correr(codigo, orden);
         EXPECT_EQ(DeJson(s.texto, expresion), valor);
-        EXPECT_EQ(DeJson(s.texto,
-                         "all(list(e)==['entrada','salida','firmado','bytes','nota','aviso','error'] and "
-                         "e['firmado']==False for e in d.get('documentos',[]))"),
-                  "True");
+        EXPECT_EQ(
+            DeJson(s.texto,
+                   "all(list(e)==['entrada','salida','firmado','bytes','nota','aviso','error','motivo','avisos'] and "
+                   "e['firmado']==False for e in d.get('documentos',[]))"),
+            "True");
         EXPECT_THAT(s.errores, Not(HasSubstr("\x1B")));
     }
 }
