@@ -1,0 +1,495 @@
+#!/usr/bin/python3
+"""documentos.py FOLDER [FAMILY...]: writes the documents that a signer can be fooled with, and prints a line for each:
+
+NAME <tab> OUTCOME <tab> REASON <tab> WARNING <tab> KIND
+
+OUTCOME is "firmado", "rechazado" or "igual" (either will do, as long as nobody sees something else afterwards); REASON
+and WARNING are names of reasons, "-" where any will do and none is asked for. KIND is "hostil" where time and memory
+count. Every page says "10 EUR" when it is read as it should be; "9999 EUR" lies in wait."""
+
+import os
+import sys
+import zlib
+
+from armar import (ARBOL, CABEZA, CATALOGO, COMUN, FUENTE, MIEMBROS, PAGINA, TEXTO, Pdf, alojar, cambiado, cerrar,
+                   crudo, documento, flujo, revision)
+
+FIRMADO, REHECHO, EXTRANO = ("firmado",), ("firmado", "-", "Reconstruido"), ("firmado", "-", "Extrano")
+AMBIGUO, RECHAZADO, IGUAL = ("rechazado", "Ambiguo"), ("rechazado",), ("igual",)
+
+FALSOS = {
+    "contenido": "4 0 obj\n[8 0 R]\nendobj\n",
+    "pagina": f"3 0 obj\n{PAGINA % '8 0 R'}\nendobj\n",
+    "catalogo": "1 0 obj\n<< /Type /Catalog /Pages 16 0 R >>\nendobj\n",
+    "arbol": f"2 0 obj\n{ARBOL % '9 0 R'}\nendobj\n",
+    "formulario": "6 0 obj\n<< /Fields [] >>\nendobj\n",
+    "adjunto": "13 0 obj\n<< /Type /EmbeddedFile /Length 8 >>\nstream\n9999 EUR\nendstream\nendobj\n",
+    "flujo": f"10 0 obj\n{COMUN[8].decode()}\nendobj\n",
+}
+FALSO, PAGINA_FALSA = FALSOS["contenido"], FALSOS["pagina"]
+
+
+def disfraces():
+    """Sound documents in which what looks like an object stands where none is."""
+    for que, falso in FALSOS.items():
+        for clase in ("tabla", "miembros"):
+            yield f"cuerpo-{que}-{clase}", documento(clase, despues=alojar(falso)), FIRMADO
+    linea = PAGINA_FALSA.replace("\n", " ")
+    entero = documento(objetos={3: PAGINA % "8 0 R"}).b
+    dibujo = f"{TEXTO} BI /W {len(linea)} /H 1 /CS /G /BPC 8 ID {linea} EI"
+    for clase in ("tabla", "flujo"):
+        for nombre, como in {
+            "cuerpo-antes": {"antes": alojar(PAGINA_FALSA)},
+            "cuerpo-generacion": {"despues": alojar(PAGINA_FALSA.replace("3 0 obj", "3 1 obj"))},
+            "comentario": {"despues": crudo("% " + linea + "\n")},
+            "cadena": {"despues": lambda d: d.obj(11, f"({linea})")},
+            "imagen": {"objetos": {10: flujo(dibujo)}},
+            "metadatos": {"objetos": {1: CATALOGO % "/Metadata 11 0 R"}, "despues": alojar(PAGINA_FALSA)},
+            "incrustado": {"despues": alojar(bytes(entero), "/Type /EmbeddedFile")},
+            "hueco": {"despues": crudo(PAGINA_FALSA)},
+            "flujo-de-objetos": {"despues": lambda d: d.objstm(15, [(3, PAGINA % "8 0 R")], anotar=False)},
+        }.items():
+            yield f"{nombre}-{clase}", documento(clase, **como), FIRMADO
+        d = documento(clase)
+        d.mas(PAGINA_FALSA)
+        yield f"tras-eof-{clase}", d, FIRMADO
+        # The last revision goes back to the first one's body.
+        d = documento(clase)
+        primera = d.b.index(b"\n3 0 obj") + 1
+        revision(d, {3: PAGINA % "8 0 R"}, clase)
+        d.anotar(3, (1, primera, 0))
+        yield f"revision-vieja-{clase}", cerrar(d, clase, 19), FIRMADO
+    yield "revisiones", revision(documento(objetos={3: PAGINA % "8 0 R"}), {3: COMUN[3]}), FIRMADO
+
+
+def nulos():
+    """Numbers that aren't defined, which some readers then look for by a scan."""
+    con = {3: PAGINA.replace("/Contents", "/Group 30 0 R /Contents") % "4 0 R"}
+    formas = {"falta": {"objetos": con, "size": 31}, "pasado-size": {"objetos": con},
+              "libre": {"objetos": con, "cambios": {30: (0, 0, 1)}}, "info": {"extra": "/Info 30 0 R", "size": 31},
+              "cero": {"objetos": con, "cambios": {30: (1, 0, 0)}}}
+    dos = {3: PAGINA % "[10 0 R 30 0 R]"}
+    falso = f"30 0 obj\n{COMUN[8].decode()}\nendobj\n"
+    for clase, fin in (("tabla", AMBIGUO), ("flujo", FIRMADO)):
+        for nombre, como in formas.items():
+            if clase == "tabla" or nombre != "cero":
+                yield f"nulo-{nombre}-sin-trampa-{clase}", documento(clase, **como), FIRMADO
+                yield f"nulo-{nombre}-cuerpo-{clase}", documento(clase, **como, despues=alojar(FALSO)), fin
+        yield f"nulo-hueco-{clase}", documento(clase, **formas["falta"], despues=crudo(FALSO)), fin
+        d = documento(clase, **formas["falta"])
+        d.mas(FALSO)
+        yield f"nulo-tras-eof-{clase}", d, fin
+        # The number itself is defined only where no object is.
+        for nombre, despues in {"cuerpo": alojar(falso), "hueco": crudo(falso)}.items():
+            yield f"nulo-solo-en-{nombre}-{clase}", documento(clase, objetos=dos, despues=despues, size=31), fin
+        d = documento(clase, objetos=dos, size=31)
+        d.mas(falso)
+        yield f"nulo-solo-tras-eof-{clase}", d, fin
+        # What was freed some show and some don't.
+        d = documento(clase, objetos={3: PAGINA % "[10 0 R 8 0 R]"})
+        revision(d, {}, clase, cambios={0: (0, 8, 65535), 8: (0, 0, 1)})
+        yield f"liberado-{clase}", d, RECHAZADO if clase == "tabla" else IGUAL
+        for que, num in (("pagina", 3), ("catalogo", 1)):
+            d = revision(documento(clase), {}, clase, cambios={0: (0, num, 65535), num: (0, 0, 1)})
+            yield f"liberado-{que}-{clase}", d, IGUAL
+    # A scan that finds the newest of each object shows the same: nothing to fear.
+    d = documento(objetos={**con, 4: "[8 0 R]"}, size=31)
+    yield "nulo-y-revisiones", revision(d, {4: "[10 0 R]"}), FIRMADO
+    for nombre, clave in (("annots", "/Annots 30 0 R"), ("annots-dentro", "/Annots [30 0 R]")):
+        d = documento(objetos={3: PAGINA.replace("/Contents", clave + " /Contents") % "4 0 R"})
+        yield f"nulo-{nombre}", d, FIRMADO
+
+
+def hibrida(en_tabla=None, en_flujo=None, d=None, xrefstm=None):
+    """A table and its /XRefStm: what `en_tabla` writes stands in the one, what `en_flujo` writes in the other."""
+    d = d or Pdf()
+    anterior = d.seccion
+    for num, cuerpo in COMUN.items():
+        if num != 4 and anterior is None:
+            d.obj(num, cuerpo)
+    if en_tabla:
+        en_tabla(d)
+    tabla, d.nuevas = d.nuevas, {}
+    if en_flujo:
+        en_flujo(d)
+    d.xflujo(17, {0: None}, prev=False, propia=False, cerrar=False)
+    oculta, d.seccion, d.nuevas = d.seccion, anterior, tabla
+    d.tabla({17: (1, oculta, 0)}, extra=f"/XRefStm {xrefstm or oculta}")
+    return d
+
+
+def hibridas():
+    def miembro(num, texto):
+        return lambda d: d.objstm(15, [(num, texto)])
+
+    def suelta(d):
+        d.obj(4, "[10 0 R]")
+
+    def libre(d):
+        d.anotar(4, (0, 0, 0))
+
+    bueno = miembro(4, "[10 0 R]")
+    yield "hibrida", hibrida(en_flujo=bueno), FIRMADO
+    yield "hibrida-libre-y-viva", hibrida(libre, bueno), AMBIGUO
+    yield "hibrida-libre-y-viva-suelta", hibrida(libre, suelta), AMBIGUO
+    yield ("hibrida-libre-y-viva-sin-uso",
+           hibrida(lambda d: (suelta(d), d.anotar(30, (0, 0, 0))), miembro(30, "null")), FIRMADO)
+    yield "hibrida-dos-cuerpos", hibrida(suelta, miembro(4, "[8 0 R]")), FIRMADO
+    yield "hibrida-ilegible", hibrida(suelta, xrefstm=20), REHECHO
+    vieja = documento(objetos={4: None}, cambios={0: (0, 4, 65535), 4: (0, 0, 0)})
+    yield "hibrida-tabla-vieja-libre", hibrida(en_flujo=bueno, d=vieja), FIRMADO
+
+
+def linealizado():
+    """Two sections: the first in the file is the newest, the main one is its /Prev."""
+    d = Pdf()
+    d.mas("18 0 obj\n<< /Linearized 1 /L 0000000000 /H [0 0] /O 3 /E 0 /N 1 /T 0 >>\nendobj\n")
+    primera = len(d.b)
+    d.mas("xref\n0 1\n0000000000 65535 f \n1 3\n" + "0000000000 00000 n \n" * 3 +
+          "trailer\n<< /Size 19 /Root 1 0 R /Prev 0000000000 >>\nstartxref\n0\n%%EOF\n")
+    for num in COMUN:
+        d.obj(num, COMUN[num])
+    d.anotar(18, (1, len(CABEZA), 0))
+    posiciones = [d.nuevas.pop(n)[1] for n in (1, 2, 3)]
+    d.tabla(cerrar=False)
+    for pos in posiciones:
+        d.b = d.b.replace(b"0000000000 00000 n", b"%010d 00000 n" % pos, 1)
+    d.b = d.b.replace(b"/Prev 0000000000", b"/Prev %010d" % d.seccion)
+    d.seccion = primera
+    d.fin()
+    d.b = d.b.replace(b"/L 0000000000", b"/L %010d" % len(d.b))
+    return d
+
+
+def cadenas():
+    """What leads from one section to another."""
+    aqui = documento().seccion
+    for nombre, prev in (("fuera", 99999999), ("real", f"{aqui}.0"), ("referencia", "5 0 R"), ("negativo", -5),
+                         ("en-nada", 30)):
+        yield f"prev-{nombre}", revision(documento(), {5: FUENTE}, prev=prev), REHECHO
+    yield "prev-cero", documento(extra="/Prev 0"), FIRMADO
+    for clase in ("tabla", "flujo"):
+        for nombre, falso, fin in (("", "nada", REHECHO), ("-trampa", FALSO, AMBIGUO)):
+            d = revision(documento(clase, despues=alojar(falso), extra="/Prev 0000000000"), {5: FUENTE}, clase)
+            yield f"ciclo-{clase}{nombre}", cambiado(d, "/Prev 0000000000", f"/Prev {d.seccion:010d}"), fin
+        d = documento(clase)
+        for i in range(299):
+            revision(d, {5: FUENTE}, clase, 18 + i)
+        yield f"revisiones-300-{clase}", d, FIRMADO
+    yield "tabla-tras-flujo", revision(documento("flujo"), {5: FUENTE}), EXTRANO
+    yield "tabla-tras-miembros", revision(documento("miembros"), {3: COMUN[3]}), EXTRANO
+    yield "linealizado", linealizado(), FIRMADO
+    yield "linealizado-y-cambiado", revision(linealizado(), {5: FUENTE}), FIRMADO
+    yield "encrypt-antes", revision(documento(extra="/Encrypt 12 0 R"), {5: FUENTE}), ("rechazado", "Cifrado")
+    yield "encrypt", documento(extra="/Encrypt 12 0 R"), ("rechazado", "Cifrado")
+    yield "root-solo-antes", revision(documento(), {5: FUENTE}, raiz=None), REHECHO
+    for nombre, startxref, fin in (("", None, FIRMADO), ("-roto", 5, AMBIGUO)):
+        d = documento(objetos={19: "<< /Type /Catalog /Pages 16 0 R >>"}, raiz="19 0 R")
+        yield f"dos-root{nombre}", revision(d, {5: FUENTE}, startxref=startxref), fin
+        # A member that an update replaced by a plain object; damaged, some go back to the member.
+        d = documento("miembros", objetos={3: PAGINA % "8 0 R"})
+        yield f"miembro-sustituido{nombre}", revision(d, {3: COMUN[3]}, "flujo", startxref=startxref), fin
+
+
+def principios_y_finales():
+    """Where offsets are counted from, and where the last section is said to be."""
+    basura = "basura del correo\n" * 3
+    for nombre, falso, fin in (("", "nada", FIRMADO), ("-trampa", FALSO, AMBIGUO)):
+        como = {"despues": alojar(falso)}
+        yield f"basura{nombre}", documento(inicio=basura + CABEZA, base=len(basura), **como), fin
+        yield f"basura-desde-cero{nombre}", documento(inicio=basura + CABEZA, **como), fin
+        d = documento(**como)
+        d.mas("\n" * 3000)
+        yield f"startxref-lejos{nombre}", d, fin
+    # Two chains: one is right when offsets count from the file's first byte, the other from the header.
+    mucha = "basura del correo\n" * 50
+    d = Pdf(mucha + CABEZA)
+    for num, cuerpo in COMUN.items():
+        d.obj(num, cuerpo)
+    buenas = dict(d.nuevas)
+    d.obj(3, PAGINA % "8 0 R")
+    falsas = {0: (0, 0, 65535), **{n: (1, pos - len(mucha), 0) for n, (_, pos, _) in d.nuevas.items()}}
+    d.tabla(buenas, cerrar=False)
+    cero = d.seccion
+    d.mas(" " * (cero + len(mucha) - len(d.b)))
+    d.base = len(mucha)
+    d.tabla(falsas, prev=False, startxref=cero)
+    yield "dos-bases", d, AMBIGUO
+    yield "startxref-en-blanco", cambiado(documento(), "xref\n0 ", "\n \nxref\n0 "), FIRMADO
+    aqui = documento().seccion
+    for nombre, pos in (("dentro", aqui + 2), ("antes", aqui - 9), ("fuera", 99999999), ("cero", 0)):
+        yield f"startxref-{nombre}", documento(startxref=pos), REHECHO
+    # The last one counts, also in a comment: here it leads to the first of two revisions.
+    d = documento()
+    primera = d.seccion
+    revision(d, {4: "[8 0 R]"}).mas(f"% startxref\n{primera}\n%%EOF\n")
+    yield "startxref-en-comentario", d, FIRMADO
+    # Damaged, and what looks like an object lies where a repair may look.
+    for nombre, despues, fin in (
+        ("cuerpo", alojar(FALSO), AMBIGUO), ("cuerpo-pagina", alojar(PAGINA_FALSA), AMBIGUO),
+        ("cuerpo-catalogo", alojar(FALSOS["catalogo"]), AMBIGUO),
+        ("cuerpo-formulario", alojar(FALSOS["formulario"]), AMBIGUO),
+        ("cuerpo-igual", alojar("4 0 obj\n[10 0 R]\nendobj\n"), REHECHO),
+        ("comprimido", alojar(zlib.compress(FALSO.encode()), "/Filter /FlateDecode"), REHECHO),
+        ("cadena", lambda d: d.obj(11, f"(\n{FALSO})"), AMBIGUO),
+        ("comentario", crudo("% " + FALSO.replace("\n", " ") + "\n"), IGUAL),
+        ("flujo-de-objetos", lambda d: d.objstm(15, [(4, "[8 0 R]")], anotar=False), AMBIGUO),
+    ):
+        yield f"roto-{nombre}", documento(startxref=5, despues=despues), fin
+    yield "roto-tras-eof", documento(startxref=5).b + FALSO.encode(), AMBIGUO
+    yield "roto-revisiones", revision(documento(objetos={4: "[8 0 R]"}), {4: "[10 0 R]"}, startxref=5), REHECHO
+    yield "roto-miembros", documento("miembros", startxref=5), REHECHO
+
+
+def suelto(objetos=None):
+    """The common document's objects, without a section."""
+    d = Pdf()
+    for num, cuerpo in {**COMUN, **(objetos or {})}.items():
+        d.obj(num, cuerpo)
+    return d
+
+
+def tras_comentario(d):
+    aqui = d.aqui()
+    d.mas("%xx\n")
+    d.obj(4, COMUN[4])
+    d.anotar(4, (1, aqui, 0))
+
+
+def tablas():
+    """The table's own syntax and entries."""
+    p = {n: pos for n, (_, pos, _) in suelto().nuevas.items()}
+    for nombre, como, fin in (
+        ("pegada", {"cabeza": "xref ", "trailer": "trailer"}, FIRMADO),
+        ("19-bytes", {"tras": "\n"}, FIRMADO), ("21-bytes", {"tras": " \r\n"}, FIRMADO),
+        ("blancos", {"tras": "  \n"}, FIRMADO), ("cr", {"tras": "\r"}, FIRMADO),
+        ("empieza-en-1", {"primera": 1}, FIRMADO),
+        ("size-corto", {"size": 5}, FIRMADO), ("size-largo", {"size": 5000}, FIRMADO),
+        ("repetida", {"repetidas": f"3 1\n{p[3]:010d} 00000 n \n"}, FIRMADO),
+        ("libres-raras", {"cambios": {40: (0, 0, 65536), 41: (0, 0, 0)}}, FIRMADO),
+        ("info-directa", {"extra": "/Info << /Title (Factura) >> /Propia [1 << /A (x) >>]"}, FIRMADO),
+        ("id-literal", {"extra": r"/ID [(a\)b\051(c)) (d)]"}, FIRMADO), ("id-raro", {"extra": "/ID [7 8]"}, FIRMADO),
+        ("id-indirecto", {"extra": "/ID 11 0 R", "despues": lambda d: d.obj(11, "[<61> <62>]")}, FIRMADO),
+        ("sin-palabra", {"cabeza": ""}, REHECHO),
+        ("lineas-de-mas", {"repetidas": "0000000009 00000 n \n" * 3}, REHECHO),
+        ("cuenta-larga", {"repetidas": "18 9\n0000000009 00000 n \n"}, REHECHO),
+        ("entrada-ilegible", {"repetidas": "3 1\nxxxxxxxxxx 00000 n \n"}, REHECHO),
+        # Where the entry of the page's contents points.
+        ("entrada-en-blanco", {"cambios": {4: (1, p[4] - 1, 0)}}, FIRMADO),
+        ("entrada-3-antes", {"cambios": {4: (1, p[4] - 3, 0)}}, REHECHO),
+        ("entrada-1-despues", {"cambios": {4: (1, p[4] + 1, 0)}}, REHECHO),
+        ("entrada-3-despues", {"cambios": {4: (1, p[4] + 3, 0)}}, REHECHO),
+        ("entrada-fuera", {"cambios": {4: (1, 9999999999, 0)}}, REHECHO),
+        ("entrada-en-otro", {"cambios": {4: (1, p[5], 0)}}, REHECHO),
+        ("entrada-cero-sin-uso", {"cambios": {30: (1, 0, 0)}}, FIRMADO),
+        ("entrada-en-24", {"antes": lambda d: (d.obj(24, "[8 0 R]"), d.anotar(24, (1, len(CABEZA), 0))),
+                           "cambios": {4: (1, len(CABEZA) + 1, 0)}}, AMBIGUO),
+        ("entrada-de-generacion-1", {"cambios": {4: (1, p[4], 1)}}, AMBIGUO),
+        ("entrada-en-comentario", {"objetos": {4: None}, "despues": tras_comentario}, REHECHO),
+    ):
+        yield f"tabla-{nombre}", documento(**como), fin
+    yield "tabla-muy-pegada", cambiado(documento(), "xref\n0 ", "xref0 "), FIRMADO
+    d = suelto({3: PAGINA % "8 0 R"})
+    falsa = d.nuevas[3][1]
+    d.obj(3, COMUN[3])
+    d.tabla(repetidas=f"3 1\n{falsa:010d} 00000 n \n")
+    yield "tabla-entrada-doble", d, AMBIGUO
+    for clase in ("tabla", "flujo"):
+        d = documento(clase, objetos={2: ARBOL % "3 1 R", 3: None}, antes=lambda d: d.obj(3, COMUN[3], 1))
+        yield f"pagina-generacion-1-{clase}", d, FIRMADO
+        d = documento(clase, objetos={4: None}, antes=lambda d: d.obj(4, COMUN[4], 1), cambios={4: (1, len(CABEZA), 0)})
+        yield f"cabecera-generacion-{clase}", d, RECHAZADO
+        d = documento(clase, objetos={3: PAGINA % "4 1 R"})
+        yield f"referencia-generacion-{clase}", d, RECHAZADO if clase == "tabla" else IGUAL
+    for clase in ("flujo", "miembros"):
+        d = documento(clase, extra="/ID [(abc) <64>] /Info << /Title (a) >> /Propia 7")
+        yield f"trailer-raro-{clase}", d, FIRMADO
+
+
+def hex_de(datos):
+    return datos.hex().encode() + b">"
+
+
+def lzw(datos):
+    """Codes of nine bits, one for each byte; the table is cleared before it grows."""
+    bits = "".join(f"{256:09b}" + "".join(f"{c:09b}" for c in datos[i:i + 200]) for i in range(0, len(datos), 200))
+    bits += f"{257:09b}"
+    bits += "0" * (-len(bits) % 8)
+    return int(bits, 2).to_bytes(len(bits) // 8, "big")
+
+
+FILTROS = (("hex", "/Filter /ASCIIHexDecode", hex_de), ("lzw", "/Filter [/LZWDecode]", lzw),
+           ("hex-flate", "/Filter [/ASCIIHexDecode /FlateDecode]", lambda b: hex_de(zlib.compress(b))))
+
+
+def secciones_de_flujo():
+    """Cross-reference streams."""
+    for nombre, clase, como, fin in (
+        ("w-120", "flujo", {"w": (1, 2, 0)}, FIRMADO),
+        ("w-021", "flujo", {"w": (0, 2, 1), "cambios": {0: None}}, FIRMADO),
+        ("w-143", "miembros", {"w": (1, 4, 3)}, FIRMADO), ("w-182", "miembros", {"w": (1, 8, 2)}, FIRMADO),
+        ("w-888", "miembros", {"w": (8, 8, 8)}, IGUAL), ("w-largo", "miembros", {"wtexto": "[1 4 2 0]"}, IGUAL),
+        ("sin-index", "flujo", {"index": None, "cambios": {11: (0, 0, 0), 15: (0, 0, 0)}}, FIRMADO),
+        ("index-desordenado", "miembros", {"filas": lambda e: [*e.items()][3:] + [*e.items()][:3]}, FIRMADO),
+        ("entrada-doble-igual", "flujo", {"filas": lambda e: [*e.items(), (3, e[3])]}, FIRMADO),
+        ("sobra", "miembros", {"sobra": b"\1" * 7}, FIRMADO),
+        ("sin-entrada-propia", "flujo", {"propia": False}, FIRMADO),
+        ("propia-libre", "flujo", {"cambios": {17: (0, 0, 0)}}, FIRMADO),
+        ("propia-en-otra-parte", "miembros", {"cambios": {17: (1, 20, 0)}}, FIRMADO),
+        ("propia-generacion-1", "flujo", {"cambios": {17: (1, 20, 1)}, "gen": 1}, FIRMADO),
+        ("tipo-3-sin-uso", "miembros", {"cambios": {30: (3, 1, 0)}}, IGUAL),
+        ("tipo-3", "miembros", {"cambios": {4: (3, 1, 0)}}, RECHAZADO),
+        ("sin-comprimir", "miembros", {"codificar": bytes, "filtro": ""}, FIRMADO),
+        ("w-000", "flujo", {"w": (0, 0, 0)}, REHECHO), ("w-192", "flujo", {"w": (1, 9, 2)}, REHECHO),
+        ("w-negativo", "flujo", {"wtexto": "[1 -4 2]"}, REHECHO), ("w-corto", "flujo", {"wtexto": "[1 4]"}, REHECHO),
+        ("w-enorme", "flujo", {"wtexto": "[1 4294967300 2]"}, REHECHO),
+        ("index-impar", "flujo", {"index": "[0 3 5]"}, REHECHO),
+        ("index-negativo", "flujo", {"index": "[-1 30]"}, REHECHO), ("faltan", "flujo", {"quita": 20}, REHECHO),
+        ("codigo-roto", "flujo", {"codificar": lambda b: b"\x78\x9c\xff" + b}, REHECHO),
+        *((f"predictor-{p}", "miembros", {"predictor": p}, FIRMADO) for p in (2, *range(10, 16))),
+        *((nombre, "flujo", {"filtro": filtro, "codificar": codificar}, ("rechazado", "Filtro"))
+          for nombre, filtro, codificar in FILTROS),
+    ):
+        yield f"xref-{nombre}", documento(clase, **como), fin
+    d = suelto({3: PAGINA % "8 0 R"})
+    falsa = d.nuevas[3]
+    d.obj(3, COMUN[3])
+    d.xflujo(17, filas=lambda e: [*e.items(), (3, falsa)])
+    yield "xref-entrada-doble", d, AMBIGUO
+
+
+def flujos_de_objetos():
+    """Object streams. The member in question is the page's contents."""
+    pares = [(n, COMUN[n]) for n in MIEMBROS if n in COMUN]
+
+    def con(num, texto):
+        return [(n, texto if n == num else t) for n, t in pares]
+
+    rotos = [*range(len(pares))]
+    rotos[3:5] = 4, 3
+    for nombre, contenedor, como, fin in (
+        *((f"predictor-{p}", {"predictor": p}, {}, FIRMADO) for p in (2, *range(10, 16))),
+        *((nombre, {"filtro": filtro, "codificar": codificar}, {}, ("rechazado", "Filtro"))
+          for nombre, filtro, codificar in FILTROS),
+        ("sin-comprimir", {"codificar": bytes, "filtro": ""}, {}, FIRMADO),
+        ("indice-falso", {}, {"cambios": {4: (2, 15, 0)}}, EXTRANO),
+        ("indice-pasado", {}, {"cambios": {4: (2, 15, 500)}}, EXTRANO),
+        ("doble", {"miembros": [*pares, (4, "[8 0 R]")]}, {}, AMBIGUO),
+        ("doble-segundo", {"miembros": [(4, "[8 0 R]"), *pares]}, {"cambios": {4: (2, 15, 4)}}, AMBIGUO),
+        ("doble-igual", {"miembros": [*pares, (4, COMUN[4])]}, {}, FIRMADO),
+        ("desordenado", {"orden": rotos}, {}, RECHAZADO), ("first-corto", {"primero": 40}, {}, RECHAZADO),
+        ("n-corto", {"n": 2}, {}, RECHAZADO), ("n-negativo", {"n": -3}, {}, RECHAZADO),
+        ("en-otro-flujo", {}, {"cambios": {4: (2, 10, 0)}}, RECHAZADO),
+        ("en-ninguno", {}, {"cambios": {4: (2, 99, 0)}}, RECHAZADO),
+        ("en-si-mismo", {}, {"cambios": {15: (2, 15, 0)}}, RECHAZADO),
+        ("en-flujo-miembro", {"miembros": [*pares, (20, COMUN[10])]}, {"cambios": {4: (2, 20, 0)}}, RECHAZADO),
+        ("referencia-generacion", {"miembros": con(3, PAGINA % "4 1 R")}, {}, RECHAZADO),
+        ("miembro-referencia", {"miembros": con(4, "19 0 R")}, {"objetos": {19: "[10 0 R]"}}, RECHAZADO),
+        ("largo-falso", {"largo": 20}, {}, REHECHO), ("largo-ninguno", {"largo": "null"}, {}, REHECHO),
+        ("largo-doble", {"dicc": "/Length 30"}, {}, FIRMADO),
+        ("largo-en-si-mismo", {"largo": "11 0 R"}, {"objetos": {11: "700"}}, IGUAL),
+        ("endstream-pegado", {"marcas": ("\nstream\n", "endstream")}, {}, FIRMADO),
+        ("endstream-falta", {"marcas": ("\nstream\n", "\n")}, {}, REHECHO),
+        ("stream-cr", {"marcas": ("\nstream\r", "\nendstream")}, {}, FIRMADO),
+        ("stream-pegado", {"marcas": ("\nstream", "\nendstream")}, {}, RECHAZADO),
+        ("extends-a-si-mismo", {"dicc": "/Extends 15 0 R"}, {}, IGUAL),
+    ):
+        yield f"objstm-{nombre}", documento("miembros", contenedor=contenedor, **como), fin
+    numero_viejo = {"miembros": [*pares[:3], *pares[4:], (4, "[8 0 R]")]}
+    d = documento("miembros", contenedor=numero_viejo, despues=lambda d: d.obj(4, COMUN[4]))
+    yield "objstm-numero-de-mas", d, FIRMADO
+    for clase in ("flujo", "miembros"):
+        d = documento(clase, objetos={10: flujo(TEXTO, largo="11 0 R"), 11: str(len(TEXTO))})
+        yield f"largo-aparte-{clase}", d, FIRMADO
+        yield f"largo-falso-sin-uso-{clase}", documento(clase, objetos={13: flujo("10 EUR", largo=3)}), FIRMADO
+
+
+def claves_dobles():
+    pagina, raiz, arbol, forma = PAGINA % "4 0 R", COMUN[1], COMUN[2], COMUN[6]
+    for nombre, num, cuerpo in (
+        ("catalogo", 1, raiz.replace("/Names", "/Pages 16 0 R /Names")),
+        ("catalogo-formulario", 1, raiz.replace("/Names", "/AcroForm << /Fields [] >> /Names")),
+        ("catalogo-escrita", 1, raiz.replace("/Names", "/P#61ges 16 0 R /Names")),
+        ("pagina", 3, pagina.replace("/Contents", "/Contents 8 0 R /Contents")),
+        ("pagina-escrita", 3, pagina.replace("/Contents", "/Content#73 8 0 R /Contents")),
+        ("arbol", 2, arbol.replace("/Kids", "/Kids [9 0 R] /Kids")),
+        ("formulario", 6, forma.replace("/Fields", "/Fields [] /Fields")),
+        ("formulario-escrita", 6, forma.replace("/Fields", "/#46ields [] /Fields")),
+    ):
+        for clase in ("tabla", "miembros"):
+            yield f"doble-{nombre}-{clase}", documento(clase, objetos={num: cuerpo}), AMBIGUO
+    yield "doble-fuente", documento(objetos={5: FUENTE.replace("/Type", "/BaseFont /Courier /Type")}), FIRMADO
+    d = documento(extra="/Root 19 0 R", objetos={19: "<< /Type /Catalog /Pages 16 0 R >>"})
+    yield "doble-root", d, AMBIGUO
+    yield "sin-paginas", documento(objetos={2: ARBOL % ""}), ("rechazado", "SinPaginas")
+
+
+def bomba(megas):
+    """Deflates what it gets and many megabytes of blanks: one, again and again."""
+    def codificar(principio):
+        c = zlib.compressobj(9, zlib.DEFLATED, -15)
+        trozo = b" " * 1000000
+        cabeza = c.compress(principio) + c.flush(zlib.Z_FULL_FLUSH)
+        uno = c.compress(trozo) + c.flush(zlib.Z_FULL_FLUSH)
+        suma = zlib.adler32(principio)
+        for _ in range(megas):
+            suma = zlib.adler32(trozo, suma)
+        return b"\x78\xda" + cabeza + uno * megas + c.flush(zlib.Z_FINISH) + suma.to_bytes(4, "big")
+    return codificar
+
+
+def hostiles():
+    mil, millon, excesivo = 1000, 1000000, ("rechazado", "Excesivo")
+    doble = {100 + i: f"<< /Type /Pages /Kids [{101 + i} 0 R {101 + i} 0 R] /Count 2 >>" for i in range(60)}
+    hondo = {100 + i: ARBOL % f"{101 + i} 0 R" for i in range(20 * mil)}
+    prev = documento()
+    for _ in range(10 * mil):
+        prev.tabla({}, cabeza="xref\n0 0\n")
+    seguidas = {11: (0, 0, 0), 15: (0, 0, 0)}
+    for nombre, d, fin in (
+        ("index-de-un-millon", documento("flujo", cambios=seguidas, index=f"[0 {millon}]", size=millon), IGUAL),
+        ("index-de-dos-mil-millones",
+         documento("flujo", cambios=seguidas, index="[0 2147483647]", size=2**31 - 1), IGUAL),
+        ("index-largo", documento("flujo", index=f"[{'0 1 ' * millon}]"), IGUAL),
+        ("entradas-un-millon", documento("flujo", cambios=seguidas, index=f"[0 {millon}]", sobra=b"\0" * 7 * millon,
+                                         size=millon), IGUAL),
+        ("w-888", documento("flujo", cambios=seguidas, w=(8, 8, 8), index=f"[0 {millon}]", sobra=b"\xff" * 24 * millon,
+                            size=2**40), IGUAL),
+        ("tabla-de-dos-mil-millones", documento(repetidas="0 2147483647\n0000000000 65535 f \n"), IGUAL),
+        ("n-de-dos-mil-millones", documento("miembros", contenedor={"n": 2 * mil * millon}), RECHAZADO),
+        ("n-de-muchas-cifras", documento("miembros", contenedor={"n": 10**30}), RECHAZADO),
+        ("bomba", documento("miembros", contenedor={"codificar": bomba(300)}), excesivo),
+        ("bomba-justa", documento("miembros", contenedor={"codificar": bomba(34)}), excesivo),
+        ("bomba-sin-uso", documento("flujo", despues=lambda d: d.objstm(15, [(30, "null")], codificar=bomba(100))),
+         FIRMADO),
+        ("bomba-xref", documento("flujo", codificar=bomba(300)), IGUAL),
+        ("extends-mutuo", documento("miembros", contenedor={"dicc": "/Extends 20 0 R"},
+                                    despues=lambda d: d.objstm(20, [(21, "null")], dicc="/Extends 15 0 R")), IGUAL),
+        ("flujos-mutuos", documento("miembros", cambios={15: (2, 20, 0), 20: (2, 15, 0)}), RECHAZADO),
+        ("prev-10000", prev, IGUAL),
+        ("corchetes", documento(objetos={3: "[" * 200 * mil}), IGUAL),
+        ("diccionarios", documento(objetos={3: "<</A" * 100 * mil}), IGUAL),
+        ("parentesis", documento(objetos={4: "(" * 300 * mil}), IGUAL),
+        ("arbol-hondo", documento(objetos={2: ARBOL % "100 0 R", **hondo, 100 + 20 * mil: COMUN[3]}), IGUAL),
+        ("arbol-en-ciclo", documento(objetos={2: ARBOL % "16 0 R", 16: ARBOL % "2 0 R"}), RECHAZADO),
+        ("arbol-en-ciclo-y-pagina", documento(objetos={2: ARBOL % "3 0 R 2 0 R"}), IGUAL),
+        ("arbol-que-se-dobla", documento(objetos={2: ARBOL % "100 0 R", **doble, 160: COMUN[3]}), IGUAL),
+        ("largo-que-es-el-flujo", documento("miembros", contenedor={"largo": "15 0 R"}), IGUAL),
+    ):
+        yield nombre, d, (*fin, *("-", "-", "hostil")[len(fin) - 1:])
+
+
+FAMILIAS = {f.__name__: f for f in (disfraces, nulos, hibridas, cadenas, principios_y_finales, tablas,
+                                    secciones_de_flujo, flujos_de_objetos, claves_dobles, hostiles)}
+
+
+def principal(carpeta, familias):
+    for familia in familias or FAMILIAS:
+        for nombre, d, fin in FAMILIAS[familia]():
+            with open(os.path.join(carpeta, nombre + ".pdf"), "xb") as f:
+                f.write(getattr(d, "b", d))
+            print("\t".join([nombre, *fin, *("-", "-", "-")[len(fin) - 1:]]))
+
+
+if __name__ == "__main__":
+    principal(sys.argv[1], sys.argv[2:])
