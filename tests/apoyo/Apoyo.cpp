@@ -133,6 +133,20 @@ const Identidad& IdentidadComun() {
     return identidad;
 }
 
+std::string PdfDe(const std::vector<std::string>& objetos, const std::string& trailer) {
+    std::string pdf = "%PDF-1.4\n", tabla;
+    int num = 0;
+    for (const std::string& objeto : objetos) {
+        char linea[32];
+        snprintf(linea, sizeof linea, "%010zu 00000 n \n", pdf.size());
+        tabla += linea;
+        pdf += std::to_string(++num) + " 0 obj\n" + objeto + "\nendobj\n";
+    }
+    const std::string inicio = std::to_string(pdf.size()), total = std::to_string(num + 1);
+    return pdf + "xref\n0 " + total + "\n0000000000 65535 f \n" + tabla + "trailer\n<< /Size " + total +
+           " /Root 1 0 R" + trailer + " >>\nstartxref\n" + inicio + "\n%%EOF\n";
+}
+
 size_t Cuenta(std::string_view texto, std::string_view parte) {
     size_t n = 0;
     for (size_t p = texto.find(parte); p != std::string_view::npos; p = texto.find(parte, p + 1)) ++n;

@@ -36,6 +36,9 @@ class CarpetaTemporal {
 [[nodiscard]] std::string LeerFichero(const std::string& ruta);
 void EscribirFichero(const std::string& ruta, std::string_view datos);
 
+// A document with a classic table: objects 1.. in order, the first its catalogue.
+[[nodiscard]] std::string PdfDe(const std::vector<std::string>& objetos, const std::string& trailer = {});
+
 // How often one is in the other.
 [[nodiscard]] size_t Cuenta(std::string_view texto, std::string_view parte);
 
