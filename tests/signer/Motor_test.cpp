@@ -32,22 +32,10 @@ std::string Sustituir(std::string texto, const std::string& que, const std::stri
     return texto;
 }
 
-// A document with a classic table: objects 1.. in order, its lines ended by `fin`.
+// The same with other line ends.
 std::string Documento(const std::vector<std::string>& objetos, const std::string& trailer,
                       const std::string& fin = "\n") {
-    std::string pdf = "%PDF-1.4\n";
-    std::string tabla;
-    int num = 0;
-    for (const std::string& objeto : objetos) {
-        char linea[32];
-        snprintf(linea, sizeof linea, "%010zu 00000 n \n", pdf.size());
-        tabla += linea;
-        pdf += std::to_string(++num) + " 0 obj\n" + objeto + "\nendobj\n";
-    }
-    const std::string inicio = std::to_string(pdf.size());
-    pdf += "xref\n0 " + std::to_string(num + 1) + "\n0000000000 65535 f \n" + tabla + "trailer\n<< /Size " +
-           std::to_string(num + 1) + " /Root 1 0 R" + trailer + " >>\nstartxref\n" + inicio + "\n%%EOF\n";
-    return Sustituir(pdf, "\n", fin);
+    return Sustituir(Apoyo::PdfDe(objetos, trailer), "\n", fin);
 }
 
 constexpr const char* kPagina = "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 595 842] >>";
@@ -257,6 +245,76 @@ TEST_F(Motor, LoQueNoSePuedeFirmarSeDiceYNoDejaNada) {
     // Neither of these stops a signature: null and a wrong generation are as good as nothing.
     for (const char* raiz : {"<< /Pages 2 0 R /AcroForm null >>", "<< /Pages 2 0 R /AcroForm 3 1 R >>"})
         EXPECT_EQ(Firmar(con(raiz, kPagina, " /Encrypt null"), {}).error, "") << raiz;
+}
+
+// The newest trailer goes on, but for what belongs to its own section; the second /ID is always new.
+TEST_F(Motor, PorReferenciasElTrailerSeConserva) {
+    const Apoyo::Filas<std::string, std::string, std::string> filas = {
+        {"/ID [<28 00 29000a41ff5C> <>]", "", ""},
+        {"/ID [<28 00 29000a41ff5C> <00>]", "", "280029000A41FF5C"},
+        {"/ID [<280029000a41ff5c><00>]", "", "280029000a41ff5c"},
+        {"/ID [<280029000a41ff5> (x)]", "", "280029000A41FF50"},
+        {"/ID [(\\(\\000\\51\\0\\n\\101\377\\\\) (x)]", "", "280029000A41FF5C"},
+        {"/ID 3 0 R", "", ""},
+        {"/ID 4 0 R", "", "28"},
+        {"/ID [5 0 R 5 0 R]", "", "28"},
+        {"/ID [(a)]", "", ""},
+        {"/ID [(a) 7]", "", ""},
+        {"/ID [() ()]", "", ""},
+        {"", "", ""},
+        {"/Info << /Title (a) >> /Otra#20clave [1 0 R] /DocChecksum /AB",
+         " /Info << /Title (a) >> /Otra#20clave [1 0 R] /DocChecksum /AB", ""},
+        {"/Info 3 0 R /Type /XRef /W [1] /Index [0 1] /Length 3 /Filter /F /DecodeParms null /DL 3", " /Info 3 0 R",
+         ""},
+    };
+    for (const auto& [trailer, cola, id] : filas) {
+        SCOPED_TRACE(trailer);
+        const std::string pdf =
+            Documento({"<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [6 0 R] /Count 1 >>", "<< >>",
+                       "[5 0 R (b)]", "(\\()", kPagina},
+                      " /Prev 0 /Encrypt null " + trailer);
+        ASSERT_TRUE(Firmar(pdf, {0, "", true}).firmado);
+        const std::string todo = Apoyo::LeerFichero(salida_), fin = todo.substr(todo.rfind("trailer\n"));
+        const std::string id1 = Lx::Api::BinToHex(Lx::Api::Sha256(pdf).data(), 16);
+        EXPECT_THAT(fin, StartsWith("trailer\n<< /Size 10 /Root 1 0 R" + cola + " /Prev " +
+                                    std::to_string(pdf.rfind("xref\n0")) + " /ID [<" + (id.empty() ? id1 : id) + "> <" +
+                                    id1 + ">] >>"));
+        EXPECT_EQ(Apoyo::Ejecutar({"qpdf", "--check", salida_}).codigo, 0);
+    }
+}
+
+// Whatever happens to the document between the first byte that is read and the last check, what is signed is what was
+// seen.
+TEST_F(Motor, UnDocumentoQueCambiaMientrasSeFirmaNoSeFirma) {
+    const std::string pdf = Casos()[0].pdf, otro = carpeta_ / "otro.pdf";
+    const Apoyo::Filas<std::string, std::function<void()>, bool> filas = {
+        {"nothing", [] {}, true},
+        {"touched",
+         [&] {
+             Apoyo::Exigir({"touch", entrada_});
+         },
+         false},
+        {"appended to", [&] { Apoyo::EscribirFichero(entrada_, pdf + "\n"); }, false},
+        {"cut short", [&] { EXPECT_EQ(truncate(entrada_.c_str(), 9), 0); }, false},
+        {"another in its place", [&] { EXPECT_EQ(rename(otro.c_str(), entrada_.c_str()), 0); }, false},
+        {"gone", [&] { unlink(entrada_.c_str()); }, false},
+    };
+    for (const auto& [que, cambiar, firmado] : filas) {
+        SCOPED_TRACE(que);
+        Apoyo::EscribirFichero(entrada_, pdf);
+        Apoyo::EscribirFichero(otro, pdf);
+        const Callback firmar = [&](const auto& datos, std::string& nota) {
+            cambiar();
+            return identidad_.firmar(datos, nota);
+        };
+        unlink(salida_.c_str());
+        const Resultado r =
+            FirmarEn(kHora, entrada_, salida_, identidad_.certificado, kReservaPorDefecto, firmar, {}, {0, "", true});
+        EXPECT_EQ(r.firmado, firmado) << r.error;
+        EXPECT_EQ(r.motivo, firmado ? Lx::Motivo::Ninguno : Lx::Motivo::Cambiado);
+        EXPECT_THAT(r.error, testing::HasSubstr(firmado ? "" : "otro programa cambió " + entrada_));
+        EXPECT_EQ(access(salida_.c_str(), F_OK) == 0, firmado);
+    }
 }
 
 // What a later revision may have replaced inside an object stream is not the document's last word: writing it again
