@@ -11,6 +11,8 @@
 #include <climits>
 #include <cmath>
 #include <cstring>
+#include <string>
+#include <string_view>
 
 #include "ui/platform/pdf/Sellos.h"
 
@@ -69,11 +71,16 @@ Estado Dibujo::Abrir(int fd) {
     if (fstat(fd, &datos) != 0 || datos.st_size < 1 || datos.st_size > INT_MAX) return Estado::Danado;
     const auto cuantos = static_cast<size_t>(datos.st_size);
     // Never unmapped: poppler reads from it as long as the process lives.
-    void* const vista = mmap(nullptr, cuantos, PROT_READ | PROT_WRITE, MAP_PRIVATE, fd, 0);
+    void* const vista = mmap(nullptr, cuantos, PROT_READ, MAP_PRIVATE, fd, 0);
     if (vista == MAP_FAILED) return Estado::SinMemoria;
-    auto* const contenido = static_cast<char*>(vista);
-    ConservarSellos(contenido, cuantos);
-    documento_.reset(poppler::document::load_from_raw_data(contenido, static_cast<int>(cuantos)));
+    const std::string_view original(static_cast<const char*>(vista), cuantos);
+    if (const std::string sellos = SellosConservados(original); !sellos.empty()) {
+        if (cuantos + sellos.size() > INT_MAX) return Estado::SinMemoria;
+        conSellos_.reserve(cuantos + sellos.size());
+        conSellos_.append(original).append(sellos);
+    }
+    const std::string_view contenido = conSellos_.empty() ? original : conSellos_;
+    documento_.reset(poppler::document::load_from_raw_data(contenido.data(), static_cast<int>(contenido.size())));
     if (!documento_) return Estado::Danado;
     if (documento_->is_locked()) return Estado::Protegido;
     return documento_->pages() > 0 ? Estado::Bien : Estado::Danado;

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <string>
 
 #include "ui/platform/pdf/Protocolo.h"
 
@@ -19,13 +20,14 @@ class Dibujo {
     Dibujo(const Dibujo&) = delete;
     Dibujo& operator=(const Dibujo&) = delete;
 
-    // The descriptor is only read; poppler works on a copy of its pages.
+    // The descriptor is only read.
     [[nodiscard]] Estado Abrir(int fd);
     [[nodiscard]] int Paginas() const;
     // Writes the pixels at the start of `destino`.
     [[nodiscard]] Estado Dibujar(int pagina, int ancho, int destino, int& alto) const;
 
   private:
+    std::string conSellos_;  // the bytes that poppler reads, where they aren't the file's own
     std::unique_ptr<poppler::document> documento_;
 };
 
