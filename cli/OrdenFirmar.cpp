@@ -158,6 +158,7 @@ void Contar(const Documento& d) {
 
 [[nodiscard]] std::string JsonDe(const std::vector<Lx::Aviso>& avisos) {
     std::vector<std::string> lista;
+    lista.reserve(avisos.size());
     for (const Lx::Aviso& a : avisos)
         lista.push_back(Json::Objeto().PonerTexto("motivo", NombreDe(a.motivo)).PonerTexto("frase", a.frase).Cerrar());
     return Json::Lista(lista);

@@ -1,7 +1,6 @@
 #include "signer/PdfFichero.h"
 
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -32,14 +31,6 @@ ssize_t LeerTrozo(int fd, char* destino, size_t size) {
         const ssize_t n = read(fd, destino, size);
         if (n >= 0 || errno != EINTR) return n < 0 && errno == EISDIR ? 0 : n;
     }
-}
-
-// Large pages halve the time that the kernel spends on handing out the memory of a large document.
-void PedirPaginasGrandes(const std::string& datos) {
-    constexpr uintptr_t kPaginaGrande = 2U << 20;
-    const uintptr_t ini = (reinterpret_cast<uintptr_t>(datos.data()) + kPaginaGrande - 1) & ~(kPaginaGrande - 1);
-    const uintptr_t fin = (reinterpret_cast<uintptr_t>(datos.data()) + datos.capacity()) & ~(kPaginaGrande - 1);
-    if (fin > ini) static_cast<void>(madvise(reinterpret_cast<void*>(ini), fin - ini, MADV_HUGEPAGE));
 }
 
 // What follows the last "/ByteRange [" that begins at `desde` or later, searched backwards in pieces.
@@ -93,7 +84,6 @@ bool Leer(const std::string& ruta, std::string& datos) {
     struct stat info = {};
     if (fstat(fichero.Valor(), &info) == 0 && S_ISREG(info.st_mode) && info.st_size > 0) {
         datos.reserve(static_cast<size_t>(info.st_size) + 1);
-        PedirPaginasGrandes(datos);
     }
     // Grows by pieces that fit in the cache: the zeros that resize writes first never reach the memory bus.
     for (size_t leidos = 0;;) {
