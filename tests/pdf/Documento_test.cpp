@@ -79,6 +79,8 @@ TEST(Documento, LeeLoMismoQueQpdfEnCadaRevision) {
             ASSERT_TRUE(r.firmado) << r.error;
             revisiones += (revisiones.empty() ? "" : " ") + std::string(flujo ? "flujo:" : "tabla:");
             revisiones += std::to_string(r.bytes);
+            const std::string cola = Apoyo::LeerFichero(salida).substr(Apoyo::LeerFichero(antes).size());
+            EXPECT_EQ(Apoyo::Cuenta(cola, "/Prev "), roto && antes == ruta ? 0U : 1U);
             antes = salida;
         }
         Comprobar(antes, revisiones);
