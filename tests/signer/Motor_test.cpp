@@ -281,6 +281,15 @@ TEST_F(Motor, PorReferenciasElTrailerSeConserva) {
                                     id1 + ">] >>"));
         EXPECT_EQ(Apoyo::Ejecutar({"qpdf", "--check", salida_}).codigo, 0);
     }
+    // The largest /Size of all sections counts: no number is used twice.
+    const std::string una = Sustituir(Casos()[0].pdf, "/Size 4", "/Size 40") + "\n",
+                      xref = std::to_string(una.rfind("xref\n0"));
+    const std::string dos = una + "xref\n0 0\ntrailer\n<< /Size 4 /Root 1 0 R /Prev " + xref + " >>\nstartxref\n" +
+                            std::to_string(una.size()) + "\n%%EOF\n";
+    for (const std::string& pdf : {una, dos}) {
+        ASSERT_TRUE(Firmar(pdf, {0, "", true}).firmado);
+        EXPECT_THAT(Apoyo::LeerFichero(salida_), testing::HasSubstr("trailer\n<< /Size 43 /Root"));
+    }
 }
 
 // Whatever happens to the document between the first byte that is read and the last check, what is signed is what was
