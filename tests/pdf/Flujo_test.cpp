@@ -98,7 +98,7 @@ TEST(Sintaxis, ReferenciasACualquierProfundidad) {
     const Apoyo::Filas<std::string_view, std::string> filas = {
         {"12 0 R", "12 0,"},
         {"<</A[1 0 R 2 3 R]/B<</C 4 0 R>>>>", "1 0,2 3,4 0,"},
-        {"[(1 0 R)<10R>%2 0 R\n3 %x\n0\rR/4 0 R]", "3 0,"},
+        {"[(1 0 R)<1 0 R>%2 0 R\n3 %x\n0\rR/4 0 R]", "3 0,"},
         {"1 0 R2 1 0 RG -1 0 R 1.5 0 R 1 (x) 0 R 0 R", ""},
         {"1 2 3 R 0 R", "2 3,"},
         {"0 65536 R 4294967297 0 R", "0 65536,4294967297 0,"},
@@ -129,6 +129,7 @@ TEST(Sintaxis, CadenasComoBytesYComoTexto) {
         {"(\\030\\037\\200\\236\\240\\241\\377)", true, "\x18\x1F\x80\x9E\xA0\xA1\xFF", "˘˜•ž€¡ÿ"},
         {"<FEFF00E120ACD83DDE00>", true, "\xFE\xFF\0\xE1\x20\xAC\xD8\x3D\xDE\0"s, "á€😀"},
         {"<FEFFD83D0041DE000042 43>", true, "\xFE\xFF\xD8\x3D\0A\xDE\0\0BC"s, "\uFFFDA\uFFFDB"},
+        {"<FEFFD83DE000>", true, "\xFE\xFF\xD8\x3D\xE0\0"s, "\uFFFD\uE000"},
         {"<EFBBBFC3B1>", true, "\xEF\xBB\xBFñ", "ñ"},
     };
     for (const auto& [valor, hay, bytes, texto] : filas) {
