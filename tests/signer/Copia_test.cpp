@@ -368,12 +368,16 @@ int Aparte(const std::function<bool()>& hacer) {
     return WIFEXITED(estado) ? WEXITSTATUS(estado) : 128 + WTERMSIG(estado);
 }
 
+// Nobody else sees what this process mounts.
+bool Montar(const std::string& donde, const char* opciones) {
+    return unshare(CLONE_NEWNS) == 0 && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+           mount("disco", donde.c_str(), "tmpfs", 0, opciones) == 0;
+}
+
 TEST_F(CopiaTest, DiscoLleno) {
-    if (Aparte([] { return unshare(CLONE_NEWNS) == 0; }) != 0) GTEST_SKIP() << "no mount namespaces";
+    if (Aparte([&] { return Montar(carpeta_.Ruta(), "size=1m"); }) != 0) GTEST_SKIP() << "mounts are refused";
     const auto lleno = [&](size_t n, const Copia::Ajustes& ajustes, bool alAcabar) {
-        if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-            mount("disco", carpeta_.Ruta().c_str(), "tmpfs", 0, "size=1m") != 0)
-            return false;
+        if (!Montar(carpeta_.Ruta(), "size=1m")) return false;
         Apoyo::EscribirFichero(salida_, "viejo");
         const std::string doc = Bytes(n);
         const Fin f = Copiar(doc, salida_, ajustes);
@@ -391,11 +395,8 @@ TEST_F(CopiaTest, DiscoLleno) {
 
 // A nameless file gets its name through /proc.
 TEST_F(CopiaTest, SinProc) {
-    if (Aparte([] { return unshare(CLONE_NEWNS) == 0; }) != 0) GTEST_SKIP() << "no mount namespaces";
-    const auto solo = [&] {
-        return unshare(CLONE_NEWNS) == 0 && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-               mount("nada", "/proc", "tmpfs", 0, nullptr) == 0 && Copiar(doc_, salida_).acabada;
-    };
+    if (Aparte([] { return Montar("/proc", nullptr); }) != 0) GTEST_SKIP() << "mounts are refused";
+    const auto solo = [&] { return Montar("/proc", nullptr) && Copiar(doc_, salida_).acabada; };
     EXPECT_EQ(Aparte(solo), 0);
     EXPECT_TRUE(Apoyo::LeerFichero(salida_) == entero_);
     EXPECT_THAT(Hay(), ElementsAre("s.pdf"));
