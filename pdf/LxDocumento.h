@@ -41,6 +41,7 @@ struct Permisos {
     std::vector<Cerrojo> cerrojos;
     bool derechosDeUso = false;  // UR3
     bool xfaDinamico = false;
+    bool excesivo = false;  // there is more to read than any document needs: the rest says nothing
 };
 
 class Documento final : public Lectura {

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <map>
+#include <memory>
 #include <set>
 #include <string>
 #include <string_view>
@@ -68,10 +69,10 @@ struct Fallo {
 // A signature field (ISO 32000-1, 12.7.4.5), by its place in the field tree.
 struct CampoFirma {
     Ref ref;
-    std::string nombre;    // fully qualified, UTF-8
-    bool firmado = false;  // its /V is a dictionary
-    std::string valor;     // inner text of the signature dictionary
-    std::string cerrojo;   // inner text of the field's /Lock, empty when there is none
+    std::string nombre;                        // fully qualified, UTF-8
+    bool firmado = false;                      // its /V is a dictionary
+    std::shared_ptr<const std::string> valor;  // inner text of the signature dictionary, shared where fields share it
+    std::string cerrojo;                       // inner text of the field's /Lock, empty when there is none
 };
 
 // What adding a field has to know of the ones that are there.

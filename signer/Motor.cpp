@@ -199,17 +199,13 @@ bool SonVigentes(const Lectura& doc, const Plan& plan, Resultado& r) {
 }
 
 // What earlier signatures forbid, and what the person should hear. A new name keeps out of the locks that list names.
-bool RespetarPermisos(const Documento& doc, Plan& plan, Resultado& r) {
+bool RespetarPermisos(const Documento& doc, const std::string& entrada, Plan& plan, Resultado& r) {
     const LxPdf::Permisos permisos = doc.LeerPermisos();
+    if (permisos.excesivo) return Fallo(r, Explicar({LxPdf::Defecto::Excesivo, 0, {}}, entrada));
     if (permisos.p == 1) return Fallo(r, ExplicarCertificado(permisos));
-    const auto listado = [&] {
-        return std::any_of(permisos.cerrojos.begin(), permisos.cerrojos.end(),
-                           [&](const auto& c) { return c.accion == "Include" && Bloquea(c, plan.nombreCampo); });
-    };
-    while (listado()) {
-        plan.campos.nombres.insert(plan.nombreCampo);
-        plan.nombreCampo = LxPdf::NombreCampoLibre(plan.campos.nombres);
-    }
+    for (const LxPdf::Permisos::Cerrojo& c : permisos.cerrojos)
+        if (c.accion == "Include") plan.campos.nombres.insert(c.nombres.begin(), c.nombres.end());
+    plan.nombreCampo = LxPdf::NombreCampoLibre(plan.campos.nombres);
     for (Lx::Aviso& aviso : AvisosDe(doc, permisos, plan.campos, plan.nombreCampo, !plan.paginas.empty())) {
         r.avisos.push_back(std::move(aviso));
     }
@@ -233,7 +229,9 @@ bool Planificar(const Abierto& abierto, const Encargo& encargo, Plan& plan, Resu
         r.nota = "el documento ya contenia " + std::to_string(plan.campos.firmados) +
                  " firma(s); se anade otra sin alterar las anteriores.";
     }
-    if (abierto.porReferencias != nullptr && !RespetarPermisos(*abierto.porReferencias, plan, r)) return false;
+    if (abierto.porReferencias != nullptr && !RespetarPermisos(*abierto.porReferencias, encargo.entrada, plan, r)) {
+        return false;
+    }
     if (!plan.paginas.empty()) plan.sello = ConstruirSello(encargo.meta.nombre, encargo.utc);
     Numerar(doc, plan);
     return true;

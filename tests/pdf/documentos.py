@@ -438,11 +438,18 @@ def bomba(megas):
     return codificar
 
 
+def formulario(cuantos, campo, objetos):
+    """A form of many fields, objects 100 and on; `campo` is the text of one."""
+    nums = range(100, 100 + cuantos)
+    return documento(objetos={6: f"<< /Fields [{' '.join(f'{n} 0 R' for n in nums)}] >>",
+                              **{n: campo for n in nums}, **objetos})
+
+
 def hostiles():
     mil, millon, excesivo = 1000, 1000000, ("rechazado", "Excesivo")
     doble = {100 + i: f"<< /Type /Pages /Kids [{101 + i} 0 R {101 + i} 0 R] /Count 2 >>" for i in range(60)}
     hondo = {100 + i: ARBOL % f"{101 + i} 0 R" for i in range(20 * mil)}
-    prev = documento()
+    prev, largo = documento(), "41" * 128 * mil
     for _ in range(10 * mil):
         prev.tabla({}, cabeza="xref\n0 0\n")
     seguidas = {11: (0, 0, 0), 15: (0, 0, 0)}
@@ -474,6 +481,15 @@ def hostiles():
         ("arbol-en-ciclo", documento(objetos={2: ARBOL % "16 0 R", 16: ARBOL % "2 0 R"}), RECHAZADO),
         ("arbol-en-ciclo-y-pagina", documento(objetos={2: ARBOL % "3 0 R 2 0 R"}), IGUAL),
         ("arbol-que-se-dobla", documento(objetos={2: ARBOL % "100 0 R", **doble, 160: COMUN[3]}), IGUAL),
+        ("campos-de-una-firma", formulario(8 * mil, "<< /FT /Sig /T (a) /V 30 0 R >>", {30: (
+            f"<< /Reference [<< /TransformMethod /DocMDP /TransformParams << /P 1 >> >>] /Contents <{largo}> >>")}),
+         ("rechazado", "Certificado")),
+        ("nombres-heredados", formulario(2 * mil, "<< /T (a) >>", {
+            6: "<< /Fields [30 0 R] >>",
+            30: f"<< /FT /Sig /T ({largo}) /Kids [{' '.join(f'{n} 0 R' for n in range(100, 2100))}] >>"}), excesivo),
+        ("tipos-ajenos", formulario(2 * mil, "<< /FT 30 0 R >>", {30: f"({largo})"}), excesivo),
+        ("referencias-repetidas", formulario(1, "<< /FT /Sig /T (a) /V 31 0 R >>", {
+            30: f"({largo})", 31: f"<< /Reference [{'30 0 R ' * mil}] >>"}), excesivo),
         ("largo-que-es-el-flujo", documento("miembros", contenedor={"largo": "15 0 R"}), IGUAL),
     ):
         yield nombre, d, (*fin, *("-", "-", "hostil")[len(fin) - 1:])

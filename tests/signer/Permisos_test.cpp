@@ -201,6 +201,11 @@ TEST_F(PermisosDe, LosCerrojosSeNombran) {
         Comprobar({{lista, partes, ""}});
         EXPECT_THAT(Apoyo::LeerFichero(salida_), HasSubstr("/T (" + std::string(nombre) + ")"));
     }
+    // A list of very many names is looked through once.
+    std::string muchos;
+    for (int i = 1; i <= 100'000; ++i) muchos += "(Signature" + std::to_string(i) + ")";
+    Comprobar({{"100,000 names", mdp("/Action /Include /Fields [" + muchos + "]"), ""}});
+    EXPECT_THAT(Apoyo::LeerFichero(salida_), HasSubstr("/T (Signature100001)"));
     const LxPdf::Permisos::Cerrojo padre{"x", "Include", {"a.b"}};
     const Apoyo::Filas<const char*, bool> debajo = {{"a.b", true}, {"a.b.c", true}, {"a.bc", false}, {"a", false}};
     for (const auto& [nombre, bloqueado] : debajo) EXPECT_EQ(Interno::Bloquea(padre, nombre), bloqueado) << nombre;
