@@ -18,7 +18,11 @@ std::string RevisionesDe(const std::string& ruta) {
     const std::unique_ptr<Documento> doc = Documento::Abrir(AbrirFichero(ruta), fallo);
     if (!doc) return "defecto " + std::to_string(static_cast<int>(fallo.defecto));
     const std::string pdf = Apoyo::LeerFichero(ruta);
-    std::string texto;
+    std::string texto, valor;
+    // A reference with another generation is null.
+    const Ref pagina = doc->Paginas().front(), otra{pagina.num, static_cast<uint16_t>(pagina.gen + 1)};
+    EXPECT_TRUE(doc->ValorDe(pagina, valor) && !doc->EsNulo(pagina));
+    EXPECT_TRUE(!doc->ValorDe(otra, valor) && doc->EsNulo(otra));
     for (const Revision& r : doc->Revisiones()) {
         constexpr const char* kClases[] = {"tabla", "hibrida", "flujo"};
         const bool flujo = r.clase == Seccion::Flujo;

@@ -234,6 +234,8 @@ def principios_y_finales():
         ("cadena", lambda d: d.obj(11, f"(\n{FALSO})"), AMBIGUO),
         ("comentario", crudo("% " + FALSO.replace("\n", " ") + "\n"), IGUAL),
         ("flujo-de-objetos", lambda d: d.objstm(15, [(4, "[8 0 R]")], anotar=False), AMBIGUO),
+        ("gemelo", alojar(f"10 0 obj\n{flujo(TEXTO.replace('10', '99')).decode()}\nendobj\n"), AMBIGUO),
+        ("gemelo-igual", alojar(f"10 0 obj\n{flujo(TEXTO).decode()}\nendobj\n"), REHECHO),
     ):
         yield f"roto-{nombre}", documento(startxref=5, despues=despues), fin
     yield "roto-tras-eof", documento(startxref=5).b + FALSO.encode(), AMBIGUO
