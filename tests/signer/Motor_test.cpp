@@ -312,8 +312,8 @@ TEST_F(Motor, UnDocumentoQueCambiaMientrasSeFirmaNoSeFirma) {
         SCOPED_TRACE(que);
         Apoyo::EscribirFichero(entrada_, pdf);
         Apoyo::EscribirFichero(otro, pdf);
-        const Callback firmar = [&](const auto& datos, std::string& nota) {
-            cambiar();
+        const Callback firmar = [this, &hacer = cambiar](const auto& datos, std::string& nota) {
+            hacer();
             return identidad_.firmar(datos, nota);
         };
         unlink(salida_.c_str());
