@@ -49,7 +49,6 @@ class Apertura {
     Examen Nodo(Ref ref, const std::string& dict, std::vector<Ref>& hijos);
     bool PideOpinion(const Grafo& grafo) const;
     bool LeerRaiz();
-    std::string Resuelto(std::string_view valor) const;
 
     Documento::Partes& e_;
     Fallo& fallo_;
@@ -157,19 +156,6 @@ bool Apertura::Reconstruir() {
     return true;
 }
 
-std::string Apertura::Resuelto(std::string_view valor) const {
-    std::string texto(valor);
-    for (int i = 0; i < kNivelesReferencia; ++i) {
-        long num = 0;
-        long gen = 0;
-        if (!LeerReferencia(texto, num, gen)) return texto;
-        const Entrada* e = num > 0 ? e_.almacen.Objetos().Viva(static_cast<uint64_t>(num)) : nullptr;
-        if (e == nullptr || e->gen != gen) return {};
-        if (e_.almacen.Leer(static_cast<uint32_t>(num), texto) != Estado::Bien) return {};
-    }
-    return {};
-}
-
 bool Apertura::LeerRaiz() {
     long num = 0;
     long gen = 0;
@@ -190,8 +176,8 @@ Examen Apertura::Nodo(Ref ref, const std::string& dict, std::vector<Ref>& hijos)
         Falla(fallo_, Defecto::ClaveRepetida, ref.num);
         return Examen::Imposible;
     }
-    const std::string tipo = Resuelto(UltimoValor(dict, "Type"));
-    const std::string lista = Resuelto(UltimoValor(dict, "Kids"));
+    const std::string tipo = e_.Resolver(UltimoValor(dict, "Type"));
+    const std::string lista = e_.Resolver(UltimoValor(dict, "Kids"));
     std::string_view elementos;
     if (tipo == "/Page" || !Elementos(lista, elementos)) {
         // Something that says to be neither a page nor to have children is neither.
@@ -436,13 +422,18 @@ bool Documento::RefDe(std::string_view dict, std::string_view clave, Ref& ref) c
 }
 
 std::string Documento::Resolver(std::string_view valor) const {
+    return e_->Resolver(valor);
+}
+
+std::string Documento::Partes::Resolver(std::string_view valor) const {
     std::string texto(valor);
     for (int i = 0; i < kNivelesReferencia; ++i) {
         long num = 0;
         long gen = 0;
         if (!LeerReferencia(texto, num, gen)) return texto;
-        if (num < 1 || num > kNumeroMaximo || gen < 0 || gen > UINT16_MAX) return {};
-        if (!ValorDe({static_cast<uint32_t>(num), static_cast<uint16_t>(gen)}, texto)) return {};
+        const Entrada* e = num > 0 ? almacen.Objetos().Viva(static_cast<uint64_t>(num)) : nullptr;
+        if (e == nullptr || e->gen != gen) return {};
+        if (almacen.Leer(static_cast<uint32_t>(num), texto) != Estado::Bien) return {};
     }
     return {};
 }

@@ -14,6 +14,9 @@ namespace LxPdf {
 struct Documento::Partes {
     explicit Partes(std::shared_ptr<const Fuente> f) : fuente(std::move(f)), almacen(*fuente, 0) {}
 
+    // As Documento::Resolver.
+    [[nodiscard]] std::string Resolver(std::string_view valor) const;
+
     std::shared_ptr<const Fuente> fuente;
     // Reading moves its window and fills its cache, whatever is asked.
     mutable Almacen almacen;

@@ -214,14 +214,11 @@ bool Busqueda::Hacer() {
             while (n < texto.size() && EsBlanco(texto[n])) ++n;
             pos += n;
         } else if (c == '%') {
-            pos += std::min(texto.find_first_of("\r\n"), texto.size());
-            // A comment longer than the view goes on in the next.
-            if (pos < total && pos > 0 && texto.find_first_of("\r\n") == std::string_view::npos) {
-                for (std::string_view mas = ventana_.Ver(pos, 4096); !mas.empty(); mas = ventana_.Ver(pos, 4096)) {
-                    const size_t fin = mas.find_first_of("\r\n");
-                    pos += std::min(fin, mas.size());
-                    if (fin != std::string_view::npos) break;
-                }
+            // A comment may be longer than the view.
+            for (std::string_view resto = texto; !resto.empty(); resto = ventana_.Ver(pos, 4096)) {
+                const size_t fin = resto.find_first_of("\r\n");
+                pos += std::min(fin, resto.size());
+                if (fin != std::string_view::npos) break;
             }
         } else if (c >= '0' && c <= '9') {
             if (!Objeto(pos)) return false;
