@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "crypto/LxMotivo.h"
 #include "crypto/LxX509.h"
 
 namespace Lx::Dnie {
@@ -14,7 +15,8 @@ namespace Lx::Dnie {
 struct CertificadoDnie {
     std::string etiqueta;  // what the card uses it for
     Lx::X509::Certificado cert;
-    std::string alias;  // label to show
+    std::string alias;     // label to show
+    bool deFirma = false;  // the one for signing, by the label and the file of the card's profile
 
     [[nodiscard]] bool Caducado() const { return cert.Caducado(); }
     // "dd/mm/aaaa hh:mm:ss", local time.
@@ -26,8 +28,9 @@ struct Paso {
     const char* nombre = "";  // machine name: servicio, lectores, tarjeta, perfil, certificados, firma
     bool probado = false;     // false: an earlier stage failed, so this one could not run
     bool ok = false;
-    std::string texto;    // the plain result
-    std::string consejo;  // what to do about it; empty unless the stage ran and failed
+    std::string texto;                        // the plain result
+    std::string consejo;                      // what to do about it; empty unless the stage ran and failed
+    Lx::Motivo motivo = Lx::Motivo::Ninguno;  // of the failure
 };
 
 // What the card doctor found out. Fields that were not reached keep their defaults; `pasos` always holds the six

@@ -4,6 +4,7 @@
 
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace Lx {
 
@@ -22,14 +23,59 @@ enum class Motivo : unsigned char {
     Certificado,  // DocMDP or a signed lock allows no further change
     Cambiado,     // the file was changed while it was read
 
+    // No certificate to sign with.
+    CertificadoInutil,       // no valid certificate, or one that the engine can't sign with
+    SinCertificados,         // no source has any
+    VariosCertificados,      // several could sign, and none was chosen
+    CertificadoDesconocido,  // none in the list is the one that was named
+    Caducado,                // the certificate has expired
+    AunNoValido,             // the certificate's time has not come yet
+    CertificadoCa,           // the certificate belongs to a certification authority
+    UsoAjeno,                // the certificate's key usage is another one than signing
+    ClaveNoRsa,              // the certificate's key is not RSA
+    SinClave,                // the source has no private key for it
+    NoEsElDeFirma,           // a certificate of the card that is for other ends than signing
+    FirmaNoLeida,            // the card's certificate for signing could not be read
+
+    // A source of certificates gave nothing.
+    SinServicio,        // no card service
+    SinLector,          // no reader
+    LectorDesconocido,  // the reader that was named is not there
+    SinTarjeta,         // no card in the reader
+    LectorOcupado,      // another program holds the reader
+    TarjetaMuda,        // the card or its reader doesn't answer
+    TarjetaAjena,       // not an identity card
+    TarjetaIlegible,    // the card answers and gives no certificate
+    TarjetaRetirada,    // the card was taken out or reset meanwhile
+    SinAlmacen,         // the system's store can't be read
+    SinOpenssl,         // no openssl program that can be trusted
+    Pkcs12NoExiste,     // no such file, or it can't be opened
+    Pkcs12NoAbre,       // wrong password, or the file is damaged
+    SinTemporal,        // no room for what openssl needs
+
+    // The key didn't sign.
+    PinAusente,      // no PIN was given
+    PinInadmisible,  // a PIN of a length that no card takes; it was not sent
+    PinIncorrecto,   // the card refused the PIN: one try less
+    PinBloqueado,    // no tries are left
+    ClaveNoFirma,    // the key's source gave no signature
+    ClaveAjena,      // the signature is not the chosen certificate's
+    ClaveDeAlmacen,  // the store's password is wrong or was not given
+    AlmacenNoFirma,  // the system's store refused
+    NoIntentado,     // the key failed for an earlier document and is not asked again
+    Cancelado,       // the person, or a signal, ended it
+
     // The signature or its file can't be made.
-    CertificadoInutil,  // no valid certificate, or no RSA key
-    SinReserva,         // the container doesn't fit
-    ClaveNoFirma,       // the key's source gave no signature
-    SalidaImposible,    // the output can't be opened for writing
-    SalidaIncompleta,   // no space, or the device failed
-    SalidaEsEntrada,    // the output is the document itself
-    Autocomprobacion,   // what was written isn't what was signed
+    SinReserva,        // the container doesn't fit
+    SalidaImposible,   // the output can't be opened for writing
+    SalidaExiste,      // the name is taken and may not be replaced
+    SalidaAjena,       // what has the name is no regular file
+    SinNombre,         // all names for the signed copy are taken
+    SalidaIncompleta,  // no space, or the device failed
+    SalidaEsEntrada,   // the output is the document itself
+    Autocomprobacion,  // what was written isn't what was signed
+    SinMemoria,        // memory ran out
+    MalUso,            // the command line says something that it can't
 
     // Warnings: the document was signed all the same.
     PaginasInvalidas,    // the list of stamp pages names none of the document
@@ -44,11 +90,18 @@ enum class Motivo : unsigned char {
 
 // "NoEsPdf"; empty for Ninguno.
 [[nodiscard]] std::string_view NombreDe(Motivo motivo);
+// What to do about it, one sentence that begins in lower case; empty where the failure's own sentence says it.
+[[nodiscard]] std::string_view ConsejoDe(Motivo motivo);
+// All of them but Ninguno, in their order.
+[[nodiscard]] const std::vector<Motivo>& TodosLosMotivos();
 
 // A reason with its sentence for the user.
 struct Aviso {
     Motivo motivo = Motivo::Ninguno;
     std::string frase;
+
+    // Something went wrong.
+    [[nodiscard]] explicit operator bool() const { return motivo != Motivo::Ninguno; }
 };
 
 }  // namespace Lx

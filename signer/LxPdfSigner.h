@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "crypto/LxControl.h"
 #include "crypto/LxMotivo.h"
 #include "crypto/LxX509.h"
 
@@ -25,12 +26,19 @@ struct Opciones {
     // The document is read by its cross-references (ISO 32000-1, 7.5), as viewers do. Otherwise by a scan of its text,
     // which sees no object streams and can be fooled: only for callers that need that reading's exact outcome.
     bool referencias = false;
+
+    // What follows counts with `referencias` only, when the output comes into being whole or not at all.
+    bool reemplazar = false;  // an existing file may be replaced; it keeps its permissions
+    // Asked for another name when the output's was taken meanwhile; empty: there is none. Without it that is a failure.
+    std::function<std::string(const std::string& ocupado)> otroNombre{};
+    Lx::Control* control = nullptr;  // progress and cancelling; null: nobody looks
 };
 
 struct Resultado {
     bool escrito = false;  // the output file was written
     bool firmado = false;  // it carries the new signature and passed the self-check
     uint64_t bytes = 0;    // size of the written file
+    std::string salida;    // the name that it has, once written
     std::string nota;      // what there is to know: earlier signatures, or what the callback said on success
     std::string error;     // why it failed, one sentence in Spanish
     std::string aviso;     // the sentences of `avisos`, joined by a blank
@@ -65,6 +73,10 @@ inline constexpr size_t kReservaPorDefecto = 8192;
                               size_t reserva, const Callback& firmar, const Metadatos& meta);
 [[nodiscard]] Resultado Crear(const std::string& salida, const std::string& texto, const Lx::X509::Certificado& cert,
                               const Callback& firmar, const Metadatos& meta, size_t reserva);
+
+// The same with `opciones.referencias`: the signed document whole under its name, or nothing.
+[[nodiscard]] Resultado Crear(const std::string& salida, const std::string& texto, const Lx::X509::Certificado& cert,
+                              const Callback& firmar, const Metadatos& meta, const Opciones& opciones);
 
 // Where the signed copy of `ruta` goes: beside it, "_firmao.pdf" in place of the extension, with a number from 2 to 999
 // while the name is taken. The last candidate is returned even if it exists.

@@ -27,6 +27,9 @@ class CAppBackend {
 
     // Calls `task` once from the loop, after `ms` milliseconds at the earliest; never after the backend is gone.
     virtual void CallLater(unsigned ms, std::function<void()> task) = 0;
+    // Calls `task` once from the loop, also from one that runs for a dialog. From any thread; tasks keep their order.
+    // Never after the backend is gone.
+    virtual void Post(std::function<void()> task) = 0;
     // Texts can be measured at any time. Owned by the backend.
     virtual CCanvas* MeasuringCanvas() = 0;
 };

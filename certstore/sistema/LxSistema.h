@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "crypto/LxControl.h"
+#include "crypto/LxMotivo.h"
 #include "crypto/LxX509.h"
 
 namespace Lx::CertStore {
@@ -34,6 +36,10 @@ struct Entrada {
     std::string lector;    // reader that holds the card, for Origen::Dnie only
     Lx::X509::Certificado cert;
     bool conClave = false;  // a private key is known to be usable
+
+    std::string uso{};       // what a card uses it for, in its own words; for Origen::Dnie only
+    bool deFirma = true;     // false: a card's certificate for other ends than signing
+    bool enFichero = false;  // the PKCS#12 file of the context has it too, with its key
 };
 
 // Appends one entry per RSA certificate of the system store. `texto` receives an error sentence, or the count and
@@ -47,12 +53,31 @@ void ListarSistema(std::vector<Entrada>& lista, std::string& texto);
                                                        bool opcion, std::string& error);
 
 // Asks the user for the password of `almacen` (a folder or a token's label) and puts it into `clave`, which is wiped
-// after use. `intento` counts from 1, three at most; `ultimo` says that the token locks itself after one more mistake.
-// False: the user cancelled.
+// after use, on the job's thread. `intento` counts from 1, three at most; `ultimo` says that the token locks itself
+// after one more mistake. False: the user cancelled.
 using PreguntaClave = std::function<bool(const std::string& almacen, int intento, bool ultimo, std::string& clave)>;
 
-// Who is asked from now on, by signing only and on its thread; none, as at the start, is a refusal of every locked
-// store.
+// What the system's store gave.
+struct ListadoSistema {
+    std::string texto;  // as ListarSistema gives it
+    Lx::Aviso fallo;    // why nothing could be read; a store that is empty, or isn't there, is no failure
+};
+
+// As ListarSistema; the reason of a failure comes along.
+[[nodiscard]] ListadoSistema LeerSistema(std::vector<Entrada>& lista, Lx::Control& control);
+
+struct FirmaSistema {
+    std::vector<unsigned char> firma;  // empty on failure
+    Lx::Aviso fallo;
+};
+
+// As FirmarSistema, with who is asked for passwords; without one every locked store refuses. The job commits itself
+// before the key is used, after the last question.
+[[nodiscard]] FirmaSistema FirmarEnSistema(const Lx::X509::Certificado& cert, const std::vector<unsigned char>& datos,
+                                           const PreguntaClave& pregunta, Lx::Control& control);
+
+// Who is asked from now on by calls that bring no question of their own; none, as at the start, is a refusal of every
+// locked store.
 void PonerPreguntaClave(PreguntaClave pregunta);
 
 }  // namespace Lx::CertStore

@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <charconv>
 #include <cstdio>
+#include <mutex>
 #include <stdexcept>
+#include <utility>
 
 namespace Falso {
 
@@ -14,7 +16,8 @@ class Backend : public Lx::CAppBackend {
     int RunLoop() override {
         fin_ = false;
         codigo_ = 0;
-        while (!fin_) Turno();
+        while (!fin_)
+            if (!RunPosted()) Turno();
         return codigo_;
     }
     void Quit(int code) override {
@@ -22,14 +25,27 @@ class Backend : public Lx::CAppBackend {
         fin_ = true;
     }
     void RunModal(std::atomic<bool>& done) override {
-        while (!done && !fin_) Turno();
+        while (!done && !fin_)
+            if (!RunPosted()) Turno();
     }
     void CallLater(unsigned ms, std::function<void()> task) override {
         ElMundo().tareas.push_back({ms, std::move(task)});
     }
+    void Post(std::function<void()> task) override {
+        const std::lock_guard guard(mutex_);
+        posted_.push_back(std::move(task));
+    }
     Lx::CCanvas* MeasuringCanvas() override { return &ElMundo().medidor; }
 
   private:
+    bool RunPosted() {
+        std::unique_lock guard(mutex_);
+        const auto tasks = std::exchange(posted_, {});
+        guard.unlock();
+        for (const auto& task : tasks) task();
+        return !tasks.empty();
+    }
+
     static void Turno() {
         auto& guion = ElMundo().guion;
         if (guion.empty()) throw std::logic_error("el guion se ha acabado y un bucle sigue esperando");
@@ -40,6 +56,8 @@ class Backend : public Lx::CAppBackend {
 
     std::atomic<bool> fin_ = false;
     int codigo_ = 0;
+    std::mutex mutex_;
+    std::vector<std::function<void()>> posted_;
 };
 
 bool Enviar(Lx::CWindow& ventana, Lx::Event& ev) {

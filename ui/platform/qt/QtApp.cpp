@@ -149,6 +149,11 @@ void CQtApp::CallLater(unsigned ms, std::function<void()> task) {
     timer->start(static_cast<int>(std::min<unsigned>(ms, INT_MAX)));
 }
 
+void CQtApp::Post(std::function<void()> task) {
+    QMetaObject::invokeMethod(
+        &tasks_, [task = std::move(task)] { Contain(task); }, Qt::QueuedConnection);
+}
+
 void Contain(const std::function<void()>& task) {
     try {
         task();

@@ -27,6 +27,7 @@ class CQtApp : public CAppBackend {
     void Quit(int code) override;
     void RunModal(std::atomic<bool>& done) override;
     void CallLater(unsigned ms, std::function<void()> task) override;
+    void Post(std::function<void()> task) override;
     CCanvas* MeasuringCanvas() override { return &measuring_; }
 
     [[nodiscard]] CQtFonts& Fonts() { return fonts_; }
