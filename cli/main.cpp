@@ -6,7 +6,7 @@
 #include "certstore/LxTemporales.h"
 #include "cli/Argumentos.h"
 #include "cli/Ordenes.h"
-#include "cli/Texto.h"
+#include "cli/TextoTerminal.h"
 #include "crypto/LxSecreto.h"
 
 namespace {
