@@ -9,6 +9,7 @@ from pathlib import PurePosixPath
 # Folder: the folders whose public headers it may include, itself apart. The longest matching folder counts.
 PERMITIDOS = {
     "crypto": set(),
+    "red": {"crypto"},
     "certstore/sistema": {"crypto"},
     "card": {"crypto", "certstore/sistema"},
     "certstore": {"crypto", "certstore/sistema", "card"},
