@@ -90,8 +90,8 @@ struct Trabajo {
     } kModos[] = {{"invisible", 0}, {"primera", 1}, {"ultima", 2}, {"todas", 3}};
     const std::string sello = a.sello.value_or("primera");
     for (const auto& m : kModos)
-        if (sello == m.sello) return {m.modo, "", true};
-    return {4, sello, true};
+        if (sello == m.sello) return {m.modo, "", true, true};
+    return {4, sello, true, true};
 }
 
 [[nodiscard]] std::string DestinoDe(const std::string& entrada, const Argumentos& a) {

@@ -49,6 +49,11 @@ Resultado Crear(const std::string& salida, const std::string& texto, const Lx::X
     return Crear(salida, texto, cert, reserva, firmar, meta);
 }
 
+Resultado Crear(const std::string& salida, const std::string& texto, const Lx::X509::Certificado& cert,
+                const Callback& firmar, const Metadatos& meta, const Opciones& opciones) {
+    return Interno::CrearEnteroEn(Ahora(), salida, texto, cert, firmar, meta, opciones);
+}
+
 std::string RutaSalida(const std::string& ruta) {
     constexpr int kUltimo = 999;
     const size_t separador = ruta.find_last_of("/\\");
