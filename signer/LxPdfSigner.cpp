@@ -1,15 +1,15 @@
 #include "signer/LxPdfSigner.h"
 
+#include "cms/LxCms.h"
 #include "crypto/LxApi.h"
 #include "signer/Motor.h"
-#include "signer/PdfCms.h"
 
 namespace LxPdfSigner {
 
 namespace {
 
 std::string Ahora() {
-    return Interno::Utc("%y%m%d%H%M%SZ");
+    return LxCms::Utc("%y%m%d%H%M%SZ");
 }
 
 }  // namespace

@@ -391,7 +391,7 @@ bool SigueIgual(const Lectura& doc, const std::string& entrada, Resultado& r) {
 }
 
 // All that a signature needs is there: from here on only the key and the disk can fail.
-void Sellar(const Encargo& encargo, Abierto& abierto, const Plan& plan, const Hueco& hueco, const Sid& sid,
+void Sellar(const Encargo& encargo, Abierto& abierto, const Plan& plan, const Hueco& hueco, const LxCms::Sid& sid,
             Actualizacion& act, Resultado& r) {
     const LxPdf::Fuente& fuente = abierto.doc->Bytes();
     Lx::Api::Interno::Sha256Ctx ctx;
