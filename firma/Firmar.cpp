@@ -31,15 +31,29 @@ constexpr int kNombres = 20;
     return normal ? Aviso{} : Aviso{Motivo::NoSeLee, ruta + " no es un fichero normal."};
 }
 
+// What keeps a file from coming into being there; 0: nothing that can be seen.
+[[nodiscard]] int EstorboEn(const std::string& destino) {
+    struct stat hay {};
+    if (lstat(destino.c_str(), &hay) == 0) return 0;
+    if (errno != ENOENT) return errno;
+    const size_t barra = destino.rfind('/');
+    const std::string carpeta = barra == destino.npos ? "." : destino.substr(0, barra + 1);
+    return access(carpeta.c_str(), W_OK | X_OK) == 0 ? 0 : errno;
+}
+
 // The engine decides again when it writes; here nothing has been asked of anybody yet.
 [[nodiscard]] Aviso DestinoPermitido(const std::string& destino, const std::string& entrada, bool reemplazar) {
     struct stat hay {
     }, doc{};
     if (destino.empty() || destino.back() == '/')
         return {Motivo::SalidaImposible, "\"" + destino + "\" no es un nombre de fichero."};
-    if (lstat(destino.c_str(), &hay) != 0) return {};  // what else is wrong shows when it is made
-    if (!entrada.empty() && stat(entrada.c_str(), &doc) == 0 && doc.st_dev == hay.st_dev && doc.st_ino == hay.st_ino)
+    if (const int numero = EstorboEn(destino); numero != 0)
+        return {Motivo::SalidaImposible,
+                "no se pudo abrir " + destino + " para escritura. Motivo: " + Api::ExplicarErrno(numero) + "."};
+    if (!entrada.empty() && stat(entrada.c_str(), &doc) == 0 && stat(destino.c_str(), &hay) == 0 &&
+        doc.st_dev == hay.st_dev && doc.st_ino == hay.st_ino)
         return {Motivo::SalidaEsEntrada, "la salida " + destino + " es el propio documento: no se sustituye nunca."};
+    if (lstat(destino.c_str(), &hay) != 0) return {};
     if (!S_ISREG(hay.st_mode)) return {Motivo::SalidaAjena, destino + " ya existe y no es un fichero normal."};
     if (reemplazar) return {};
     return {Motivo::SalidaExiste, "ya existe " + destino + ": no se sustituye."};
