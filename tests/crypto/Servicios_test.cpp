@@ -2,6 +2,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -27,6 +28,12 @@ TEST(Servicios, RegistroQueSoloCrece) {
     EXPECT_TRUE(AppendLog(ruta, ""));
     EXPECT_EQ(Apoyo::LeerFichero(ruta), std::string("uno\nd\0s\n\n\n", 10));
     EXPECT_TRUE(FileExists(ruta));
+    EXPECT_FALSE(FileExists("") || FileExists(ruta + "/"));
+    EXPECT_TRUE(FileExists(carpeta.Ruta()) && FileExists("/dev/null"));
+    ASSERT_EQ(mkfifo((carpeta / "tubo").c_str(), 0600), 0);
+    alarm(60);
+    EXPECT_TRUE(FileExists(carpeta / "tubo")) << "and it was not waited for";
+    alarm(0);
     EXPECT_FALSE(AppendLog(carpeta / "no/existe", "x"));
     EXPECT_FALSE(AppendLog("/dev/full", "x")) << "a disk without room";
 }
