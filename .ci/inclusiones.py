@@ -14,9 +14,10 @@ PERMITIDOS = {
     "certstore": {"crypto", "certstore/sistema", "card"},
     "pdf": {"crypto"},
     "signer": {"pdf", "crypto"},
+    "ayudante": {"crypto"},
     "ui": set(),
     "ui/platform/qt": {"ui"},
-    "ui/platform/pdf": {"ui", "pdf"},
+    "ui/platform/pdf": {"ui", "ayudante", "pdf", "crypto"},
     "app": {"ui", "signer", "certstore", "certstore/sistema", "crypto"},
     "cli": {"signer", "certstore", "certstore/sistema", "crypto"},
 }

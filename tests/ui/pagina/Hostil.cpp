@@ -7,13 +7,13 @@
 #include <cstdlib>
 #include <string>
 
-#include "ui/platform/pdf/Protocolo.h"
+#include "ayudante/LxProtocolo.h"
 
 int main() {
     struct stat datos {};
-    if (fstat(Lx::Pdf::kDocumento, &datos) != 0) return 1;
+    if (fstat(Lx::Ayudante::kDocumento, &datos) != 0) return 1;
     std::string guion(static_cast<size_t>(datos.st_size), '\0'), mensaje;
-    if (pread(Lx::Pdf::kDocumento, guion.data(), guion.size(), 0) != datos.st_size) return 1;
+    if (pread(Lx::Ayudante::kDocumento, guion.data(), guion.size(), 0) != datos.st_size) return 1;
     char peticion[64];
     bool primera = true;
     for (size_t pos = 0; pos < guion.size(); ++pos) {
@@ -23,10 +23,10 @@ int main() {
             ++pos;
             continue;
         }
-        if (!primera && read(Lx::Pdf::kCanal, peticion, sizeof peticion) <= 0) return 0;
+        if (!primera && read(Lx::Ayudante::kCanal, peticion, sizeof peticion) <= 0) return 0;
         primera = false;
-        if (send(Lx::Pdf::kCanal, mensaje.data(), mensaje.size(), 0) < 0) return 1;
+        if (send(Lx::Ayudante::kCanal, mensaje.data(), mensaje.size(), 0) < 0) return 1;
         mensaje.clear();
     }
-    return read(Lx::Pdf::kCanal, peticion, sizeof peticion) < 0 ? 1 : 0;
+    return read(Lx::Ayudante::kCanal, peticion, sizeof peticion) < 0 ? 1 : 0;
 }

@@ -4,14 +4,14 @@
 #include <memory>
 
 #include "tests/apoyo/Apoyo.h"
-#include "ui/platform/pdf/Documento.h"
-#include "ui/platform/pdf/Protocolo.h"
+#include "ui/platform/pdf/PageDocument.h"
+#include "ayudante/LxProtocolo.h"
 
 namespace {
 
-using Lx::Pdf::Estado;
+using Lx::Ayudante::Estado;
 
-std::string Hex(const Lx::Pdf::Respuesta& r, size_t bytes = sizeof(Lx::Pdf::Respuesta)) {
+std::string Hex(const Lx::Ayudante::Respuesta& r, size_t bytes = sizeof(Lx::Ayudante::Respuesta)) {
     std::string datos(reinterpret_cast<const char*>(&r), sizeof r), texto;
     datos.resize(bytes, 'x');
     for (char c : datos) {
@@ -70,7 +70,7 @@ TEST(Hostil, NiAlAbrir) {
     }
     Apoyo::EscribirFichero(ruta, "00");  // half a line: it says nothing
     std::string error;
-    EXPECT_EQ(Lx::Pdf::Documento::Abrir(ruta, error, std::chrono::milliseconds(200)), nullptr);
+    EXPECT_EQ(Lx::Pdf::PageDocument::Abrir(ruta, error, std::chrono::milliseconds(200)), nullptr);
     EXPECT_EQ(error, "El PDF tarda demasiado en abrirse.");
 }
 

@@ -15,14 +15,14 @@
 #include <thread>
 
 #include "tests/apoyo/Apoyo.h"
-#include "ui/platform/pdf/Documento.h"
+#include "ui/platform/pdf/PageDocument.h"
 
 namespace {
 
 using namespace std::chrono_literals;
 using Apoyo::CarpetaTemporal;
 using Apoyo::EscribirFichero;
-using Lx::Pdf::Documento;
+using Lx::Pdf::PageDocument;
 using Lx::Pdf::Raster;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -112,16 +112,16 @@ class Pagina : public testing::Test {
         doc.reset();
         EXPECT_THAT(Hijos(), IsEmpty()) << "a process was left behind";
     }
-    void Abrir(const std::string& pdf, std::chrono::milliseconds plazo = Documento::kPlazo) {
+    void Abrir(const std::string& pdf, std::chrono::milliseconds plazo = PageDocument::kLimit) {
         EscribirFichero(ruta, pdf);
-        doc = Documento::Abrir(ruta, error, plazo);
+        doc = PageDocument::Open(ruta, error, plazo);
         ASSERT_TRUE(doc) << error;
     }
     bool Dibujar(int pagina, int ancho) { return doc->RenderPage(pagina, ancho, raster, error); }
 
     CarpetaTemporal carpeta;
     std::string ruta = carpeta / "documento.pdf";
-    std::unique_ptr<Documento> doc;
+    std::unique_ptr<PageDocument> doc;
     Raster raster;
     std::string error;
 };
@@ -230,15 +230,15 @@ TEST_F(Pagina, DibujaLetrasQueElDocumentoNoTrae) {
 
 TEST_F(Pagina, UnaHojaLentaNoParaNadaMas) {
     Abrir(LentaYRoja(), 1500ms);
-    const auto inicio = Documento::Reloj::now();
+    const auto inicio = PageDocument::Clock::now();
     EXPECT_FALSE(doc->WaitForPage(0, 200, 0));
     EXPECT_FALSE(doc->WaitForPage(0, 200, 100));
-    EXPECT_LT(Documento::Reloj::now() - inicio, 500ms);
+    EXPECT_LT(PageDocument::Clock::now() - inicio, 500ms);
     // Another page is wanted: the slow one goes, and its process with it.
     const pid_t primero = Hijos().at(0);
     ASSERT_TRUE(Dibujar(1, 200)) << error;
     EXPECT_EQ(Color(raster, 50, 50), "ff0000ff");
-    EXPECT_LT(Documento::Reloj::now() - inicio, 1200ms);
+    EXPECT_LT(PageDocument::Clock::now() - inicio, 1200ms);
     EXPECT_NE(Hijos().at(0), primero);
 
     EXPECT_FALSE(Dibujar(0, 200));
