@@ -327,44 +327,51 @@ TEST_F(Pagina, ElProgramaEstaEncerrado) {
                                   testing::Pair("4", "/memfd:documen"), testing::Pair("5", "/memfd:pixeles")));
 }
 
-// From here on this process and those that it starts live on a kernel that lacks something.
-void Quitar(bool avisos, bool filtro) {
+// From here on this process and those that it starts live on a kernel without Landlock and with less of seccomp.
+enum class Quita { Nada, Avisos, QuienLosOiga, Todo };
+void Quitar(Quita que) {
     scmp_filter_ctx sin = seccomp_init(SCMP_ACT_ALLOW);
-    const scmp_arg_cmp conAvisos{1, SCMP_CMP_MASKED_EQ, SECCOMP_FILTER_FLAG_NEW_LISTENER,
-                                 SECCOMP_FILTER_FLAG_NEW_LISTENER};
-    const scmp_arg_cmp porPrctl{0, SCMP_CMP_EQ, PR_SET_SECCOMP, 0};
+    const auto rehusar = [&sin](int llamada, scmp_arg_cmp cuando) {
+        seccomp_rule_add_array(sin, SCMP_ACT_ERRNO(EINVAL), llamada, 1, &cuando);
+    };
+    constexpr auto kAvisos = SECCOMP_FILTER_FLAG_NEW_LISTENER;
     seccomp_rule_add(sin, SCMP_ACT_ERRNO(ENOSYS), SCMP_SYS(landlock_create_ruleset), 0);
-    if (!avisos) seccomp_rule_add_array(sin, SCMP_ACT_ERRNO(EINVAL), SCMP_SYS(seccomp), 1, &conAvisos);
-    if (!filtro) {
+    if (que == Quita::Avisos) rehusar(SCMP_SYS(seccomp), {1, SCMP_CMP_MASKED_EQ, kAvisos, kAvisos});
+    if (que == Quita::QuienLosOiga) rehusar(SCMP_SYS(seccomp), {0, SCMP_CMP_EQ, SECCOMP_GET_NOTIF_SIZES, 0});
+    if (que == Quita::Todo) {
         seccomp_rule_add(sin, SCMP_ACT_ERRNO(ENOSYS), SCMP_SYS(seccomp), 0);
-        seccomp_rule_add_array(sin, SCMP_ACT_ERRNO(EINVAL), SCMP_SYS(prctl), 1, &porPrctl);
+        rehusar(SCMP_SYS(prctl), {0, SCMP_CMP_EQ, PR_SET_SECCOMP, 0});
     }
     if (seccomp_load(sin) != 0) _exit(1);
 }
 
 TEST_F(Pagina, SinMurosNoSeDibuja) {
+    using Lx::Ayudante::ExplicarMuros;
+    EXPECT_THAT(ExplicarMuros(Lx::Ayudante::Muros{true, true, 6}), HasSubstr("ficheros y Landlock (versión 6)."));
+    EXPECT_THAT(ExplicarMuros(Lx::Ayudante::Muros{true, false, 6}), HasSubstr("y Landlock (versión 6); no hay"));
+    EXPECT_THAT(ExplicarMuros({}), HasSubstr("falta o no responde"));
     EscribirFichero(ruta, ConHojas({{}}));
     const std::string aislada =
-        "Lectura de PDF aislada: filtro de llamadas \\(seccomp\\) e intermediario de ficheros; Landlock no está en "
-        "este "
+        "Lectura de PDF aislada: filtro de llamadas .seccomp. e intermediario de ficheros; Landlock no está en este "
         "núcleo.";
     const std::string sinFicheros = "No se dibujan páginas: este sistema no ofrece ni intermediario de ficheros .*";
     const std::string sinFiltro = "No se dibujan páginas: este sistema no ofrece el filtro de llamadas .*";
-    const Apoyo::Filas<bool, bool, std::string> casos{
-        {true, true, "^" + aislada + "\n$"},
-        {false, true, "^" + sinFicheros + "\n" + sinFicheros + "$"},
-        {false, false, "^" + sinFiltro + "\n" + sinFiltro + "$"},
+    const Apoyo::Filas<Quita, std::string> casos{
+        {Quita::Nada, "^" + aislada + "\n$"},
+        {Quita::Avisos, "^" + sinFicheros + "\n" + sinFicheros + "$"},
+        {Quita::QuienLosOiga, "^" + sinFicheros + "\n" + sinFicheros + "$"},
+        {Quita::Todo, "^" + sinFiltro + "\n" + sinFiltro + "$"},
     };
-    for (const auto& [avisos, filtro, espera] : casos) {
+    for (const auto& [que, espera] : casos) {
         EXPECT_EXIT(
             {
-                Quitar(avisos, filtro);
-                std::fprintf(stderr, "%s\n", Lx::Ayudante::ExplicarMuros(Lx::Ayudante::MurosEnVigor()).c_str());
+                Quitar(que);
+                std::fprintf(stderr, "%s\n", ExplicarMuros(Lx::Ayudante::MurosEnVigor()).c_str());
                 doc = PageDocument::Open(ruta, error);
                 std::fputs(error.c_str(), stderr);
                 _exit(doc ? 0 : 3);
             },
-            testing::ExitedWithCode(avisos && filtro ? 0 : 3), espera);
+            testing::ExitedWithCode(que == Quita::Nada ? 0 : 3), espera);
     }
 }
 
