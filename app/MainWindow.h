@@ -1,6 +1,7 @@
 // The main window: opens a document, pages through it and signs it.
 #pragma once
 
+#include <memory>
 #include <string>
 
 #include "app/Aviso.h"
@@ -50,6 +51,7 @@ class CMainWindow : public Lx::CWindow {
 
     void MontarBotones();
     void MontarEstado();
+    void CargarLuego();
     void CargarInicial();
     void Abrir(const std::string& ruta);
     void PonerEstado(const std::string& texto, const Lx::Color& color);
@@ -62,6 +64,7 @@ class CMainWindow : public Lx::CWindow {
 
     Orvanta::Paleta::Colores paleta_;
     std::string inicial_;
+    std::shared_ptr<int> inicio_;  // since the first painting; what comes after it ends with the window
     std::string documento_;
     std::string mensaje_;
     bool esError_ = false;

@@ -1,3 +1,5 @@
+#include "firma/LxFirmar.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -13,7 +15,6 @@
 #include "crypto/LxSecreto.h"
 #include "firma/Firmante.h"
 #include "firma/LxAptitud.h"
-#include "firma/LxFirmar.h"
 
 namespace Lx::Firma {
 
@@ -104,6 +105,7 @@ Aviso FirmarDocumentos::Empezar() {
 }
 
 void FirmarDocumentos::Hacer() {
+    const NoVolcable cerrado;
     respuesta_.fallo = Empezar();
     for (size_t i = 0; i < respuesta_.documentos.size(); ++i) {
         Hecho& hecho = respuesta_.documentos[i];

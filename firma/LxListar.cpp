@@ -1,3 +1,5 @@
+#include "firma/LxListar.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 
@@ -9,7 +11,6 @@
 #include "crypto/LxDescriptor.h"
 #include "crypto/LxExplicar.h"
 #include "crypto/LxSecreto.h"
-#include "firma/LxListar.h"
 
 namespace Lx::Firma {
 
@@ -38,6 +39,7 @@ Listar::~Listar() {
 }
 
 void Listar::Hacer() {
+    const NoVolcable cerrado;
     const bool pregunta = !ctx_.rutaPkcs12.empty() && preguntas_.clavePkcs12 && !anterior_;
     if (pregunta && FicheroLegible())
         Preguntar();

@@ -1,4 +1,4 @@
-#include "ui/platform/pdf/Encierro.h"
+#include "ayudante/LxEncierro.h"
 
 #include <fcntl.h>
 #include <linux/landlock.h>
@@ -7,15 +7,22 @@
 #include <sys/mman.h>
 #include <sys/prctl.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include <cerrno>
+#include <cstdlib>
+#include <cstring>
 
-#include "ui/platform/pdf/Descriptor.h"
+#include "ayudante/Carpetas.h"
+#include "ayudante/LxMuros.h"
+#include "ayudante/LxProtocolo.h"
+#include "crypto/LxDescriptor.h"
 
-namespace Lx::Pdf {
+namespace Lx::Ayudante {
 namespace {
+
+using Api::Descriptor;
 
 #if defined(__SANITIZE_ADDRESS__)
 constexpr rlim_t kMemoria = RLIM_INFINITY;  // the sanitizer reserves terabytes
@@ -28,37 +35,72 @@ bool Limitar(__rlimit_resource recurso, rlim_t cuanto) {
     return setrlimit(recurso, &limite) == 0;
 }
 
-// Fonts, what fontconfig knows of them, and poppler's character tables. One that isn't there is no loss.
-constexpr const char* kCarpetas[] = {"/usr/share/fonts",       "/usr/local/share/fonts", "/usr/share/X11/fonts",
-                                     "/usr/share/ghostscript", "/usr/share/texmf",       "/etc/fonts",
-                                     "/usr/share/fontconfig",  "/var/cache/fontconfig",  "/usr/share/poppler"};
-
 // All that the first version of the kernel interface knows, and what came later for files.
 constexpr uint64_t kDerechos1 = (uint64_t{LANDLOCK_ACCESS_FS_MAKE_SYM} << 1) - 1;
 constexpr uint64_t kMudar2 = uint64_t{1} << 13;
 constexpr uint64_t kTruncar3 = uint64_t{1} << 14;
 
-// A kernel without Landlock refuses the first call. Then opening for reading is all that remains of the file system.
-void CerrarFicheros() {
+// The version of the interface, 0 where it isn't in force. Files that come from outside are no concern of it.
+int CerrarFicheros() {
     const long version = syscall(SYS_landlock_create_ruleset, nullptr, 0, LANDLOCK_CREATE_RULESET_VERSION);
-    if (version < 1) return;
+    if (version < 1) return 0;
     landlock_ruleset_attr reglas{};
     reglas.handled_access_fs = kDerechos1 | (version >= 2 ? kMudar2 : 0) | (version >= 3 ? kTruncar3 : 0);
     const Descriptor conjunto(
         static_cast<int>(syscall(SYS_landlock_create_ruleset, &reglas, sizeof reglas.handled_access_fs, 0)));
-    if (!conjunto.Vale()) return;
+    if (!conjunto) return 0;
     for (const char* carpeta : kCarpetas) {
         const Descriptor abierta(open(carpeta, O_PATH | O_CLOEXEC));
-        if (!abierta.Vale()) continue;
+        if (!abierta) continue;
         landlock_path_beneath_attr permiso{};
         permiso.allowed_access = LANDLOCK_ACCESS_FS_READ_FILE | LANDLOCK_ACCESS_FS_READ_DIR;
-        permiso.parent_fd = abierta.Numero();
-        syscall(SYS_landlock_add_rule, conjunto.Numero(), LANDLOCK_RULE_PATH_BENEATH, &permiso, 0);
+        permiso.parent_fd = abierta.Valor();
+        syscall(SYS_landlock_add_rule, conjunto.Valor(), LANDLOCK_RULE_PATH_BENEATH, &permiso, 0);
     }
-    syscall(SYS_landlock_restrict_self, conjunto.Numero(), 0);
+    return syscall(SYS_landlock_restrict_self, conjunto.Valor(), 0) == 0 ? static_cast<int>(version) : 0;
 }
 
-// Memory, reading and looking at files, time, its own signals, its end.
+// Who would open files has looked whether it can, and says so or closes the channel.
+bool HayIntermediario(const Descriptor& canal) {
+    char byte = 0;
+    return read(canal.Valor(), &byte, 1) == 1;
+}
+
+bool Entregar(const Descriptor& canal, int fd) {
+    char byte = 1;
+    iovec parte{&byte, 1};
+    alignas(cmsghdr) char control[CMSG_SPACE(sizeof fd)] = {};
+    msghdr mensaje{};
+    mensaje.msg_iov = &parte;
+    mensaje.msg_iovlen = 1;
+    mensaje.msg_control = control;
+    mensaje.msg_controllen = sizeof control;
+    cmsghdr* const cabecera = CMSG_FIRSTHDR(&mensaje);
+    cabecera->cmsg_level = SOL_SOCKET;
+    cabecera->cmsg_type = SCM_RIGHTS;
+    cabecera->cmsg_len = CMSG_LEN(sizeof fd);
+    std::memcpy(CMSG_DATA(cabecera), &fd, sizeof fd);
+    return sendmsg(canal.Valor(), &mensaje, MSG_NOSIGNAL) == 1;
+}
+
+// From here on the kernel stops whoever opens a file and tells the other side, which gets the means to answer. Of the
+// calls that the list below allows only these two open anything.
+bool CederAperturas(const Descriptor& canal) {
+    scmp_filter_ctx filtro = seccomp_init(SCMP_ACT_ALLOW);
+    if (filtro == nullptr) return false;
+    bool cedidas = true;
+    for (const int llamada : {SCMP_SYS(open), SCMP_SYS(openat)})
+        cedidas = cedidas && seccomp_rule_add(filtro, SCMP_ACT_NOTIFY, llamada, 0) == 0;
+    cedidas = cedidas && seccomp_load(filtro) == 0;
+    // There is no way back: pages whose letters nobody opens are not to be drawn.
+    const Descriptor escucha(cedidas ? seccomp_notify_fd(filtro) : -1);
+    seccomp_release(filtro);
+    if (cedidas && !Entregar(canal, escucha.Valor())) _exit(EXIT_FAILURE);
+    return cedidas;
+}
+
+// Memory, reading and looking at files, time, its own signals, its end. Looking tells which files exist, not what is in
+// them; fontconfig can't do without.
 constexpr int kLlamadas[] = {SCMP_SYS(read),
                              SCMP_SYS(write),
                              SCMP_SYS(readv),
@@ -152,13 +194,24 @@ bool FiltrarLlamadas() {
     return puesto;
 }
 
-}  // namespace
-
-bool Encerrarse() {
-    if (!Limitar(RLIMIT_CORE, 0) || !Limitar(RLIMIT_AS, kMemoria)) return false;
-    if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) return false;
-    CerrarFicheros();
-    return FiltrarLlamadas();
+Muros Encerrarse() {
+    Muros muros;
+    const Descriptor canal(kIntermediario);
+    const bool hay = HayIntermediario(canal);
+    if (!Limitar(RLIMIT_CORE, 0) || !Limitar(RLIMIT_AS, kMemoria)) return muros;
+    if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0) return muros;
+    muros.landlock = CerrarFicheros();
+    muros.intermediario = hay && CederAperturas(canal);
+    muros.seccomp = FiltrarLlamadas();
+    return muros;
 }
 
-}  // namespace Lx::Pdf
+}  // namespace
+
+bool EncerrarseYSaludar() {
+    const Muros muros = Encerrarse();
+    const Saludo saludo{muros.seccomp ? 1U : 0U, muros.intermediario ? 1U : 0U, muros.landlock};
+    return write(kCanal, &saludo, sizeof saludo) == static_cast<ssize_t>(sizeof saludo) && Bastan(muros);
+}
+
+}  // namespace Lx::Ayudante

@@ -1,5 +1,6 @@
-#include "crypto/LxSecreto.h"
 #include "firma/LxRecuerdo.h"
+
+#include "crypto/LxSecreto.h"
 
 namespace Lx::Firma {
 

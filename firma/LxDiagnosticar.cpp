@@ -1,12 +1,15 @@
+#include "firma/LxDiagnosticar.h"
+
 #include <algorithm>
 #include <ctime>
 #include <utility>
 
+#include "ayudante/LxMuros.h"
 #include "card/LxTarjeta.h"
 #include "crypto/LxApi.h"
+#include "crypto/LxMemoria.h"
 #include "crypto/LxSecreto.h"
 #include "firma/LxAptitud.h"
-#include "firma/LxDiagnosticar.h"
 
 namespace Lx::Firma {
 
@@ -48,6 +51,12 @@ void Suspender(Dnie::Diagnostico& d, const char* nombre, const Aviso& fallo) {
     d.puedeFirmar = false;
 }
 
+[[nodiscard]] std::string ExplicarMemoria() {
+    return MemoriaBloqueable() ? "Claves y contraseñas: solo en memoria que no llega al disco."
+                               : "Claves y contraseñas: solo en memoria, que el sistema no deja bloquear (ulimit -l): "
+                                 "podría llegar a la memoria de intercambio.";
+}
+
 [[nodiscard]] std::string Rellenar(std::string texto, size_t ancho) {
     texto.resize(std::max(texto.size(), ancho), ' ');
     return texto;
@@ -76,10 +85,13 @@ void Suspender(Dnie::Diagnostico& d, const char* nombre, const Aviso& fallo) {
 }  // namespace
 
 void Diagnosticar::Hacer() {
+    const NoVolcable cerrado;
     Dnie::Diagnostico& d = respuesta_.tarjeta;
     d = Dnie::Diagnosticar(lector_, control);
     if (!d.certificados.empty())
         if (const Aviso fallo = JuicioDe(d.certificados)) Suspender(d, "certificados", fallo);
+    respuesta_.protecciones.push_back(Ayudante::ExplicarMuros(Ayudante::MurosEnVigor()));
+    respuesta_.protecciones.push_back(ExplicarMemoria());
     for (const Paso& p : d.pasos)
         if (p.probado && !p.ok && respuesta_.motivo == Motivo::Ninguno) respuesta_.motivo = p.motivo;
 }

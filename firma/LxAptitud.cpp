@@ -1,9 +1,9 @@
+#include "firma/LxAptitud.h"
+
 #include <algorithm>
 #include <array>
 #include <ctime>
 #include <iterator>
-
-#include "firma/LxAptitud.h"
 
 namespace Lx::Firma {
 

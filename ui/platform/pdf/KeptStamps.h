@@ -10,6 +10,6 @@ namespace Lx::Pdf {
 // empty box. For such a document this gives an update, to be appended to its bytes before poppler reads them, that
 // turns the widgets of signature fields into stamps: an annotation of that kind is drawn as it stands. Empty for all
 // others.
-[[nodiscard]] std::string SellosConservados(std::string_view datos);
+[[nodiscard]] std::string KeptStamps(std::string_view data);
 
 }  // namespace Lx::Pdf
