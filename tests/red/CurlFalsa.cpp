@@ -1,6 +1,7 @@
 // Stands in for libcurl in a process of its own: prints each call, for what no real server shows. CURL_FALSA=nula makes
-// the handle null, CURL_FALSA=error makes the transfer fail with 7. It has no curl_easy_strerror, and with INCOMPLETA
-// no curl_slist_free_all either.
+// the handle null, CURL_FALSA=error makes the transfer fail with 7,
+// CURL_FALSA=vieja doesn't know the names of protocols and "sin protocolos" no choice of them at all. It has no
+// curl_easy_strerror, and with INCOMPLETA no curl_slist_free_all either.
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -20,7 +21,7 @@ bool Modo(const char* nombre) {
 std::string Argumento(int opcion, va_list args) {
     if (opcion < 10000) return std::to_string(va_arg(args, long));
     const void* puntero = va_arg(args, void*);
-    if (opcion == 10002 || opcion == 10015) return static_cast<const char*>(puntero);
+    if (opcion == 10002 || opcion == 10015 || opcion == 10318) return static_cast<const char*>(puntero);
     return puntero == &g_lista ? "lista" : "...";
 }
 
@@ -42,7 +43,8 @@ int curl_easy_setopt(void* handle, int opcion, ...) {
     va_start(args, opcion);
     std::printf("%d %s%s\n", opcion, Argumento(opcion, args).c_str(), handle == &g_handle ? "" : " wrong handle");
     va_end(args);
-    return 0;
+    if (opcion == 10318) return Modo("vieja") || Modo("sin protocolos") ? 48 : 0;
+    return opcion == 181 && Modo("sin protocolos") ? 48 : 0;
 }
 
 int curl_easy_perform(void*) {
