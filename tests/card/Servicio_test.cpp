@@ -8,6 +8,7 @@
 #include <future>
 #include <thread>
 
+#include "card/Canal.h"
 #include "card/LxTarjeta.h"
 #include "tests/apoyo/Apoyo.h"
 #include "tests/apoyo/tarjeta/ServicioPcsc.h"
@@ -135,6 +136,23 @@ TEST_F(DnieServicio, NadieEligeOtraCosaEntreElSelectYElVerify) {
     }
     EXPECT_EQ(firmas, 3U);
     EXPECT_GT(Apoyo::Cuenta(todo, suya), 3U);
+}
+
+// What the directory was opened on is gone, whatever stands in the reader now: nothing reaches that.
+TEST_F(DnieServicio, UnaTarjetaCambiadaNoRecibeNada) {
+    ASSERT_TRUE(Insertar(EscenarioDe(2, false)));
+    Control control;
+    Pcsc::Canal canal(control);
+    bool deContexto = false;
+    ASSERT_EQ(canal.Conectar(lector, deContexto), 0);
+    EXPECT_EQ(canal.Seguir(), 0);
+    tarjeta.reset();
+    std::this_thread::sleep_for(1s);
+    ASSERT_TRUE(Insertar(EscenarioDe(2, false)));
+    EXPECT_NE(canal.Seguir(), 0);
+    Pcsc::Bytes respuesta;
+    EXPECT_NE(canal.Transmitir({0x00, 0x20, 0x00, 0x80, 0x00}, respuesta), 0);
+    EXPECT_EQ(tarjeta->Tarjeta().Apdus(), 0);
 }
 
 TEST_F(DnieServicio, UnaTarjetaMuda) {
