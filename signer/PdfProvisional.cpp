@@ -107,7 +107,7 @@ bool Provisional::OtroNombre() {
     constexpr int kNombres = 1000;
     if (!destino_.otroNombre || ++nombres_ > kNombres) return false;
     std::string otra = destino_.otroNombre(destino_.ruta);
-    if (otra.empty() || otra == destino_.ruta) return false;
+    if (otra.empty()) return false;
     destino_.ruta = std::move(otra);
     return true;
 }

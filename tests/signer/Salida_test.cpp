@@ -40,6 +40,7 @@ TEST_F(CopiaTest, LoQueHayConElNombre) {
             const auto antes = fs::symlink_status(salida_);
             const Fin f = Entera({salida_, true, reemplazar}, sinNombre);
             EXPECT_EQ(f.motivo, motivo);
+            EXPECT_EQ(f.empezada, hecho) << "it is known before anything is done";
             EXPECT_EQ(f.error, hecho ? "" : motivo == Motivo::SalidaExiste ? existe : ajena);
             EXPECT_EQ(fs::symlink_status(salida_).type(), hecho ? fs::file_type::regular : antes.type());
             EXPECT_TRUE(!hecho || Apoyo::LeerFichero(salida_) == entero_);
@@ -82,8 +83,11 @@ TEST_F(CopiaTest, ElNombreSeOcupaDespues) {
             EXPECT_EQ(g.motivo, tubo ? Motivo::SalidaAjena : Motivo::Ninguno);
             EXPECT_TRUE(tubo || Apoyo::LeerFichero(salida_) == entero_);
             // Always the same name, or none: there is an end.
-            EXPECT_EQ(Entera({salida_, true, false, 0666, [](const std::string& n) { return n; }}, sinNombre).motivo,
-                      tubo ? Motivo::SalidaAjena : Motivo::SalidaExiste);
+            for (const std::string& siempre : {salida_, std::string()}) {
+                const auto mismo = [&](const std::string&) { return siempre; };
+                EXPECT_EQ(Entera({salida_, true, false, 0666, mismo}, sinNombre).motivo,
+                          tubo ? Motivo::SalidaAjena : Motivo::SalidaExiste);
+            }
             EXPECT_THAT(Hay(), ElementsAre("enlace", "s.pdf", "s2.pdf"));
             for (const std::string& n : Hay()) fs::remove(carpeta_ / n);
         }
