@@ -71,7 +71,11 @@ Destino DestinoDe(const std::string& salida, const Opciones& opciones, const LxP
 }
 
 bool AsegurarEnDisco(int fd) {
-    return fsync(fd) == 0 || errno == EINVAL || errno == ENOTSUP || errno == EROFS;
+    int hecho = 0;
+    do {
+        hecho = fsync(fd);
+    } while (hecho != 0 && errno == EINTR);
+    return hecho == 0 || errno == EINVAL || errno == ENOTSUP || errno == EROFS;
 }
 
 bool ReservarEspacio(int fd, uint64_t desde, uint64_t hasta) {
