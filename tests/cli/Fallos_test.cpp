@@ -64,9 +64,9 @@ TEST_F(Fallos, DiscoLlenoYDeSoloLectura) {
     if (s.codigo == 99 || s.errores.find("unshare:") != s.errores.npos)
         GTEST_SKIP() << "no mount namespaces: " << s.errores;
     EXPECT_EQ(s.codigo, 1);
-    EXPECT_EQ(
-        DeJson(s.texto, "[e['error'] for e in d['documentos']]"),
-        "['escritura incompleta de disco/contrato_firmao.pdf.', 'escritura incompleta de disco/otro_firmao.pdf.']");
+    EXPECT_EQ(DeJson(s.texto, "[e['error'] for e in d['documentos']]"),
+              "['no queda espacio en el disco para disco/contrato_firmao.pdf.', 'no queda espacio en el disco para "
+              "disco/otro_firmao.pdf.']");
     for (const char* dice : {"Consejo: comprueba que quede espacio en el disco", "Firmados 0 de 2 documentos.\n[1]",
                              "\n[1]\nviejo.pdf\n40000 disco/viejo.pdf\n",
                              "no se pudo abrir disco/contrato_firmao.pdf para escritura. Motivo: el sistema de "
