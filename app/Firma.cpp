@@ -79,7 +79,7 @@ std::string CMainWindow::RutaSalida(const std::string& ruta) {
 void CMainWindow::OnFirmar() {
     aviso_->Quitar();
     if (!HayDocumento()) {
-        PonerEstado("No hay ningun documento abierto.", Paleta::kBlanco);
+        PonerEstado("No hay ningun documento abierto.", Lx::ThemeColor(Lx::ColorRole::AppOnFooter));
         return;
     }
     const SinTemporales limpieza;

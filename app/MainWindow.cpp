@@ -37,7 +37,7 @@ constexpr int kAltoPie = 28;
 
 }  // namespace
 
-CMainWindow::CMainWindow() : paleta_(Paleta::kColores) {
+CMainWindow::CMainWindow() : paleta_(Paleta::DelTema()) {
     title = "Velmora 2026";
     rect = {0, 0, 900, 680};
     backColor = paleta_[Paleta::kFondo];
@@ -100,11 +100,11 @@ void CMainWindow::MontarBotones() {
 
 void CMainWindow::MontarEstado() {
     visor_ = AddPdfView({kMargen, 100, 100, 100});
-    visor_->background = Paleta::Opaco(0xE2E6EE);
+    visor_->background = Lx::ThemeColor(Lx::ColorRole::AppView);
     visor_->OnPageChanged(this, &CMainWindow::OnPagina);
     estado_ = AddLabel("", {kMargen, 0, 100, 14});
     estado_->fontSize = 11;
-    estado_->SetTextColor(Paleta::kBlanco);
+    estado_->SetTextColor(Lx::ThemeColor(Lx::ColorRole::AppOnFooter));
     credito_ = AddLabel("Creado por Zerbin  :", {0, 0, 200, 14});
     credito_->fontSize = 11;
     credito_->bold = true;
@@ -210,7 +210,7 @@ void CMainWindow::CargarDocumento(const std::string& ruta) {
     aviso_->Quitar();
     if (visor_->LoadDocument(ruta)) {
         documento_ = ruta;
-        PonerEstado(ruta, Paleta::kBlanco);
+        PonerEstado(ruta, Lx::ThemeColor(Lx::ColorRole::AppOnFooter));
         PonerHoja();
     } else {
         MostrarEstado("Error al abrir " + ruta + ": " + visor_->GetLastError(), true);
@@ -230,7 +230,7 @@ void CMainWindow::MostrarEstado(const std::string& texto, bool error) {
         PonerEstado(mensaje_, paleta_[Paleta::kError]);
         aviso_->Mostrar(mensaje_, true);
     } else {
-        PonerEstado(documento_.empty() ? mensaje_ : documento_, Paleta::kBlanco);
+        PonerEstado(documento_.empty() ? mensaje_ : documento_, Lx::ThemeColor(Lx::ColorRole::AppOnFooter));
         aviso_->Quitar();
     }
     Invalidate(nullptr);

@@ -71,7 +71,12 @@ class Ventanas : public testing::Test {
     std::unique_ptr<CMainWindow> ventana_;
 };
 
-TEST_F(Ventanas, ElCssDeLaPaleta) {
+TEST_F(Ventanas, LaPaletaYSuCss) {
+    std::string todos;
+    for (const Lx::Color& c : Paleta::DelTema()) todos += Falso::Texto(c);
+    EXPECT_EQ(todos,
+              "#f5f7fbff#ffffffff#0d2b5eff#dfe4ecff#10203aff#cdd8ecff#ffffffff#101828ff#5a687eff#788498ff"
+              "#c8d2e0ff#208c52ff#c63434ff#10203aff#ffffffff#1e3e74ff#be2e2eff#243046ff#c6d2e6ff");
     EXPECT_EQ(Paleta::Css({0, 0, 0, 7}, {255, 255, 255, 0}, {1, 171, 16, 9}, true, 12),
               "background-color:#000000; color:#ffffff; border-color:#01ab10; border-width:1; border-radius:6; "
               "font-weight-bold:true; font-size:12;");
@@ -114,7 +119,7 @@ TEST_F(Ventanas, LaLineaDeEstado) {
     CMainWindow& v = Abrir(0);
     auto& estado = Control<Lx::CLabel>(v, 0);
     EXPECT_EQ(estado.text, "Error al abrir /a/doc.pdf: motivo");
-    EXPECT_EQ(estado.textColor, Paleta::kColores[Paleta::kError]);
+    EXPECT_EQ(estado.textColor, Paleta::DelTema()[Paleta::kError]);
     v.MostrarEstado("algo", false);
     EXPECT_EQ(estado.text, "algo");
     v.OnFirmar();
@@ -123,7 +128,7 @@ TEST_F(Ventanas, LaLineaDeEstado) {
     v.OnDropFile("/b/otro.pdf");
     v.MostrarEstado("algo", false);
     EXPECT_EQ(estado.text, "/b/otro.pdf");
-    EXPECT_EQ(estado.textColor, Paleta::kBlanco);
+    EXPECT_EQ(estado.textColor, Lx::ThemeColor(Lx::ColorRole::AppOnFooter));
     auto& aviso = Control<CAviso>(v, 0);
     v.MostrarEstado(std::string(80, 'a') + " " + std::string(80, 'b'), true);
     EXPECT_TRUE(aviso.visible);
@@ -145,7 +150,7 @@ TEST_F(Ventanas, LasFilasDelDialogo) {
     n43 = n44.substr(2);
     g_fuentes.almacen = {entrada(Origen::Dnie, "Ana", "", false), entrada(Origen::Sistema, "", n44, true),
                          entrada(Origen::Pkcs12, "P", n44 + "ñ", true), entrada(Origen::Pkcs12, "Q", "e", false)};
-    CDlgFirmar d(nullptr, Paleta::kColores, "doc.pdf", {});
+    CDlgFirmar d(nullptr, Paleta::DelTema(), "doc.pdf", {});
     ASSERT_TRUE(d.Create());
     auto& lista = Control<Lx::CListView>(d, 0);
     ASSERT_EQ(lista.GetCount(), 4);
@@ -171,7 +176,7 @@ TEST_F(Ventanas, LasFilasDelDialogo) {
 }
 
 TEST_F(Ventanas, ElSelloYSusPaginas) {
-    CDlgFirmar d(nullptr, Paleta::kColores, "doc.pdf", {});
+    CDlgFirmar d(nullptr, Paleta::DelTema(), "doc.pdf", {});
     ASSERT_TRUE(d.Create());
     auto& paginas = Control<Lx::CEdit>(d, 0);
     EXPECT_EQ(d.ModoSello(), 1U);
@@ -219,7 +224,7 @@ TEST_F(Ventanas, ElPin) {
     for (const Caso& c : casos) {
         SCOPED_TRACE(c.abre + c.teclas);
         std::string pin;
-        CPinDialog d(nullptr, Paleta::kColores, "", pin);
+        CPinDialog d(nullptr, Paleta::DelTema(), "", pin);
         d.PonerIntentos(c.intentos, c.rechazado);
         ASSERT_TRUE(d.Create());
         EXPECT_EQ(Control<Lx::CLabel>(d, 1).text, "Titular: (DNIe detectado)");
