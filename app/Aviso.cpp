@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "app/Texto.h"
+#include "app/AjusteTexto.h"
 #include "ui/LxWindow.h"
 
 namespace Paleta = Orvanta::Paleta;

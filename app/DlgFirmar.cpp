@@ -4,8 +4,8 @@
 #include <iterator>
 #include <string_view>
 
+#include "app/AjusteTexto.h"
 #include "app/Teclado.h"
-#include "app/Texto.h"
 #include "crypto/LxSecreto.h"
 #include "ui/LxButton.h"
 #include "ui/LxComboBox.h"
@@ -20,8 +20,6 @@ using Lx::CertStore::Origen;
 
 namespace {
 
-constexpr int kAceptado = 1;
-constexpr int kCancelado = 2;
 constexpr unsigned kPrimera = 1;  // also for a choice that is none
 constexpr unsigned kEspecificas = 4;
 
@@ -220,8 +218,7 @@ void CDlgFirmar::OnActivar(int) {
 }
 
 void CDlgFirmar::TomarPkcs12() {
-    if (rutaPkcs12_ != nullptr) ctx_.rutaPkcs12 = rutaPkcs12_->GetText();
-    if (clavePkcs12_ == nullptr) return;
+    ctx_.rutaPkcs12 = rutaPkcs12_->GetText();
     Lx::Limpiar(ctx_.clavePkcs12);
     ctx_.clavePkcs12 = clavePkcs12_->GetText();
 }
@@ -263,14 +260,14 @@ void CDlgFirmar::OnExaminar() {
     Lx::CFileDialog dialogo(this);
     dialogo.SetTitle("Elegir certificado PKCS#12");
     dialogo.SetFilter("*.pfx;*.p12");
-    if (rutaPkcs12_ != nullptr) dialogo.SetInitialPath(rutaPkcs12_->GetText());
-    if (dialogo.DoModal() != 1) return;
-    if (rutaPkcs12_ != nullptr) rutaPkcs12_->SetText(dialogo.GetPath());
+    dialogo.SetInitialPath(rutaPkcs12_->GetText());
+    if (dialogo.DoModal() != Lx::kAccepted) return;
+    rutaPkcs12_->SetText(dialogo.GetPath());
     ctx_.rutaPkcs12 = dialogo.GetPath();
     TomarPkcs12();
     Recargar();
     Seleccionar(0);
-    if (clavePkcs12_ != nullptr && clavePkcs12_->GetText().empty()) SetFocusControl(clavePkcs12_);
+    if (clavePkcs12_->GetText().empty()) SetFocusControl(clavePkcs12_);
 }
 
 void CDlgFirmar::OnAceptar() {
@@ -280,9 +277,9 @@ void CDlgFirmar::OnAceptar() {
     }
     TomarPkcs12();
     ActualizarOpts();
-    EndDialog(kAceptado);
+    EndDialog(Lx::kAccepted);
 }
 
 void CDlgFirmar::OnCancelar() {
-    EndDialog(kCancelado);
+    EndDialog(Lx::kCancelled);
 }

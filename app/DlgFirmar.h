@@ -15,7 +15,7 @@ class CDlgFirmar : public Lx::CDialog {
     // Its copies of the secrets are wiped.
     ~CDlgFirmar() override;
 
-    // What was chosen, to be read after DoModal gave 1.
+    // What was chosen, to be read after DoModal gave kAccepted.
     [[nodiscard]] bool HaySeleccion() const { return haySeleccion_; }
     [[nodiscard]] const Lx::CertStore::Entrada& Seleccion() const { return seleccion_; }
     [[nodiscard]] const Lx::CertStore::Contexto& Contexto() const { return ctx_; }
@@ -40,7 +40,6 @@ class CDlgFirmar : public Lx::CDialog {
     void OnEnterPkcs12(const std::string& texto);
     void OnExaminar();
     void OnAceptar();
-    // 2: cancelled.
     void OnCancelar();
 
   private:

@@ -4,8 +4,8 @@
 #include <climits>
 #include <system_error>
 
+#include "app/AjusteTexto.h"
 #include "app/Teclado.h"
-#include "app/Texto.h"
 #include "crypto/LxApi.h"
 #include "crypto/LxSecreto.h"
 #include "ui/LxButton.h"
@@ -146,7 +146,7 @@ bool CMainWindow::OnClose() {
 // Whatever has the focus, the keys that turn pages do, unless it wanted them itself.
 void CMainWindow::OnKeyDown(Lx::KeyCode key, unsigned modifiers) {
     if (key == Lx::KeyCode::Escape) aviso_->Quitar();
-    if (visor_ == nullptr || focus == visor_) return;
+    if (focus == visor_) return;
     Lx::Event ev;
     ev.type = Lx::EventType::KeyDown;
     ev.key = static_cast<uint16_t>(key);
@@ -190,7 +190,7 @@ void CMainWindow::OnAbrir() {
     dialogo.SetTitle("Abrir documento PDF");
     dialogo.SetFilter("*.pdf");
     dialogo.SetInitialPath(documento_);
-    if (dialogo.DoModal() == 1) Abrir(dialogo.GetPath());
+    if (dialogo.DoModal() == Lx::kAccepted) Abrir(dialogo.GetPath());
 }
 
 void CMainWindow::OnDropFile(const std::string& path) {
@@ -224,13 +224,11 @@ void CMainWindow::PonerEstado(const std::string& texto, const Lx::Color& color) 
 }
 
 void CMainWindow::MostrarEstado(const std::string& texto, bool error) {
-    mensaje_ = texto;
-    esError_ = error;
     if (error) {
-        PonerEstado(mensaje_, paleta_[Paleta::kError]);
-        aviso_->Mostrar(mensaje_, true);
+        PonerEstado(texto, paleta_[Paleta::kError]);
+        aviso_->Mostrar(texto, true);
     } else {
-        PonerEstado(documento_.empty() ? mensaje_ : documento_, Lx::ThemeColor(Lx::ColorRole::AppOnFooter));
+        PonerEstado(documento_.empty() ? texto : documento_, Lx::ThemeColor(Lx::ColorRole::AppOnFooter));
         aviso_->Quitar();
     }
     Invalidate(nullptr);
@@ -239,23 +237,23 @@ void CMainWindow::MostrarEstado(const std::string& texto, bool error) {
 // --- Pages
 
 void CMainWindow::OnPrimero() {
-    if (visor_ != nullptr) visor_->SetCurrentPage(0);
+    visor_->SetCurrentPage(0);
 }
 
 void CMainWindow::OnAnterior() {
-    if (visor_ != nullptr) visor_->SetCurrentPage(visor_->GetCurrentPage() - 1);
+    visor_->SetCurrentPage(visor_->GetCurrentPage() - 1);
 }
 
 void CMainWindow::OnSiguiente() {
-    if (visor_ != nullptr) visor_->SetCurrentPage(visor_->GetCurrentPage() + 1);
+    visor_->SetCurrentPage(visor_->GetCurrentPage() + 1);
 }
 
 void CMainWindow::OnUltimo() {
-    if (visor_ != nullptr) visor_->SetCurrentPage(visor_->GetPageCount() - 1);
+    visor_->SetCurrentPage(visor_->GetPageCount() - 1);
 }
 
 void CMainWindow::OnIrHoja(const std::string& texto) {
-    if (visor_ == nullptr || paginas_ < 1) return;
+    if (paginas_ < 1) return;
     int n = 0;
     if (LeerNumero(texto, n) && n >= 1) visor_->SetCurrentPage((n < paginas_ ? n : paginas_) - 1);
     PonerHoja();

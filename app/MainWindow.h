@@ -63,8 +63,6 @@ class CMainWindow : public Lx::CWindow {
     Orvanta::Paleta::Colores paleta_;
     std::string inicial_;
     std::string documento_;
-    std::string mensaje_;
-    bool esError_ = false;
     int pagina_ = 0;
     int paginas_ = 0;
     Lx::CertStore::Contexto recordado_;  // what the last accepted dialog ended with

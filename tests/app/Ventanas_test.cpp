@@ -6,7 +6,7 @@
 #include "app/DlgFirmar.h"
 #include "app/MainWindow.h"
 #include "app/PinDialog.h"
-#include "app/Texto.h"
+#include "app/AjusteTexto.h"
 #include "tests/apoyo/Apoyo.h"
 #include "tests/certstore/FuentesFalsas.h"
 #include "tests/ui/apoyo/Falso.h"

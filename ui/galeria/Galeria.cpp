@@ -51,14 +51,14 @@ bool CDialogoMuestra::OnClose() {
 }
 
 void CDialogoMuestra::OnKeyDown(KeyCode key, unsigned) {
-    if (key == KeyCode::Escape) EndDialog(2);
+    if (key == KeyCode::Escape) EndDialog(kCancelled);
 }
 
 void CDialogoMuestra::OnAceptar() {
-    EndDialog(1);
+    EndDialog(kAccepted);
 }
 void CDialogoMuestra::OnEnter(const std::string&) {
-    EndDialog(1);
+    EndDialog(kAccepted);
 }
 
 CGaleria::CGaleria(std::string documento) : documento_(std::move(documento)) {

@@ -1,11 +1,11 @@
 // The signing command of the main window, from the choice of a certificate to the signed document in the view.
 #include <utility>
 
+#include "app/AjusteTexto.h"
 #include "app/ClaveDialog.h"
 #include "app/DlgFirmar.h"
 #include "app/MainWindow.h"
 #include "app/PinDialog.h"
-#include "app/Texto.h"
 #include "certstore/LxTarjeta.h"
 #include "certstore/LxTemporales.h"
 #include "crypto/LxSecreto.h"
@@ -19,7 +19,6 @@ using Lx::CertStore::Origen;
 
 namespace {
 
-constexpr int kAceptado = 1;
 constexpr const char* kProtegido =
     "El documento está protegido contra cambios: se abre sin contraseña, pero no se puede firmar. Pide a quien lo hizo "
     "una copia sin protección o, si te está permitido, imprímelo a un PDF nuevo y firma ese.";
@@ -69,7 +68,7 @@ struct CMainWindow::Peticion {
 };
 
 bool CMainWindow::HayDocumento() const {
-    return visor_ != nullptr && visor_->HasDocument() && !documento_.empty();
+    return visor_->HasDocument() && !documento_.empty();
 }
 
 std::string CMainWindow::RutaSalida(const std::string& ruta) {
@@ -100,7 +99,7 @@ void CMainWindow::OnFirmar() {
 
 bool CMainWindow::ElegirCertificado(Peticion& p) {
     CDlgFirmar dialogo(this, paleta_, Orvanta::NombreFichero(documento_), recordado_);
-    if (dialogo.DoModal() != kAceptado || !dialogo.HaySeleccion()) return false;
+    if (dialogo.DoModal() != Lx::kAccepted || !dialogo.HaySeleccion()) return false;
     LimpiarSecretos(recordado_);
     recordado_ = dialogo.Contexto();
     p.ctx = recordado_;
@@ -119,7 +118,7 @@ bool CMainWindow::PedirPin(Peticion& p, bool rechazado) {
     Lx::Secreto pin;
     CPinDialog dialogo(this, paleta_, cert.subjectCN.empty() ? cert.subjectDN : cert.subjectCN, pin.texto);
     dialogo.PonerIntentos(p.intentos, rechazado);
-    if (dialogo.DoModal() != kAceptado) {
+    if (dialogo.DoModal() != Lx::kAccepted) {
         // After a refusal its sentence is what remains to be read.
         if (!rechazado) MostrarEstado("Firma cancelada por el usuario.", false);
         return false;
@@ -173,7 +172,7 @@ void CMainWindow::ContarResultado(const LxPdfSigner::Resultado& r, const std::st
 bool CMainWindow::PreguntarClave(const std::string& almacen, int intento, bool ultimo, std::string& clave) {
     SetBusy(false);
     CClaveDialog dialogo(this, paleta_, almacen, intento, ultimo, clave);
-    const bool hay = dialogo.DoModal() == kAceptado;
+    const bool hay = dialogo.DoModal() == Lx::kAccepted;
     SetBusy(true);
     FlushPaint();
     return hay;
