@@ -14,6 +14,7 @@ PERMITIDOS = {
     "certstore": {"crypto", "certstore/sistema", "card"},
     "pdf": {"crypto"},
     "signer": {"pdf", "crypto"},
+    "firma": {"signer", "pdf", "certstore", "certstore/sistema", "card", "crypto"},
     "ui": set(),
     "ui/platform/qt": {"ui"},
     "ui/platform/pdf": {"ui", "pdf"},

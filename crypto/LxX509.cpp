@@ -68,8 +68,11 @@ void LeerBasicConstraints(Lector octetos, Certificado& out) {
 // KeyUsage ::= BIT STRING
 // Only unused counts 0 and 1 are understood, and each has its own bit; the cards' issuers write no other form for it.
 void LeerKeyUsage(Lector octetos, Certificado& out) {
+    out.conUso = true;
     Der::Tlv bits;
     if (!octetos.Leer(kCadenaBits, bits) || bits.longitud < 2) return;
+    out.digitalSignature = (octetos.buf[bits.contenido + 1] & 0x80) != 0;
+    out.contentCommitment = (octetos.buf[bits.contenido + 1] & 0x40) != 0;
     const unsigned sobrantes = octetos.buf[bits.contenido];
     if (sobrantes > 1) return;
     out.nonRepudiation = ((octetos.buf[bits.contenido + 1] >> (6 + sobrantes)) & 1) != 0;

@@ -22,6 +22,11 @@ struct Certificado {
     bool nonRepudiation = false;  // keyUsage
     bool valid = false;           // set only by a parse that succeeded
 
+    // keyUsage as it stands (RFC 5280, 4.2.1.3): nonRepudiation above understands few of its encodings.
+    bool conUso = false;  // it is there
+    bool digitalSignature = false;
+    bool contentCommitment = false;  // the later name of nonRepudiation
+
     // Valid, with an end date, and that date has passed.
     [[nodiscard]] bool Caducado() const;
     // End date in local time, "dd/mm/aaaa hh:mm:ss", or a row of dashes when there is none.
