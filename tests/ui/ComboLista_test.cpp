@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "tests/apoyo/Apoyo.h"
 #include "tests/ui/apoyo/Falso.h"
 #include "ui/LxButton.h"
 #include "ui/LxComboBox.h"
@@ -255,9 +256,16 @@ TEST_F(Lista, WheelAndThumbScroll) {
     Raton(ventana, EventType::MouseUp, 450, 390);
     Raton(ventana, EventType::MouseMove, 398, 50);
     EXPECT_EQ(primera(), "nombre 85");
-    Clic(ventana, 398, 60);
-    EXPECT_EQ(primera(), "nombre 77");
+    // The track: a page towards the press, and nothing but the track.
+    const Apoyo::Filas<int, int, std::string> filas = {
+        {398, 60, "nombre 77"}, {398, 340, "nombre 85"}, {398, 50, "nombre 77"}};
+    for (const auto& [x, y, arriba] : filas) {
+        Clic(ventana, x, y);
+        EXPECT_EQ(primera(), arriba);
+    }
     EXPECT_THAT(avisos, IsEmpty());
+    Clic(ventana, 380, 60);
+    EXPECT_THAT(avisos, ElementsAre(82));  // "nombre 77" of the second ones
 }
 
 TEST_F(Lista, CardsShowTitledTextsAndExtras) {
