@@ -9,6 +9,7 @@ from pathlib import PurePosixPath
 # Folder: the folders whose public headers it may include, itself apart. The longest matching folder counts.
 PERMITIDOS = {
     "crypto": set(),
+    "red": {"crypto"},
     "certstore/sistema": {"crypto"},
     "card": {"crypto", "certstore/sistema"},
     "certstore": {"crypto", "certstore/sistema", "card"},
@@ -19,7 +20,7 @@ PERMITIDOS = {
     "ui/platform/qt": {"ui"},
     "ui/platform/pdf": {"ui", "pdf"},
     "app": {"ui", "signer", "certstore", "certstore/sistema", "crypto"},
-    "cli": {"signer", "certstore", "certstore/sistema", "crypto"},
+    "cli": {"firma", "crypto"},
 }
 # These may include everything, private headers too, and nothing may include them.
 LIBRES = ("tests", "bench", "fuzz")

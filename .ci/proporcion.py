@@ -3,7 +3,7 @@
 
 import subprocess
 
-MODULOS = ("app", "card", "certstore", "cli", "crypto", "firma", "pdf", "signer", "ui")
+MODULOS = ("app", "card", "certstore", "cli", "cms", "crypto", "firma", "pdf", "red", "signer", "ui")
 EXTENSIONES = (".cpp", ".h", ".py", ".sh")
 
 

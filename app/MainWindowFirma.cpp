@@ -7,7 +7,6 @@
 #include "app/MainWindow.h"
 #include "app/PinDialog.h"
 #include "certstore/LxTarjeta.h"
-#include "certstore/LxTemporales.h"
 #include "crypto/LxSecreto.h"
 #include "ui/LxLabel.h"
 #include "ui/LxPdfView.h"
@@ -28,14 +27,6 @@ void LimpiarSecretos(Contexto& ctx) {
     Lx::Limpiar(ctx.pin);
     Lx::Limpiar(ctx.clavePkcs12);
 }
-
-// The keys that listing took out of a PKCS#12 file are not needed between two commands.
-struct SinTemporales {
-    SinTemporales() = default;
-    ~SinTemporales() { Lx::CertStore::QuitarTemporales(); }
-    SinTemporales(const SinTemporales&) = delete;
-    SinTemporales& operator=(const SinTemporales&) = delete;
-};
 
 // While it lives the pointer says that work is going on. What is on the screen is up to date when it starts.
 class Ocupada {
@@ -81,7 +72,6 @@ void CMainWindow::OnFirmar() {
         PonerEstado("No hay ningun documento abierto.", Lx::ThemeColor(Lx::ColorRole::AppOnFooter));
         return;
     }
-    const SinTemporales limpieza;
     Peticion p;
     if (!ElegirCertificado(p)) return;
     for (bool rechazado = false;; rechazado = true) {

@@ -1,11 +1,9 @@
 #include "app/MainWindow.h"
-#include "certstore/LxTemporales.h"
 #include "crypto/LxSecreto.h"
 #include "ui/LxApp.h"
 
 int main(int argc, char** argv) {
     Lx::PrepararProceso();
-    const Lx::CertStore::CarpetaPrivada carpeta;
     Lx::LxApp app(argc, argv);
     app.name = "velmora";
     auto* ventana = new CMainWindow;

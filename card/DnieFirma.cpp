@@ -3,9 +3,7 @@
 #include <utility>
 
 #include "card/DnieTextos.h"
-#include "card/LxDnie.h"
 #include "card/LxPcsc.h"
-#include "certstore/sistema/LxSistema.h"
 #include "crypto/LxApi.h"
 #include "crypto/LxDer.h"
 
@@ -16,31 +14,49 @@ namespace {
 constexpr size_t kMinPin = 4;
 constexpr size_t kMaxPin = 8;
 
-bool LongitudDePin(const std::string& pin) {
-    return pin.size() >= kMinPin && pin.size() <= kMaxPin;
-}
-
 // One signature in progress.
 struct Intento {
-    Intento(const std::string& elPin, const Bytes& losDatos) : pin(elPin), datos(losDatos) {}
+    Intento(const std::string& elPin, const Bytes& losDatos, Control& elControl)
+        : control(elControl), sesion(elControl), pin(elPin), datos(losDatos) {}
 
+    Control& control;
     Sesion sesion;
     Perfil perfil = Perfil::Ninguno;
     const std::string& pin;
     const Bytes& datos;
     Bytes modulo;  // empty: the certificate has no RSA key to check with
     Bytes exponente;
-    Bytes firma;                             // the good one
+    Firmado r;
     bool repetido = false;                   // the second pass has been used up
     bool sinVerificar = false;               // the card gave a signature that did not verify
     std::vector<std::string> explicaciones;  // one per refusal
 };
 
-// Sends the PIN. On a refusal `info` says what the card answered, and the PIN must not be sent again.
-bool PresentarPin(Intento& i, std::string& info) {
-    const int sw = VerificarPinTarjeta(i.sesion.tarjeta, i.pin, i.perfil);
+// The reason of a refused PIN.
+Motivo MotivoDePin(int sw) {
+    if (IntentosDe(sw) == 0) return Motivo::PinBloqueado;
+    const bool malo = (sw >= 0x6300 && sw <= 0x63FF) || sw == 0x6A80 || sw == 0x6700;
+    return malo ? Motivo::PinIncorrecto : Motivo::ClaveNoFirma;
+}
+
+// Sends the PIN to the card that was prepared for it, and to no other. On false `i.r.fallo` says why, and the PIN must
+// not be sent again.
+bool PresentarPin(Intento& i) {
+    if (i.sesion.canal.Seguir() != 0) {
+        i.r.fallo = i.sesion.Fallo(Motivo::TarjetaRetirada,
+                                   "La tarjeta se retiró o se reinició antes de enviarle el PIN. Déjela quieta en el "
+                                   "lector y vuelva a firmar.");
+        return false;
+    }
+    if (!i.r.pinEnviado && !i.control.Comprometer()) {
+        i.r.fallo = {Motivo::Cancelado, "Cancelado."};
+        return false;
+    }
+    i.r.pinEnviado = true;
+    const int sw = VerificarPinTarjeta(i.sesion, i.pin, i.perfil);
     if (sw == Iso7816::kSwOk) return true;
-    info = ExplicarPin(sw);
+    i.r.fallo = i.sesion.Fallo(MotivoDePin(sw), ExplicarPin(sw));
+    i.r.intentos = IntentosDe(sw);
     return false;
 }
 
@@ -49,8 +65,8 @@ bool Verifica(const Intento& i, const Bytes& firma) {
     return i.modulo.empty() || Api::RsaFirmaValida(i.modulo, i.exponente, firma, i.datos.data(), i.datos.size());
 }
 
-// MSE and PSO with one key reference: leaves the good signature in `i.firma`, else what went wrong in `i`. True when
-// the PSO was refused for want of the PIN.
+// MSE and PSO with one key reference: leaves the good signature in `i.r`, else what went wrong in `i`. True when the
+// PSO was refused for want of the PIN.
 bool Calcular(Intento& i, int clave) {
     Iso7816::CCard& tarjeta = i.sesion.tarjeta;
     tarjeta.MseAt(DatosMse(i.perfil, clave));
@@ -62,24 +78,25 @@ bool Calcular(Intento& i, int clave) {
         return elegida && tarjeta.sw == 0x6982;
     }
     if (Verifica(i, firma)) {
-        i.firma = std::move(firma);
+        i.r.firma = std::move(firma);
     } else {
         i.sinVerificar = true;
     }
     return false;
 }
 
-// Every key reference in turn. False with `info` set when the PIN was refused on the way.
-bool ProbarClaves(Intento& i, std::string& info) {
+// Every key reference in turn. False when the PIN was refused on the way.
+bool ProbarClaves(Intento& i) {
     for (const int clave : ClavesFirma(i.perfil)) {
         // A signature key may want the PIN right before each use: one more pass, and only after it was accepted.
         if (Calcular(i, clave) && !i.repetido) {
             i.repetido = true;
-            if (!PresentarPin(i, info)) return false;
+            if (!PresentarPin(i)) return false;
             i.explicaciones.pop_back();
             (void)Calcular(i, clave);
         }
-        if (!i.firma.empty()) return true;
+        if (!i.r.firma.empty()) return true;
+        if (i.sesion.canal.Perdida() != 0) break;
     }
     if (i.sinVerificar) {
         i.explicaciones.push_back("La tarjeta no emitio una firma verificable con el certificado elegido (SW=" +
@@ -95,111 +112,114 @@ std::string TextoSinFirma(const std::vector<std::string>& explicaciones, const s
     return motivo.empty() ? texto : texto + " " + motivo;
 }
 
-// The system's own card driver, with the card free for it.
-Bytes FirmarConSistema(Intento& i, const X509::Certificado& cert, std::string& info) {
-    i.sesion.Cerrar();
-    std::string motivo;
-    Bytes firma = CertStore::FirmarSistema(cert, i.datos, "", false, motivo);
-    if (firma.empty()) {
-        info = TextoSinFirma(i.explicaciones, motivo);
-    } else {
-        info = std::string("Firmado con el minidriver de ") + Pcsc::NombreSistema() + " (" + FirmaInfo(firma) + ")";
+// The system's own card driver, with the card free for it and the job free to end.
+void FirmarConAlmacen(Intento& i, const Almacen& almacen) {
+    const Motivo motivo = i.sinVerificar ? Motivo::ClaveAjena : Motivo::ClaveNoFirma;
+    i.r.fallo = i.sesion.Fallo(motivo, TextoSinFirma(i.explicaciones, ""));
+    if (!i.sesion.canal.Cerrar()) {
+        i.r.fallo = i.sesion.canal.Dejado();
+        return;
     }
-    return firma;
+    i.control.Soltar();
+    if (i.control.Cancelado()) {
+        i.r.fallo = {Motivo::Cancelado, "Cancelado."};
+        return;
+    }
+    i.control.Pasar(Etapa::Almacen);
+    CertStore::FirmaSistema hecha = almacen();
+    i.r.firma = std::move(hecha.firma);
+    if (!i.r.firma.empty()) {
+        i.r.fallo = {};
+        i.r.nota =
+            std::string("Firmado con el minidriver de ") + Pcsc::NombreSistema() + " (" + FirmaInfo(i.r.firma) + ")";
+    } else {
+        i.r.fallo.frase = TextoSinFirma(i.explicaciones, hecha.fallo.frase);
+        if (hecha.fallo.motivo == Motivo::Cancelado) i.r.fallo.motivo = Motivo::Cancelado;
+    }
 }
 
-Bytes FirmarCon(Intento& i, const std::string& lector, const X509::Certificado& cert, std::string& info) {
-    if (!PrepararFirma(i.sesion, lector, i.perfil, info)) return {};
-    if (!PresentarPin(i, info) || !ProbarClaves(i, info)) return {};
-    if (i.firma.empty()) return FirmarConSistema(i, cert, info);
-    info = std::string(i.modulo.empty() ? "sin comprobar, certificado no RSA: " : "") +
-           "Firmado por APDU con el PIN del DNIe (" + FirmaInfo(i.firma) + ")";
-    return std::move(i.firma);
+void FirmarCon(Intento& i, const std::string& lector, const Almacen& almacen) {
+    i.control.Pasar(Etapa::Lector);
+    if (!PrepararFirma(i.sesion, lector, i.perfil, i.r.fallo)) return;
+    i.control.Pasar(Etapa::Clave);
+    if (!PresentarPin(i) || !ProbarClaves(i)) return;
+    if (i.r.firma.empty()) return FirmarConAlmacen(i, almacen);
+    i.r.nota = std::string(i.modulo.empty() ? "sin comprobar, certificado no RSA: " : "") +
+               "Firmado por APDU con el PIN del DNIe (" + FirmaInfo(i.r.firma) + ")";
+}
+
+// What is looked at before anything is connected.
+Aviso Previo(const std::string& lector, const Bytes& datos, const std::string& pin) {
+    if (datos.empty()) return {Motivo::MalUso, "No hay datos que firmar."};
+    if (lector.empty()) return {Motivo::SinLector, "Elija un lector."};
+    if (pin.empty()) return {Motivo::PinAusente, "Se necesita el PIN de firma del DNIe."};
+    if (!LongitudDePin(pin)) return {Motivo::PinInadmisible, ExplicarPin(0x6700)};
+    return {};
 }
 
 }  // namespace
+
+bool LongitudDePin(const std::string& pin) {
+    return pin.size() >= kMinPin && pin.size() <= kMaxPin;
+}
 
 bool AbrirDfFirma(Sesion& sesion, Perfil perfil) {
     return sesion.Abrir(AperturaFirma(perfil));
 }
 
-int VerificarPinTarjeta(Iso7816::CCard& tarjeta, const std::string& pin, Perfil) {
+int VerificarPinTarjeta(Sesion& sesion, const std::string& pin, Perfil) {
     if (!LongitudDePin(pin)) return 0x6700;
-    tarjeta.VerifyPin(pin, kRefPin);
-    return tarjeta.sw;
+    sesion.canal.reiniciar = true;
+    sesion.tarjeta.VerifyPin(pin, kRefPin);
+    return sesion.tarjeta.sw;
 }
 
-bool PrepararFirma(Sesion& sesion, const std::string& lector, Perfil& perfil, std::string& error) {
-    if (!sesion.Conectar(lector, error)) return false;
+bool PrepararFirma(Sesion& sesion, const std::string& lector, Perfil& perfil, Aviso& fallo) {
+    if (!sesion.Conectar(lector, fallo)) return false;
+    sesion.canal.estricto = true;
     perfil = sesion.Identificar();
     if (perfil == Perfil::Ninguno) {
-        error = "Tarjeta no identificada como DNIe. " + sesion.nota;
+        fallo = sesion.Fallo(Motivo::TarjetaAjena, "Tarjeta no identificada como DNIe. " + sesion.nota);
         return false;
     }
     if (AbrirDfFirma(sesion, perfil)) return true;
-    error = "No se pudo abrir el DF de la clave de firma (SW=" + Hex16(sesion.tarjeta.sw) + ")";
+    fallo = sesion.Fallo(Motivo::ClaveNoFirma,
+                         "No se pudo abrir el DF de la clave de firma (SW=" + Hex16(sesion.tarjeta.sw) + ")");
     return false;
 }
 
-std::vector<unsigned char> CDnie::Firmar(const std::string& lector, const X509::Certificado& cert,
-                                         const std::vector<unsigned char>& datos, const std::string& pin,
-                                         std::string& info) {
-    info.clear();
-    Bytes firma;
-    if (datos.empty()) {
-        info = "No hay datos que firmar.";
-    } else if (lector.empty()) {
-        info = "Elija un lector.";
-    } else if (pin.empty()) {
-        info = "Se necesita el PIN de firma del DNIe.";
-    } else if (!LongitudDePin(pin)) {
-        info = ExplicarPin(0x6700);
-    } else {
-        Intento intento(pin, datos);
-        if (!X509::ClaveRsa(cert, intento.modulo, intento.exponente)) intento.modulo.clear();
-        firma = FirmarCon(intento, lector, cert, info);
-    }
-    error_ = firma.empty() ? info : "";
-    return firma;
+Firmado Firmar(const std::string& lector, const X509::Certificado& cert, const Bytes& datos, const std::string& pin,
+               const Almacen& almacen, Control& control) {
+    Firmado previo;
+    previo.fallo = Previo(lector, datos, pin);
+    if (previo.fallo) return previo;
+    Intento intento(pin, datos, control);
+    if (!X509::ClaveRsa(cert, intento.modulo, intento.exponente)) intento.modulo.clear();
+    FirmarCon(intento, lector, almacen);
+    return std::move(intento.r);
 }
 
-bool CDnie::PinAdmisible(const std::string& pin, std::string& mensaje) {
-    mensaje = LongitudDePin(pin) ? "" : "El PIN debe tener entre 4 y 8 digitos.";
-    return mensaje.empty();
+Firmado FirmarConTarjeta(const std::string& lector, const X509::Certificado& cert, const Bytes& datos,
+                         const std::string& pin, const CertStore::PreguntaClave& pregunta, Control& control) {
+    return Firmar(
+        lector, cert, datos, pin, [&] { return CertStore::FirmarEnSistema(cert, datos, pregunta, control); }, control);
 }
 
-bool CDnie::VerificarPin(const std::string& lector, const std::string& pin, std::string& mensaje) {
-    mensaje.clear();
-    Sesion sesion;
+Intentos ConsultarIntentos(const std::string& lector, Control& control) {
+    Intentos r;
+    control.Pasar(Etapa::Lector);
+    Sesion sesion(control);
+    std::string elegido = lector;
     Perfil perfil = Perfil::Ninguno;
-    bool correcto = false;
-    if (lector.empty()) {
-        mensaje = "Elija un lector.";
-    } else if (PinAdmisible(pin, mensaje) && PrepararFirma(sesion, lector, perfil, mensaje)) {
-        const int sw = VerificarPinTarjeta(sesion.tarjeta, pin, perfil);
-        correcto = sw == Iso7816::kSwOk;
-        mensaje = correcto ? "PIN correcto." : ExplicarPin(sw);
+    if (!sesion.ElegirLector(elegido, r.fallo) || !PrepararFirma(sesion, elegido, perfil, r.fallo)) return r;
+    sesion.tarjeta.ConsultarPin(kRefPin);
+    r.quedan = IntentosDe(sesion.tarjeta.sw);
+    if (r.quedan < 0) {
+        r.fallo =
+            sesion.Fallo(Motivo::Ninguno,
+                         "La tarjeta no dice cuantos intentos le quedan al PIN (SW=" + Hex16(sesion.tarjeta.sw) + ").");
     }
-    error_ = correcto ? "" : mensaje;
-    return correcto;
-}
-
-bool CDnie::IntentosPin(const std::string& lector, int& intentos, std::string& mensaje) {
-    intentos = -1;
-    mensaje.clear();
-    Sesion sesion;
-    Perfil perfil = Perfil::Ninguno;
-    if (lector.empty()) {
-        mensaje = "Elija un lector.";
-    } else if (PrepararFirma(sesion, lector, perfil, mensaje)) {
-        sesion.tarjeta.ConsultarPin(kRefPin);
-        intentos = IntentosDe(sesion.tarjeta.sw);
-        if (intentos < 0) {
-            mensaje = "La tarjeta no dice cuantos intentos le quedan al PIN (SW=" + Hex16(sesion.tarjeta.sw) + ").";
-        }
-    }
-    error_ = mensaje;
-    return intentos >= 0;
+    return r;
 }
 
 }  // namespace Lx::Dnie

@@ -1,5 +1,7 @@
-#include "card/DnieSesion.h"
-#include "card/LxDnie.h"
+#include "card/DnieLectura.h"
+
+#include <algorithm>
+#include <utility>
 
 namespace Lx::Dnie {
 
@@ -7,7 +9,7 @@ namespace {
 
 // What a file gave: bytes that hold a certificate.
 struct Cand {
-    const char* etiqueta;
+    Fichero fichero;
     Bytes datos;
 };
 
@@ -32,7 +34,7 @@ std::vector<Cand> Leer(Sesion& sesion, const Receta& receta) {
             LeerFichero(sesion.tarjeta, receta, fid, receta.binaryPrimero, datos) ||
             (receta.dosMetodos && LeerFichero(sesion.tarjeta, receta, fid, !receta.binaryPrimero, datos));
         if (leido) {
-            candidatos.push_back({fichero.etiqueta, std::move(datos)});
+            candidatos.push_back({fichero, std::move(datos)});
         } else {
             sesion.NotaFallo();
         }
@@ -45,7 +47,8 @@ std::vector<CertificadoDnie> Interpretar(const std::vector<Cand>& candidatos) {
     for (const Cand& candidato : candidatos) {
         CertificadoDnie uno;
         if (!X509::ExtraerDe(candidato.datos, uno.cert)) continue;
-        uno.etiqueta = candidato.etiqueta;
+        uno.etiqueta = candidato.fichero.etiqueta;
+        uno.deFirma = candidato.fichero.deFirma;
         uno.alias = uno.cert.Alias(uno.etiqueta);
         lista.push_back(std::move(uno));
     }
@@ -59,30 +62,40 @@ std::string Resumen(Perfil perfil, const Sesion& sesion, size_t cuantos) {
 
 }  // namespace
 
-std::vector<CertificadoDnie> CDnie::LeerCertificados(const std::string& lector, std::string& estado) {
-    error_.clear();
-    estado.clear();
-    const auto fallo = [&estado](std::string frase) {
-        error_ = estado = std::move(frase);
-        return std::vector<CertificadoDnie>{};
-    };
-    if (lector.empty()) return fallo("Elija un lector.");
-    Sesion sesion;
-    std::string error;
-    if (!sesion.Conectar(lector, error)) return fallo(std::move(error));
-    const Perfil perfil = sesion.Identificar();
-    if (perfil == Perfil::Ninguno) {
-        return fallo("Tarjeta no identificada como DNIe (revise que este bien insertada/tapada)." +
-                     (sesion.nota.empty() ? "" : " " + sesion.nota));
-    }
-    auto lista = Interpretar(Leer(sesion, RecetaDe(perfil, sesion.sinContacto)));
-    if (lista.empty()) {
+void LeerFicheros(Sesion& sesion, Perfil perfil, Lectura& lectura) {
+    lectura.certificados = Interpretar(Leer(sesion, RecetaDe(perfil, sesion.sinContacto)));
+    lectura.firmaPerdida = std::none_of(lectura.certificados.begin(), lectura.certificados.end(),
+                                        [](const CertificadoDnie& c) { return c.deFirma; });
+    if (sesion.canal.Dejado()) {
+        lectura.certificados.clear();
+        lectura.fallo = sesion.canal.Dejado();
+    } else if (lectura.certificados.empty()) {
         sesion.NotaFallo();
-        return fallo(sesion.nota + (sesion.nota.empty() ? "" : " ") + "(perfil " + Modelo(perfil) + ", " +
-                     std::to_string(sesion.tarjeta.apdus) + " APDUs)");
+        lectura.fallo = sesion.Fallo(Motivo::TarjetaIlegible, sesion.nota + (sesion.nota.empty() ? "" : " ") +
+                                                                  "(perfil " + Modelo(perfil) + ", " +
+                                                                  std::to_string(sesion.tarjeta.apdus) + " APDUs)");
+    } else {
+        lectura.resumen = Resumen(perfil, sesion, lectura.certificados.size());
     }
-    estado = Resumen(perfil, sesion, lista.size());
-    return lista;
+}
+
+Lectura LeerTarjeta(const std::string& lector, Control& control) {
+    Lectura lectura;
+    lectura.lector = lector;
+    control.Pasar(Etapa::Lector);
+    Sesion sesion(control);
+    if (!sesion.ElegirLector(lectura.lector, lectura.fallo)) return lectura;
+    if (!sesion.Conectar(lectura.lector, lectura.fallo)) return lectura;
+    control.Pasar(Etapa::Tarjeta);
+    const Perfil perfil = sesion.Identificar();
+    if (perfil != Perfil::Ninguno) {
+        LeerFicheros(sesion, perfil, lectura);
+    } else {
+        lectura.fallo = sesion.Fallo(Motivo::TarjetaAjena,
+                                     "Tarjeta no identificada como DNIe (revise que este bien insertada/tapada)." +
+                                         (sesion.nota.empty() ? "" : " " + sesion.nota));
+    }
+    return lectura;
 }
 
 }  // namespace Lx::Dnie

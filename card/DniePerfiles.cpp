@@ -29,11 +29,15 @@ const std::vector<Regla>& Reglas(bool sinContacto) {
 }
 
 const Receta& RecetaDe(Perfil perfil, bool sinContacto) {
-    static const std::vector<Fichero> kV1 = {{kFirma, kFidSignV1}, {kAutenticacion, kFidAuthV1}, {kCifrado, kFidEncV1}};
-    static const std::vector<Fichero> kV2 = {{kFirma, kFidSignV2}, {kAutenticacion, kFidAuthV2}, {kCifrado, kFidEncV2}};
+    static const std::vector<Fichero> kV1 = {
+        {kFirma, kFidSignV1, true}, {kAutenticacion, kFidAuthV1, false}, {kCifrado, kFidEncV1, false}};
+    static const std::vector<Fichero> kV2 = {
+        {kFirma, kFidSignV2, true}, {kAutenticacion, kFidAuthV2, false}, {kCifrado, kFidEncV2, false}};
     // Some cards keep the signature certificate where version 2.0 had it.
-    static const std::vector<Fichero> kV3 = {
-        {kFirma, kFidSignV3}, {kAutenticacion, kFidAuthV2}, {kCifrado, kFidEncV2}, {kFirma, kFidSignV2}};
+    static const std::vector<Fichero> kV3 = {{kFirma, kFidSignV3, true},
+                                             {kAutenticacion, kFidAuthV2, false},
+                                             {kCifrado, kFidEncV2, false},
+                                             {kFirma, kFidSignV2, true}};
     static const Receta kNfc[] = {
         {{{Apertura::Aid, kAidLegacyPki, 0x04, {0x0C}},
           {Apertura::Fid, kFidMf, 0x02, {0x0C, 0x04}},

@@ -68,6 +68,7 @@ struct Apertura {
 struct Fichero {
     const char* etiqueta;
     Cadena fid;
+    bool deFirma;  // holds the certificate whose key signs documents
 };
 
 // How the certificates of one version are read through one kind of reader.

@@ -1,6 +1,7 @@
 #include "card/DnieSesion.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "card/DnieTextos.h"
 #include "card/LxPcsc.h"
@@ -19,21 +20,41 @@ bool CumpleAtr(const Regla& regla, const Bytes& atr) {
 
 }  // namespace
 
-bool Sesion::Rendirse(long code, std::string frase, std::string& error) {
+bool Sesion::Rendirse(long code, bool deContexto, Aviso& fallo) {
     codigo = code;
-    error = std::move(frase);
-    Cerrar();
+    fallo =
+        Fallo(deContexto && Pcsc::MotivoDe(code) == Motivo::TarjetaMuda ? Motivo::SinServicio : Pcsc::MotivoDe(code),
+              deContexto ? Pcsc::ExplicarContexto(code) : Pcsc::ExplicarConexion(code));
+    canal.Cerrar();
     return false;
 }
 
-bool Sesion::Conectar(const std::string& lector, std::string& error) {
-    long code = Pcsc::EstablecerContexto(2, contexto_);
-    if (code != 0) return Rendirse(code, Pcsc::ExplicarContexto(code), error);
-    code = Pcsc::Conectar(contexto_, lector, tarjeta.card, tarjeta.protocol);
-    if (code != 0) return Rendirse(code, Pcsc::ExplicarConexion(code), error);
-    unsigned protocolo = 0;
-    code = Pcsc::Estado(tarjeta.card, atrHex, protocolo);
-    if (code != 0) return Rendirse(code, Pcsc::ExplicarConexion(code), error);
+bool Sesion::ListarLectores(std::vector<std::string>& lectores, Aviso& fallo) {
+    lectores.clear();
+    const long code = canal.ListarLectores(lectores);
+    // Having no reader is a code for one service and an empty list for another.
+    if (code != 0 && (canal.Dejado() || !canal.ConContexto())) return Rendirse(code, true, fallo);
+    if (!lectores.empty()) return true;
+    fallo = {Motivo::SinLector, "No hay lectores de tarjetas conectados."};
+    return false;
+}
+
+bool Sesion::ElegirLector(std::string& lector, Aviso& fallo) {
+    if (!lector.empty()) return true;
+    std::vector<std::string> lectores;
+    if (!ListarLectores(lectores, fallo)) return false;
+    lector = lectores[static_cast<size_t>(Pcsc::PriorizarLector(lectores))];
+    return true;
+}
+
+bool Sesion::Conectar(const std::string& lector, Aviso& fallo) {
+    bool deContexto = false;
+    const long code = canal.Conectar(lector, deContexto);
+    if (code != 0) return Rendirse(code, deContexto, fallo);
+    atrHex = canal.Atr();
+    tarjeta.protocol = canal.Protocolo();
+    tarjeta.card = canal.Tarjeta();
+    tarjeta.via = [this](const Bytes& apdu, Bytes& respuesta) { return canal.Transmitir(apdu, respuesta); };
     sinContacto = Pcsc::DetectarTipo(lector) == 1;
     return true;
 }
@@ -66,11 +87,13 @@ void Sesion::NotaFallo() {
     if (nota.empty()) nota = ExplicarLectura(tarjeta.sw);
 }
 
-void Sesion::Cerrar() {
-    Pcsc::Desconectar(tarjeta.card);
-    Pcsc::LiberarContexto(contexto_);
-    tarjeta.card = 0;
-    contexto_ = 0;
+Aviso Sesion::Fallo(Motivo motivo, std::string frase) const {
+    if (canal.Dejado()) return canal.Dejado();
+    const long perdida = canal.Perdida();
+    if (perdida == 0) return {motivo, std::move(frase)};
+    // A signature that has lost its card isn't tried again with whatever stands in the reader now.
+    const bool retirada = canal.estricto || Pcsc::EsCodigo(perdida, Pcsc::kRetirada);
+    return {retirada ? Motivo::TarjetaRetirada : Pcsc::MotivoDe(perdida), std::move(frase)};
 }
 
 }  // namespace Lx::Dnie

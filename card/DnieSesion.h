@@ -1,31 +1,39 @@
-// One connection to the card in a reader.
+// One connection to the card in a reader, one transaction long.
 #pragma once
 
 #include <string>
 
+#include "card/Canal.h"
 #include "card/DniePerfiles.h"
 #include "card/LxIso7816.h"
+#include "crypto/LxControl.h"
+#include "crypto/LxMotivo.h"
 
 namespace Lx::Dnie {
 
-// Disconnects the card and releases the context when it goes.
+// Gives everything back when it goes.
 class Sesion {
   public:
-    Sesion() = default;
-    ~Sesion() { Cerrar(); }
+    explicit Sesion(Control& control) : canal(control) {}
     Sesion(const Sesion&) = delete;
     Sesion& operator=(const Sesion&) = delete;
 
-    // Context, card and answer to reset. On false `error` says why and nothing stays open.
-    [[nodiscard]] bool Conectar(const std::string& lector, std::string& error);
+    // All readers, none being a failure. On false `fallo` says why.
+    [[nodiscard]] bool ListarLectores(std::vector<std::string>& lectores, Aviso& fallo);
+    // An empty name becomes that of the reader to prefer.
+    [[nodiscard]] bool ElegirLector(std::string& lector, Aviso& fallo);
+    // Context, card, transaction and answer to reset.
+    [[nodiscard]] bool Conectar(const std::string& lector, Aviso& fallo);
     // The version of the card; the reader's name decides how it is found out.
     [[nodiscard]] Perfil Identificar();
     // The selections in order. False at the first obligatory one that fails; its status word is the card's.
     [[nodiscard]] bool Abrir(const std::vector<Apertura>& apertura);
     // Keeps the first explanation of a failure of the card, from its last status word.
     void NotaFallo();
-    void Cerrar();
+    // A failure as it is to be told: when the job has left the card, or the card the job, that is the reason.
+    [[nodiscard]] Aviso Fallo(Motivo motivo, std::string frase) const;
 
+    Pcsc::Canal canal;
     Iso7816::CCard tarjeta;
     std::string atrHex;
     std::string nota;
@@ -33,8 +41,7 @@ class Sesion {
     bool sinContacto = false;
 
   private:
-    bool Rendirse(long code, std::string frase, std::string& error);
-    unsigned long contexto_ = 0;
+    [[nodiscard]] bool Rendirse(long code, bool deContexto, Aviso& fallo);
 };
 
 }  // namespace Lx::Dnie

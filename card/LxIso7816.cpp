@@ -1,5 +1,7 @@
 #include "card/LxIso7816.h"
 
+#include <string.h>
+
 #include <algorithm>
 #include <cstddef>
 
@@ -95,7 +97,8 @@ bool CCard::Enviar(const Bytes& apdu, Bytes& data, int& estado) {
     if (apdus >= kMaxApdus) return false;
     ++apdus;
     Bytes respuesta;
-    if (Pcsc::Transmitir(card, protocol, apdu, respuesta) != 0 || respuesta.size() < 2) return false;
+    const long code = via ? via(apdu, respuesta) : Pcsc::Transmitir(card, protocol, apdu, respuesta);
+    if (code != 0 || respuesta.size() < 2) return false;
     estado = respuesta[respuesta.size() - 2] << 8 | respuesta.back();
     respuesta.resize(respuesta.size() - 2);
     data = std::move(respuesta);
@@ -148,7 +151,12 @@ Bytes CCard::ConsultarPin(int ref) {
 }
 
 Bytes CCard::VerifyPin(const std::string& pin, int ref) {
-    return Tx(CmdWithData(0x00, 0x20, 0x00, ref, Bytes(pin.begin(), pin.end()), 0x00, false));
+    Bytes digitos(pin.begin(), pin.end());
+    Bytes apdu = CmdWithData(0x00, 0x20, 0x00, ref, digitos, 0x00, false);
+    Bytes respuesta = Tx(apdu);
+    explicit_bzero(digitos.data(), digitos.size());
+    explicit_bzero(apdu.data(), apdu.size());
+    return respuesta;
 }
 
 Bytes CCard::MseAt(const Bytes& data) {

@@ -1,6 +1,7 @@
 // Short commands of ISO/IEC 7816-4 over Lx::Pcsc, with the transport status words 61xx and 6Cxx answered here.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -25,6 +26,8 @@ struct CCard {
     unsigned protocol = 0;   // as Lx::Pcsc::Conectar gave it
     int sw = kSwSinRespuesta;
     int apdus = 0;  // sent so far
+    // How a command is sent and answered; empty: by Lx::Pcsc::Transmitir. A code, 0 when `respuesta` holds the answer.
+    std::function<long(const Bytes& apdu, Bytes& respuesta)> via{};
 
     // Response data without the status word. 6Cxx is answered by one resend, and only when the command carries an Le:
     // in any other command the last byte is data, perhaps a digit of the PIN. 61xx is followed up to eight times.

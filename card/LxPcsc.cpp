@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <iterator>
 
 #include "certstore/sistema/LxPlataforma.h"
 #include "crypto/LxApi.h"
@@ -35,6 +36,26 @@ struct Cabecera {  // SCARD_IO_REQUEST
 };
 static_assert(sizeof(Cabecera) == 2 * sizeof(Palabra));
 
+// SCARD_READERSTATE, without padding on macOS.
+#if defined(__APPLE__)
+#pragma pack(push, 1)
+#endif
+struct EstadoLector {
+    const char* nombre;
+    void* suyo;
+    Palabra conocido;
+    Palabra actual;
+    Palabra longitudAtr;
+    unsigned char atr[33];
+};
+#if defined(__APPLE__)
+#pragma pack(pop)
+#endif
+
+constexpr Palabra kPresente = 0x20;        // SCARD_STATE_PRESENT
+constexpr Palabra kTomado = 0x100 | 0x80;  // SCARD_STATE_INUSE, SCARD_STATE_EXCLUSIVE
+constexpr unsigned kSinCambios = 0x8010000A;
+constexpr Palabra kReiniciarTarjeta = 1;   // SCARD_RESET_CARD
 constexpr Palabra kCompartido = 2;         // SCARD_SHARE_SHARED
 constexpr Palabra kProtocolos = 3;         // SCARD_PROTOCOL_T0 | SCARD_PROTOCOL_T1
 constexpr Palabra kDejarTarjeta = 0;       // SCARD_LEAVE_CARD
@@ -46,7 +67,6 @@ constexpr size_t kMaxMulticadena = 65536;  // no service has more readers than f
 struct Modulo {
     void* asa = nullptr;
     std::string nota;
-    bool hecho = false;
     Largo (*establecer)(Palabra, const void*, const void*, Asa*) = nullptr;
     Largo (*liberar)(Asa) = nullptr;
     Largo (*listar)(Asa, const char*, char*, Palabra*) = nullptr;
@@ -55,6 +75,11 @@ struct Modulo {
     // The headers are Cabecera: pointers without a type, so that either side may name its own.
     Largo (*transmitir)(Asa, const void*, const unsigned char*, Palabra, void*, unsigned char*, Palabra*) = nullptr;
     Largo (*estado)(Asa, char*, Palabra*, Palabra*, Palabra*, unsigned char*, Palabra*) = nullptr;
+    // These may be missing.
+    Largo (*empezar)(Asa) = nullptr;
+    Largo (*terminar)(Asa, Palabra) = nullptr;
+    Largo (*reconectar)(Asa, Palabra, Palabra, Palabra, Palabra*) = nullptr;
+    Largo (*cambios)(Asa, Palabra, EstadoLector*, Palabra) = nullptr;
 };
 
 template <typename F>
@@ -83,19 +108,57 @@ void Cargar(Modulo& m) {
     if (std::find(std::begin(todas), std::end(todas), false) != std::end(todas)) {
         m.nota = "El modulo PC/SC no exporta las funciones esperadas.";
     }
+    Resolver(m.asa, "SCardBeginTransaction", m.empezar);
+    Resolver(m.asa, "SCardEndTransaction", m.terminar);
+    Resolver(m.asa, "SCardReconnect", m.reconectar);
+    Resolver(m.asa, "SCardGetStatusChange", m.cambios);
 }
 
-Modulo& ElModulo() {
-    static Modulo modulo;
-    if (!modulo.hecho) {
-        modulo.hecho = true;
-        Cargar(modulo);
-    }
-    return modulo;
+// Never destroyed: at the program's end a thread may still wait inside the service.
+const Modulo& ElModulo() {
+    static const Modulo* const modulo = [] {
+        auto* m = new Modulo;
+        Cargar(*m);
+        return m;
+    }();
+    return *modulo;
 }
 
 long Normal(Largo code) {
     return Codigo(static_cast<unsigned long>(code));
+}
+
+constexpr const char* kSinTarjeta = "No hay tarjeta en el lector. Acerque el DNIe y pulse Actualizar.";
+constexpr const char* kApagada =
+    "El lector no detecta la tarjeta (apagada/muda). Reinserte el DNIe bien en la ranura y pulse Actualizar.";
+
+// What a code says of the service itself, and of a connection where that is another sentence.
+struct Fila {
+    unsigned code;
+    Motivo motivo;
+    const char* contexto;
+    const char* conexion;
+};
+constexpr Fila kCodigos[] = {
+    {0x80100009, Motivo::LectorDesconocido, "Lector no disponible.", nullptr},
+    {0x8010000B, Motivo::LectorOcupado, nullptr, "Lector ocupado por otra aplicacion."},
+    {0x8010000C, Motivo::SinTarjeta, nullptr, kSinTarjeta},
+    {0x80100017, Motivo::LectorDesconocido, nullptr, nullptr},
+    {0x8010001A, Motivo::TarjetaMuda, nullptr,
+     "El lector no completo la operacion con la tarjeta. Reinsertela y pulse Actualizar."},
+    {kSinServicio, Motivo::SinServicio, nullptr, nullptr},
+    {0x8010001E, Motivo::SinServicio, "Servicio PC/SC detenido.", nullptr},
+    {0x8010002E, Motivo::SinLector, nullptr, nullptr},
+    {0x80100066, Motivo::TarjetaMuda, nullptr, kApagada},
+    {0x80100067, Motivo::TarjetaMuda, nullptr, kApagada},
+    {kReiniciada, Motivo::TarjetaRetirada, nullptr, nullptr},
+    {kRetirada, Motivo::SinTarjeta, nullptr, kSinTarjeta},
+};
+
+const Fila* FilaDe(long code) {
+    const auto* fila = std::find_if(std::begin(kCodigos), std::end(kCodigos),
+                                    [code](const Fila& f) { return EsCodigo(code, f.code); });
+    return fila == std::end(kCodigos) ? nullptr : fila;
 }
 
 bool Contiene(const std::string& texto, const char* palabra) {
@@ -217,6 +280,46 @@ long Transmitir(unsigned long card, unsigned protocol, const std::vector<unsigne
     return 0;
 }
 
+long EmpezarTransaccion(unsigned long card) {
+    const Modulo& m = ElModulo();
+    return m.empezar == nullptr || m.terminar == nullptr ? 0 : Normal(m.empezar(static_cast<Asa>(card)));
+}
+
+long TerminarTransaccion(unsigned long card, bool reiniciar) {
+    const Modulo& m = ElModulo();
+    if (m.empezar == nullptr || m.terminar == nullptr) return 0;
+    return Normal(m.terminar(static_cast<Asa>(card), reiniciar ? kReiniciarTarjeta : kDejarTarjeta));
+}
+
+long Reconectar(unsigned long card, unsigned& protocol) {
+    const Modulo& m = ElModulo();
+    if (m.reconectar == nullptr) return Codigo(kSinServicio);
+    Palabra activo = 0;
+    const long code = Normal(m.reconectar(static_cast<Asa>(card), kCompartido, kProtocolos, kDejarTarjeta, &activo));
+    if (code == 0) protocol = static_cast<unsigned>(activo);
+    return code;
+}
+
+long EsperarCambios(unsigned long ctx, std::vector<LectorVisto>& lectores, unsigned ms) {
+    const Modulo& m = ElModulo();
+    if (m.cambios == nullptr) return Codigo(kSinServicio);
+    std::vector<EstadoLector> estados;
+    for (const LectorVisto& l : lectores) {
+        estados.push_back({l.nombre.c_str(), nullptr, static_cast<Palabra>(l.visto), 0, 0, {}});
+    }
+    const long code =
+        Normal(m.cambios(static_cast<Asa>(ctx), ms, estados.data(), static_cast<Palabra>(estados.size())));
+    if (code != 0) return EsCodigo(code, kSinCambios) ? 0 : code;
+    for (size_t i = 0; i < lectores.size(); ++i) {
+        const Palabra actual = estados[i].actual;
+        lectores[i].visto = actual & ~Palabra{2};  // SCARD_STATE_CHANGED
+        lectores[i].presente = (actual & kPresente) != 0;
+        lectores[i].enUso = (actual & kTomado) != 0;
+        lectores[i].veces = static_cast<unsigned>(actual >> 16 & 0xFFFF);
+    }
+    return 0;
+}
+
 int DetectarTipo(const std::string& readerName) {
     // "contactless" holds "contact", and "picc" holds "icc": the contactless words come first.
     static constexpr const char* kSinContacto[] = {"contactless", "nfc",      "picc",
@@ -243,8 +346,8 @@ int PriorizarLector(const std::vector<std::string>& readers) {
 }
 
 std::string ExplicarContexto(long code) {
-    if (EsCodigo(code, 0x80100009)) return "Lector no disponible.";
-    if (EsCodigo(code, 0x8010001E)) return "Servicio PC/SC detenido.";
+    const Fila* fila = FilaDe(code);
+    if (fila != nullptr && fila->contexto != nullptr) return fila->contexto;
     if (EsCodigo(code, kSinServicio)) {
         if (Disponible()) return "Servicio PC/SC no disponible (servicio 'Smart Card' detenido).";
         const std::string nota = NotaModulo();
@@ -256,23 +359,13 @@ std::string ExplicarContexto(long code) {
 }
 
 std::string ExplicarConexion(long code) {
-    static constexpr struct {
-        unsigned code;
-        const char* texto;
-    } kTextos[] = {
-        {0x8010000B, "Lector ocupado por otra aplicacion."},
-        {0x8010000C, "No hay tarjeta en el lector. Acerque el DNIe y pulse Actualizar."},
-        {0x80100069, "No hay tarjeta en el lector. Acerque el DNIe y pulse Actualizar."},
-        {0x8010001A, "El lector no completo la operacion con la tarjeta. Reinsertela y pulse Actualizar."},
-        {0x80100066,
-         "El lector no detecta la tarjeta (apagada/muda). Reinserte el DNIe bien en la ranura y pulse Actualizar."},
-        {0x80100067,
-         "El lector no detecta la tarjeta (apagada/muda). Reinserte el DNIe bien en la ranura y pulse Actualizar."},
-    };
-    for (const auto& fila : kTextos) {
-        if (EsCodigo(code, fila.code)) return fila.texto;
-    }
-    return ExplicarContexto(code);
+    const Fila* fila = FilaDe(code);
+    return fila != nullptr && fila->conexion != nullptr ? fila->conexion : ExplicarContexto(code);
+}
+
+Motivo MotivoDe(long code) {
+    const Fila* fila = FilaDe(code);
+    return fila != nullptr ? fila->motivo : Motivo::TarjetaMuda;
 }
 
 }  // namespace Lx::Pcsc

@@ -1,11 +1,14 @@
 // Access to the card service (PC/SC, ICC resource manager). The library is opened at run time on first use
 // and never closed, so that a machine without it only loses the card. Codes are the service's own, normalised to the
-// signed 32-bit value whatever the width of the platform's LONG; 0 is success. For one thread.
+// signed 32-bit value whatever the width of the platform's LONG; 0 is success. A call may wait for as long as another
+// program or the card pleases: jobs make theirs through Pcsc::Canal.
 #pragma once
 
 #include <cstddef>
 #include <string>
 #include <vector>
+
+#include "crypto/LxMotivo.h"
 
 namespace Lx::Pcsc {
 
@@ -19,6 +22,8 @@ namespace Lx::Pcsc {
 }
 
 inline constexpr unsigned kSinServicio = 0x8010001D;  // also: no library, or a function missing from it
+inline constexpr unsigned kReiniciada = 0x80100068;   // another program has reset the card meanwhile
+inline constexpr unsigned kRetirada = 0x80100069;     // the card has left meanwhile
 
 // The library is open and has every function that is needed.
 [[nodiscard]] bool Disponible();
@@ -45,6 +50,26 @@ long Desconectar(unsigned long card);
 [[nodiscard]] long Transmitir(unsigned long card, unsigned protocol, const std::vector<unsigned char>& apdu,
                               std::vector<unsigned char>& response);
 
+// --- What not every library has. Without it transactions are empty ones, and a wait is refused with kSinServicio.
+
+// From here on nobody else reaches the card; waits for whoever holds it. kReiniciada wants a Reconectar first.
+[[nodiscard]] long EmpezarTransaccion(unsigned long card);
+long TerminarTransaccion(unsigned long card, bool reiniciar);
+// The same handle again, shared, the card as it is.
+[[nodiscard]] long Reconectar(unsigned long card, unsigned& protocol);
+
+struct LectorVisto {
+    std::string nombre;
+    unsigned long visto = 0;  // the service's word for how it stood; 0 at first
+    bool presente = false;    // holds a card
+    bool enUso = false;       // somebody is connected to that card
+    unsigned veces = 0;       // how often a card has come or gone, where the service counts it
+};
+// The pseudo reader that changes when readers come or go.
+inline constexpr const char* kLectoresNuevos = "\\\\?PnP?\\Notification";
+// Until one of them stands otherwise than it was seen, `ms` at most; a time that ran out is a success too.
+[[nodiscard]] long EsperarCambios(unsigned long ctx, std::vector<LectorVisto>& lectores, unsigned ms);
+
 // By words in the name: 1 contactless, 2 contact, 0 unknown.
 [[nodiscard]] int DetectarTipo(const std::string& readerName);
 // Index of the reader to prefer: contact, then unknown, then contactless; -1 for an empty list.
@@ -53,5 +78,7 @@ long Desconectar(unsigned long card);
 // One sentence for the user.
 [[nodiscard]] std::string ExplicarContexto(long code);
 [[nodiscard]] std::string ExplicarConexion(long code);
+// The reason that goes with either sentence.
+[[nodiscard]] Motivo MotivoDe(long code);
 
 }  // namespace Lx::Pcsc

@@ -1,58 +1,77 @@
 #include <algorithm>
 #include <iterator>
-#include <set>
+#include <map>
+#include <utility>
 
+#include "card/LxTarjeta.h"
 #include "certstore/LxCertStore.h"
 #include "certstore/Pkcs12.h"
-#include "certstore/Tarjeta.h"
 
 namespace Lx::CertStore {
 
 namespace {
 
-[[nodiscard]] std::string LectorElegido(const Contexto& ctx) {
-    const std::vector<std::string> lectores = Tarjeta::ListarLectores();
-    if (!ctx.lector.empty() || lectores.empty()) return ctx.lector;
-    const int indice = Tarjeta::PriorizarLector(lectores);
-    if (indice < 0 || static_cast<size_t>(indice) >= lectores.size()) return {};
-    return lectores[static_cast<size_t>(indice)];
-}
-
-[[nodiscard]] std::string ListarTarjeta(const Contexto& ctx, std::vector<Entrada>& lista) {
-    const std::string lector = LectorElegido(ctx);
-    if (lector.empty()) return "DNIe: sin lector";
-    std::string error;
-    const std::vector<X509::Certificado> certificados = Tarjeta::LeerCertificados(lector, error);
-    size_t cuantos = 0;
-    for (const X509::Certificado& cert : certificados) {
-        if (cert.isCA) continue;
-        const std::string& nombre = cert.subjectCN.empty() ? cert.subjectDN : cert.subjectCN;
-        lista.push_back({Origen::Dnie, "DNIe · " + (nombre.empty() ? "(sin nombre)" : nombre), lector, cert, true});
-        ++cuantos;
+[[nodiscard]] FuenteListada ListarTarjeta(const Contexto& ctx, std::vector<Entrada>& lista, Control& control) {
+    Dnie::Lectura lectura = Dnie::LeerTarjeta(ctx.lector, control);
+    FuenteListada f;
+    f.origen = Origen::Dnie;
+    f.quien = lectura.lector;
+    f.firmaPerdida = lectura.firmaPerdida;
+    f.fallo = std::move(lectura.fallo);
+    f.texto = "DNIe: sin lector";
+    if (lectura.lector.empty()) return f;
+    for (Dnie::CertificadoDnie& leido : lectura.certificados) {
+        if (leido.cert.isCA) continue;
+        const std::string& nombre = leido.cert.subjectCN.empty() ? leido.cert.subjectDN : leido.cert.subjectCN;
+        lista.push_back({Origen::Dnie, "DNIe · " + (nombre.empty() ? "(sin nombre)" : nombre), lectura.lector,
+                         std::move(leido.cert), true, std::move(leido.etiqueta), leido.deFirma});
+        ++f.cuantos;
     }
-    std::string texto = "DNIe: " + (cuantos == 0 ? "ninguno" : std::to_string(cuantos) + " de firma");
-    if (certificados.empty() && !error.empty()) texto += " (" + error + ")";
-    return texto;
+    f.texto = "DNIe: " + (f.cuantos == 0 ? "ninguno" : std::to_string(f.cuantos) + " de firma");
+    if (lectura.certificados.empty() && !f.fallo.frase.empty()) f.texto += " (" + f.fallo.frase + ")";
+    return f;
 }
 
-[[nodiscard]] std::string ListarAlmacen(std::vector<Entrada>& lista) {
+[[nodiscard]] FuenteListada ListarAlmacen(std::vector<Entrada>& lista, Control& control) {
     const size_t antes = lista.size();
-    std::string texto;
-    ListarSistema(lista, texto);
-    const size_t cuantos = lista.size() - antes;
-    if (cuantos != 0)
-        texto = std::to_string(cuantos) + " certificado(s)";
-    else if (texto.empty())
-        texto = "vacío";
-    return std::string(" | ") + NombreOrigen(Origen::Sistema) + ": " + texto;
+    ListadoSistema listado = LeerSistema(lista, control);
+    FuenteListada f;
+    f.origen = Origen::Sistema;
+    f.cuantos = lista.size() - antes;
+    f.fallo = std::move(listado.fallo);
+    f.texto = std::string(NombreOrigen(Origen::Sistema)) + ": ";
+    if (f.cuantos != 0)
+        f.texto += std::to_string(f.cuantos) + " certificado(s)";
+    else
+        f.texto += listado.texto.empty() ? "vacío" : listado.texto;
+    return f;
+}
+
+// What an earlier list had from the other sources.
+void TomarDelAnterior(const Listado& anterior, Listado& l) {
+    for (const Entrada& e : anterior.entradas)
+        if (e.origen != Origen::Dnie) l.entradas.push_back(e);
+    for (const FuenteListada& f : anterior.fuentes)
+        if (f.origen != Origen::Dnie) l.fuentes.push_back(f);
 }
 
 // The card's certificates always stay, even beside the same one in another source: only they can sign by the card.
 void QuitarRepetidos(std::vector<Entrada>& lista) {
-    std::set<std::string> vistos;
-    std::erase_if(lista, [&vistos](const Entrada& e) {
-        return e.origen != Origen::Dnie && !vistos.insert(e.cert.issuerDN + "|" + e.cert.serial).second;
-    });
+    std::map<std::string, size_t> vistos;
+    std::vector<Entrada> quedan;
+    for (Entrada& e : lista) {
+        if (e.origen != Origen::Dnie) {
+            const auto [visto, nuevo] = vistos.emplace(e.cert.issuerDN + "|" + e.cert.serial, quedan.size());
+            if (!nuevo) {
+                Entrada& primera = quedan[visto->second];
+                if (e.origen == Origen::Pkcs12 && e.conClave && e.cert.der == primera.cert.der)
+                    primera.enFichero = primera.origen != Origen::Pkcs12;
+                continue;
+            }
+        }
+        quedan.push_back(std::move(e));
+    }
+    lista = std::move(quedan);
 }
 
 // The clock is asked once per certificate: one that expires meanwhile can't upset the order.
@@ -64,14 +83,32 @@ void Ordenar(std::vector<Entrada>& lista) {
 
 }  // namespace
 
+const FuenteListada* Listado::De(Origen origen) const {
+    const auto i =
+        std::find_if(fuentes.begin(), fuentes.end(), [origen](const FuenteListada& f) { return f.origen == origen; });
+    return i == fuentes.end() ? nullptr : &*i;
+}
+
+Listado ListarFuentes(const Contexto& ctx, Control& control, const Listado* anterior) {
+    Listado l;
+    l.fuentes.push_back(ListarTarjeta(ctx, l.entradas, control));
+    if (anterior != nullptr) {
+        TomarDelAnterior(*anterior, l);
+    } else {
+        l.fuentes.push_back(ListarAlmacen(l.entradas, control));
+        if (!ctx.rutaPkcs12.empty()) l.fuentes.push_back(ListarPkcs12(ctx, l.entradas, control));
+    }
+    for (const FuenteListada& f : l.fuentes) l.resumen += (l.resumen.empty() ? "" : " | ") + f.texto;
+    QuitarRepetidos(l.entradas);
+    Ordenar(l.entradas);
+    return l;
+}
+
 std::vector<Entrada> Listar(const Contexto& ctx, std::string& resumen) {
-    std::vector<Entrada> lista;
-    resumen = ListarTarjeta(ctx, lista);
-    resumen += ListarAlmacen(lista);
-    if (!ctx.rutaPkcs12.empty()) resumen += " | PKCS#12: " + ListarPkcs12(ctx, lista);
-    QuitarRepetidos(lista);
-    Ordenar(lista);
-    return lista;
+    Control control;
+    Listado l = ListarFuentes(ctx, control);
+    resumen = std::move(l.resumen);
+    return std::move(l.entradas);
 }
 
 }  // namespace Lx::CertStore

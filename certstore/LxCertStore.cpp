@@ -1,9 +1,11 @@
 #include "certstore/LxCertStore.h"
 
+#include <algorithm>
+#include <iterator>
 #include <utility>
 
+#include "card/LxTarjeta.h"
 #include "certstore/Pkcs12.h"
-#include "certstore/Tarjeta.h"
 #include "certstore/sistema/LxPlataforma.h"
 #include "crypto/LxApi.h"
 
@@ -23,36 +25,41 @@ constexpr struct {
     {Origen::Pkcs12, "PKCS#12"},
 };
 
-Bytes FirmarConAlmacen(const Entrada& e, const Contexto& ctx, const Bytes& datos, std::string& error) {
-    return FirmarSistema(e.cert, datos, ctx.pin, ctx.opcion != 0, error);
+[[nodiscard]] FirmaHecha Fallo(Motivo motivo, std::string frase) {
+    FirmaHecha hecha;
+    hecha.fallo = {motivo, std::move(frase)};
+    return hecha;
 }
 
-Bytes FirmarConFichero(const Entrada&, const Contexto& ctx, const Bytes& datos, std::string& error) {
-    return FirmarPkcs12(ctx, datos, error);
+FirmaHecha FirmarConAlmacen(const Entrada& e, const Contexto&, const Bytes& datos, const PreguntaClave& pregunta,
+                            Control& control) {
+    FirmaSistema f = FirmarEnSistema(e.cert, datos, pregunta, control);
+    return {std::move(f.firma), "", std::move(f.fallo), -1};
 }
 
-Bytes FirmarConTarjeta(const Entrada& e, const Contexto& ctx, const Bytes& datos, std::string& error) {
-    if (!ctx.pin.empty()) return Tarjeta::Firmar(e.lector, e.cert, datos, ctx.pin, error);
-    error = "Se necesita el PIN de firma del DNIe.";
-    return {};
+FirmaHecha FirmarConFichero(const Entrada& e, const Contexto& ctx, const Bytes& datos, const PreguntaClave&,
+                            Control& control) {
+    return FirmarPkcs12(ctx, e.cert, datos, control);
+}
+
+FirmaHecha FirmarConDnie(const Entrada& e, const Contexto& ctx, const Bytes& datos, const PreguntaClave& pregunta,
+                         Control& control) {
+    if (ctx.pin.empty()) return Fallo(Motivo::PinAusente, "Se necesita el PIN de firma del DNIe.");
+    Dnie::Firmado f = Dnie::FirmarConTarjeta(e.lector, e.cert, datos, ctx.pin, pregunta, control);
+    return {std::move(f.firma), std::move(f.nota), std::move(f.fallo), f.intentos};
 }
 
 constexpr struct {
     Origen origen;
-    Bytes (*firmar)(const Entrada&, const Contexto&, const Bytes&, std::string&);
-    const char* sinMotivo;  // when the source gives no sentence of its own
+    FirmaHecha (*firmar)(const Entrada&, const Contexto&, const Bytes&, const PreguntaClave&, Control&);
+    Motivo motivo;          // when the source gives no reason of its own
+    const char* sinMotivo;  // and no sentence
 } kFirmantes[] = {
-    {Origen::Personal, FirmarConAlmacen, "El almacén del sistema no pudo firmar."},
-    {Origen::Sistema, FirmarConAlmacen, "El almacén del sistema no pudo firmar."},
-    {Origen::Pkcs12, FirmarConFichero, "El PKCS#12 no pudo firmar."},
-    {Origen::Dnie, FirmarConTarjeta, "El DNIe no firmo."},
+    {Origen::Personal, FirmarConAlmacen, Motivo::AlmacenNoFirma, "El almacén del sistema no pudo firmar."},
+    {Origen::Sistema, FirmarConAlmacen, Motivo::AlmacenNoFirma, "El almacén del sistema no pudo firmar."},
+    {Origen::Pkcs12, FirmarConFichero, Motivo::ClaveNoFirma, "El PKCS#12 no pudo firmar."},
+    {Origen::Dnie, FirmarConDnie, Motivo::ClaveNoFirma, "El DNIe no firmo."},
 };
-
-bool Fallo(Bytes& firma, std::string& mensaje, std::string frase) {
-    firma.clear();
-    mensaje = std::move(frase);
-    return false;
-}
 
 // A key that is not RSA can't be checked here and passes.
 [[nodiscard]] bool EsDelCertificado(const X509::Certificado& cert, const Bytes& datos, const Bytes& firma) {
@@ -74,23 +81,39 @@ const char* NombreOrigen(Origen origen) {
     return "?";
 }
 
+FirmaHecha FirmarCon(const Entrada& entrada, const Contexto& ctx, const std::vector<unsigned char>& datos,
+                     const PreguntaClave& pregunta, Control& control) {
+    if (datos.empty()) return Fallo(Motivo::ClaveNoFirma, "No hay datos que firmar.");
+    if (!entrada.cert.valid || entrada.cert.der.empty())
+        return Fallo(Motivo::CertificadoInutil, "El certificado elegido no es valido.");
+    const auto* fila = std::find_if(std::begin(kFirmantes), std::end(kFirmantes),
+                                    [&entrada](const auto& f) { return f.origen == entrada.origen; });
+    if (fila == std::end(kFirmantes)) return Fallo(Motivo::CertificadoInutil, "Origen de certificado desconocido.");
+    FirmaHecha hecha = fila->firmar(entrada, ctx, datos, pregunta, control);
+    if (!hecha.firma.empty() && !EsDelCertificado(entrada.cert, datos, hecha.firma)) {
+        hecha = {};
+        hecha.fallo.motivo = Motivo::ClaveAjena;
+    }
+    if (!hecha.firma.empty()) {
+        hecha.fallo = {};
+        return hecha;
+    }
+    hecha.nota.clear();
+    if (!hecha.fallo) hecha.fallo.motivo = fila->motivo;
+    if (hecha.fallo.motivo == Motivo::ClaveAjena)
+        hecha.fallo.frase =
+            "La clave que firmo no corresponde al certificado elegido (" + NombreDe(entrada.cert) + ").";
+    if (hecha.fallo.frase.empty()) hecha.fallo.frase = fila->sinMotivo;
+    return hecha;
+}
+
 bool Firmar(const Entrada& entrada, const Contexto& ctx, const std::vector<unsigned char>& datos,
             std::vector<unsigned char>& firma, std::string& mensaje) {
-    firma.clear();
-    mensaje.clear();
-    if (datos.empty()) return Fallo(firma, mensaje, "No hay datos que firmar.");
-    if (!entrada.cert.valid || entrada.cert.der.empty())
-        return Fallo(firma, mensaje, "El certificado elegido no es valido.");
-    for (const auto& fila : kFirmantes) {
-        if (fila.origen != entrada.origen) continue;
-        std::string error;
-        firma = fila.firmar(entrada, ctx, datos, error);
-        if (firma.empty()) return Fallo(firma, mensaje, error.empty() ? fila.sinMotivo : error);
-        if (EsDelCertificado(entrada.cert, datos, firma)) return true;
-        return Fallo(firma, mensaje,
-                     "La clave que firmo no corresponde al certificado elegido (" + NombreDe(entrada.cert) + ").");
-    }
-    return Fallo(firma, mensaje, "Origen de certificado desconocido.");
+    Control control;
+    FirmaHecha hecha = FirmarCon(entrada, ctx, datos, {}, control);
+    firma = std::move(hecha.firma);
+    mensaje = std::move(hecha.fallo.frase);
+    return !firma.empty();
 }
 
 }  // namespace Lx::CertStore

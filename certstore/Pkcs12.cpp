@@ -1,101 +1,70 @@
 #include "certstore/Pkcs12.h"
 
-#include <signal.h>
-#include <sys/wait.h>
-
 #include <algorithm>
-#include <array>
-#include <atomic>
-#include <cstdio>
-#include <cstdlib>
+#include <initializer_list>
 #include <iterator>
-#include <memory>
+#include <mutex>
 #include <string_view>
 #include <utility>
 
-#include "certstore/LxTemporales.h"
+#include "certstore/ClavesPem.h"
+#include "certstore/Pkcs12Claves.h"
 #include "crypto/LxApi.h"
+#include "crypto/LxMemoria.h"
+#include "crypto/LxProceso.h"
 
 namespace Lx::CertStore {
 
 namespace {
 
-// While system() waits, this process ignores the keyboard's interrupt and only the child dies of it. The user meant the
-// program: it ends as if the signal had come here, without leaving files even where nothing handles the signal.
-void AcabarSiInterrumpido(int estado) {
-    constexpr int kDesplazamiento = 128;  // how a shell reports a command that died of a signal
-    for (const int senal : {SIGINT, SIGQUIT}) {
-        const bool directa = WIFSIGNALED(estado) && WTERMSIG(estado) == senal;
-        const bool porShell = WIFEXITED(estado) && WEXITSTATUS(estado) == kDesplazamiento + senal;
-        if (!directa && !porShell) continue;
-        QuitarTemporales();
-        raise(senal);
-    }
-}
+using Bytes = std::vector<unsigned char>;
 
-[[nodiscard]] bool Ejecutar(const std::string& orden) {
-    const int estado = std::system(orden.c_str());
-    if (estado != -1) AcabarSiInterrumpido(estado);
-    return estado == 0;
-}
-
-// Only a yes is remembered: the user may install the program while this one runs.
-[[nodiscard]] bool HayOpenssl() {
-    static std::atomic<bool> hay{false};
-    if (!hay) hay = Ejecutar("openssl version >/dev/null 2>&1");
-    return hay;
-}
-
-[[nodiscard]] std::string OrdenPkcs12(const std::string& rutaPfx, const FicheroTemporal& clave, const char* opciones) {
-    return "openssl pkcs12 -in " + Ruta2Cmd(rutaPfx) + " -passin file:" + Ruta2Cmd(clave.Ruta()) + opciones;
-}
-
-// Appends to `salida` what the command writes to its standard output. Whether it ended well.
-[[nodiscard]] bool LeerSalida(const std::string& orden, std::string& salida) {
-    FILE* tuberia = popen(orden.c_str(), "r");
-    if (tuberia == nullptr) return false;
-    std::array<char, 4096> trozo;
-    while (const size_t n = std::fread(trozo.data(), 1, trozo.size(), tuberia)) salida.append(trozo.data(), n);
-    const int estado = pclose(tuberia);
-    if (estado != -1) AcabarSiInterrumpido(estado);
-    return estado == 0;
-}
-
-// The DER of every certificate in a PEM text (RFC 7468, 5).
-[[nodiscard]] std::vector<std::string> BloquesPem(std::string_view texto) {
-    constexpr std::string_view kInicio = "-----BEGIN CERTIFICATE-----";
-    constexpr std::string_view kFin = "-----END CERTIFICATE-----";
-    std::vector<std::string> bloques;
-    for (size_t i = texto.find(kInicio); i != texto.npos; i = texto.find(kInicio, i)) {
-        i += kInicio.size();
-        const size_t fin = texto.find(kFin, i);
-        if (fin == texto.npos) break;
-        std::string der;
-        if (Api::Base64Decode(std::string(texto.substr(i, fin - i)), der)) bloques.push_back(std::move(der));
-        i = fin + kFin.size();
-    }
-    return bloques;
-}
+constexpr size_t kTopeCertificados = size_t{4} << 20;
+const std::string kRotulo = "PKCS#12: ";
+constexpr size_t kTopeFirma = size_t{64} << 10;
 
 // Files of old programs (RC2, 3DES) open only when openssl is told to load the algorithms that it has given up.
-constexpr const char* kModos[] = {"", " -legacy"};
+const std::vector<std::string> kModos[] = {{}, {"-legacy"}};
 
-// The certificates of the file, from whichever try gives some.
-[[nodiscard]] std::vector<std::string> LeerCertificados(const std::string& orden) {
-    std::vector<std::string> bloques;
-    for (const char* modo : kModos) {
-        std::string salida;
-        const bool bien = LeerSalida(orden + modo + " 2>/dev/null", salida);
-        std::vector<std::string> leidos = BloquesPem(salida);
-        if (!leidos.empty()) bloques = std::move(leidos);
-        if (bien && !bloques.empty()) break;
-    }
-    return bloques;
+// A name that begins like an option, or is "-" alone, is a file all the same.
+[[nodiscard]] std::string ComoFichero(const std::string& ruta) {
+    return ruta.starts_with('-') ? "./" + ruta : ruta;
 }
 
-[[nodiscard]] bool EscribirClave(const std::string& orden) {
-    return std::any_of(std::begin(kModos), std::end(kModos),
-                       [&orden](const char* modo) { return Ejecutar(orden + modo + " >/dev/null 2>&1"); });
+[[nodiscard]] Api::Orden OrdenPkcs12(const std::string& openssl, const std::string& ruta, const FicheroMemoria& clave) {
+    Api::Orden orden(openssl);
+    orden.Palabras({"pkcs12", "-in", ComoFichero(ruta), "-passin", "file:" + orden.Fichero(clave.Valor())});
+    return orden;
+}
+
+// The certificates of the file, from whichever try gives some.
+[[nodiscard]] std::vector<Bytes> LeerCertificados(const std::string& openssl, const std::string& ruta,
+                                                  const FicheroMemoria& clave, const Control& control) {
+    std::vector<Bytes> certificados;
+    BloqueSecreto salida(kTopeCertificados);
+    for (const auto& modo : kModos) {
+        Api::Orden orden = OrdenPkcs12(openssl, ruta, clave);
+        orden.Palabras({"-nokeys", "-clcerts"});
+        orden.Palabras(modo);
+        orden.RecogerSalida(salida);
+        const bool bien = orden.Ejecutar(control) == Api::Fin::Bien;
+        std::vector<Bytes> leidos = CertificadosPem(salida.Ver());
+        salida.Vaciar();
+        if (!leidos.empty()) certificados = std::move(leidos);
+        if (bien && !certificados.empty()) break;
+    }
+    return certificados;
+}
+
+[[nodiscard]] bool ExtraerClaves(const std::string& openssl, const std::string& ruta, const FicheroMemoria& clave,
+                                 BloqueSecreto& pem, const Control& control) {
+    return std::any_of(std::begin(kModos), std::end(kModos), [&](const auto& modo) {
+        pem.Vaciar();
+        Api::Orden orden = OrdenPkcs12(openssl, ruta, clave);
+        orden.Palabras({"-nocerts", "-nodes", "-out", orden.Recoger(pem)});
+        orden.Palabras(modo);
+        return orden.Ejecutar(control) == Api::Fin::Bien;
+    });
 }
 
 [[nodiscard]] std::string NombreFichero(const std::string& ruta) {
@@ -103,101 +72,127 @@ constexpr const char* kModos[] = {"", " -legacy"};
     return barra == ruta.npos ? ruta : ruta.substr(barra + 1);
 }
 
-// Whole content of a file, empty when it can't be read.
-[[nodiscard]] std::vector<unsigned char> LeerFichero(const std::string& ruta) {
-    std::vector<unsigned char> datos;
-    const std::unique_ptr<FILE, int (*)(FILE*)> f(std::fopen(ruta.c_str(), "rb"), std::fclose);
-    if (!f || std::fseek(f.get(), 0, SEEK_END) != 0) return datos;
-    const long tamano = std::ftell(f.get());
-    if (tamano < 1 || std::fseek(f.get(), 0, SEEK_SET) != 0) return datos;
-    datos.resize(static_cast<size_t>(tamano));
-    if (std::fread(datos.data(), 1, datos.size(), f.get()) != datos.size()) datos.clear();
-    return datos;
+// Adds those that are certificates; how many.
+[[nodiscard]] size_t Anotar(const std::vector<Bytes>& certificados, const std::vector<ClavePem>& claves,
+                            const std::string& etiqueta, std::vector<Entrada>& lista) {
+    const size_t antes = lista.size();
+    for (const Bytes& der : certificados) {
+        Entrada e;
+        if (!X509::Parsear(der, e.cert)) continue;
+        e.origen = Origen::Pkcs12;
+        e.etiqueta = etiqueta;
+        e.conClave = ClaveDe(claves, e.cert) != nullptr;
+        lista.push_back(std::move(e));
+    }
+    return lista.size() - antes;
 }
 
-bool Fallo(PfxClaves& salida, const char* frase) {
-    salida.error = frase;
-    return false;
+[[nodiscard]] Aviso Cancelada() {
+    return {Motivo::Cancelado, "operacion cancelada por el usuario."};
+}
+
+[[nodiscard]] FuenteListada SinCertificados(FuenteListada fuente, const Control& control, Aviso fallo) {
+    fuente.fallo = control.Cancelado() ? Cancelada() : std::move(fallo);
+    fuente.texto = kRotulo + fuente.fallo.frase;
+    return fuente;
+}
+
+[[nodiscard]] FirmaHecha SinFirma(const Control& control, Aviso fallo) {
+    FirmaHecha hecha;
+    hecha.fallo = control.Cancelado() ? Cancelada() : std::move(fallo);
+    return hecha;
+}
+
+// What openssl made is the answer, not how it ended.
+[[nodiscard]] FirmaHecha FirmarConClave(const std::string& openssl, std::string_view pem, const Bytes& datos,
+                                        Control& control) {
+    FicheroMemoria clave, mensaje;
+    if (!clave.Crear({pem, "\n"}) || !mensaje.Crear({{reinterpret_cast<const char*>(datos.data()), datos.size()}}))
+        return SinFirma(control, {Motivo::SinTemporal, "no se pudo escribir un temporal."});
+    if (!control.SeguirComprometido()) return SinFirma(control, Cancelada());
+    control.Pasar(Etapa::Clave);
+    BloqueSecreto firma(kTopeFirma);
+    Api::Orden orden(openssl);
+    orden.Palabras({"dgst", "-sha256", "-sign", orden.Fichero(clave.Valor()), "-out", orden.Recoger(firma),
+                    orden.Fichero(mensaje.Valor())});
+    static_cast<void>(orden.Ejecutar(control));
+    FirmaHecha hecha;
+    hecha.firma.assign(firma.Ver().begin(), firma.Ver().end());
+    if (hecha.firma.empty()) hecha.fallo = {Motivo::ClaveNoFirma, "openssl no pudo firmar con la clave del PKCS#12."};
+    return hecha;
 }
 
 }  // namespace
 
-std::string Ruta2Cmd(const std::string& ruta) {
-    std::string palabra = "'";
-    for (const char c : ruta) {
-        if (c == '\'')
-            palabra += "'\\''";
-        else
-            palabra += c;
-    }
-    return palabra + "'";
+// Only a yes is remembered: the user may install the program while this one runs.
+std::string RutaOpenssl(const Control& control) {
+    static std::mutex cerrojo;
+    static std::string recordada;
+    const std::lock_guard guarda(cerrojo);
+    if (!recordada.empty()) return recordada;
+    const std::string ruta = Api::BuscarPrograma("openssl");
+    if (ruta.empty()) return {};
+    Api::Orden version(ruta);
+    version.Palabra("version");
+    if (version.Ejecutar(control) != Api::Fin::Bien) return {};
+    recordada = ruta;
+    return ruta;
 }
 
-bool ExtraerClavePfx(const std::string& rutaPfx, const std::string& clave, PfxClaves& salida) {
-    salida = {};
-    if (!HayOpenssl()) return Fallo(salida, "no se encontro el programa 'openssl' en el PATH del sistema.");
-    FicheroTemporal ficheroClave;
-    if (!ficheroClave.Crear(".pass", {clave, "\n"}))
-        return Fallo(salida, "no se pudo crear un temporal para la contraseña.");
-    FicheroTemporal pem;
-    if (!pem.Crear(".key")) return Fallo(salida, "no se pudo escribir un temporal.");
-    const bool abierto =
-        EscribirClave(OrdenPkcs12(rutaPfx, ficheroClave, " -nocerts -nodes -out ") + Ruta2Cmd(pem.Ruta()));
-    ficheroClave.Quitar();
-    if (!abierto) return Fallo(salida, "openssl no pudo abrir el PKCS#12 (contraseña incorrecta o fichero dañado).");
-    salida.rutaClave = pem.Soltar();
-    salida.ok = true;
-    return true;
+Aviso LeerClaves(const std::string& openssl, const std::string& ruta, const std::string& clave, BloqueSecreto& pem,
+                 const Control& control) {
+    FicheroMemoria fichero;
+    if (!fichero.Crear({clave, "\n"})) return {Motivo::SinTemporal, "no se pudo crear un temporal para la contraseña."};
+    if (ExtraerClaves(openssl, ruta, fichero, pem, control)) return {};
+    return {Motivo::Pkcs12NoAbre, "openssl no pudo abrir el PKCS#12 (contraseña incorrecta o fichero dañado)."};
 }
 
-std::string ListarPkcs12(const Contexto& ctx, std::vector<Entrada>& lista) {
-    if (!Api::FileExists(ctx.rutaPkcs12)) return "no existe el fichero " + ctx.rutaPkcs12;
-    if (!HayOpenssl()) return "para leer el PKCS#12 hace falta el programa 'openssl' en el PATH.";
-    FicheroTemporal ficheroClave;
-    if (!ficheroClave.Crear(".pass", {ctx.clavePkcs12, "\n"}))
-        return "no se pudo crear un temporal para la contraseña.";
-    const std::vector<std::string> bloques =
-        LeerCertificados(OrdenPkcs12(ctx.rutaPkcs12, ficheroClave, " -nokeys -clcerts"));
-    ficheroClave.Quitar();
-    if (bloques.empty())
-        return "openssl no extrajo ningun certificado del PKCS#12 (contraseña incorrecta o fichero dañado).";
+FuenteListada ListarPkcs12(const Contexto& ctx, std::vector<Entrada>& lista, Control& control) {
+    FuenteListada f;
+    f.origen = Origen::Pkcs12;
+    f.quien = ctx.rutaPkcs12;
+    control.Pasar(Etapa::Pkcs12);
+    if (!Api::FileExists(ctx.rutaPkcs12))
+        return SinCertificados(f, control, {Motivo::Pkcs12NoExiste, "no existe el fichero " + ctx.rutaPkcs12});
+    const std::string openssl = RutaOpenssl(control);
+    if (openssl.empty())
+        return SinCertificados(
+            f, control, {Motivo::SinOpenssl, "para leer el PKCS#12 hace falta el programa 'openssl' en el PATH."});
+    FicheroMemoria clave;
+    if (!clave.Crear({ctx.clavePkcs12, "\n"}))
+        return SinCertificados(f, control, {Motivo::SinTemporal, "no se pudo crear un temporal para la contraseña."});
+    const std::vector<Bytes> certificados = LeerCertificados(openssl, ctx.rutaPkcs12, clave, control);
+    if (certificados.empty())
+        return SinCertificados(
+            f, control,
+            {Motivo::Pkcs12NoAbre,
+             "openssl no extrajo ningun certificado del PKCS#12 (contraseña incorrecta o fichero dañado)."});
 
-    PfxClaves claves;
-    const bool conClave = ExtraerClavePfx(ctx.rutaPkcs12, ctx.clavePkcs12, claves);
-    for (const std::string& der : bloques) {
-        Entrada e;
-        if (!X509::Parsear(reinterpret_cast<const unsigned char*>(der.data()), der.size(), e.cert)) continue;
-        e.origen = Origen::Pkcs12;
-        e.etiqueta = "PFX · " + NombreFichero(ctx.rutaPkcs12);
-        e.conClave = conClave;
-        lista.push_back(std::move(e));
-    }
-    std::string texto = std::to_string(bloques.size()) + " certificado(s) del PKCS#12";
-    if (!conClave) texto += " (sin clave privada: " + claves.error + ")";
-    return texto;
+    BloqueSecreto pem(kTopeClaves);
+    f.fallo = LeerClaves(openssl, ctx.rutaPkcs12, ctx.clavePkcs12, pem, control);
+    if (control.Cancelado()) return SinCertificados(f, control, {});
+    f.texto = kRotulo + std::to_string(certificados.size()) + " certificado(s) del PKCS#12";
+    if (f.fallo) f.texto += " (sin clave privada: " + f.fallo.frase + ")";
+    const std::vector<ClavePem> claves = f.fallo ? std::vector<ClavePem>() : ClavesPem(pem.Ver());
+    if (claves.empty() && !f.fallo) f.fallo = {Motivo::SinClave, "el PKCS#12 no tiene ninguna clave privada."};
+    f.cuantos = Anotar(certificados, claves, "PFX · " + NombreFichero(ctx.rutaPkcs12), lista);
+    return f;
 }
 
-std::vector<unsigned char> FirmarPkcs12(const Contexto& ctx, const std::vector<unsigned char>& datos,
-                                        std::string& error) {
-    const auto fallo = [&error](std::string frase) {
-        error = std::move(frase);
-        return std::vector<unsigned char>();
-    };
-    if (ctx.rutaPkcs12.empty()) return fallo("no hay ruta del PKCS#12.");
-    if (!HayOpenssl()) return fallo("falta el programa 'openssl' en el PATH.");
-    PfxClaves claves;
-    if (!ExtraerClavePfx(ctx.rutaPkcs12, ctx.clavePkcs12, claves)) return fallo(std::move(claves.error));
-
-    const FicheroTemporal clave(std::move(claves.rutaClave));
-    FicheroTemporal mensaje, firma;
-    if (!mensaje.Crear(".msg", {{reinterpret_cast<const char*>(datos.data()), datos.size()}}) || !firma.Crear(".sig"))
-        return fallo("no se pudo escribir un temporal.");
-    // Not the exit status but the file says whether there is a signature.
-    static_cast<void>(Ejecutar("openssl dgst -sha256 -sign " + Ruta2Cmd(clave.Ruta()) + " -out " +
-                               Ruta2Cmd(firma.Ruta()) + " " + Ruta2Cmd(mensaje.Ruta()) + " >/dev/null 2>&1"));
-    std::vector<unsigned char> bytes = LeerFichero(firma.Ruta());
-    if (bytes.empty()) return fallo("openssl no pudo firmar con la clave del PKCS#12.");
-    return bytes;
+FirmaHecha FirmarPkcs12(const Contexto& ctx, const X509::Certificado& cert, const Bytes& datos, Control& control) {
+    if (ctx.rutaPkcs12.empty()) return SinFirma(control, {Motivo::Pkcs12NoExiste, "no hay ruta del PKCS#12."});
+    control.Pasar(Etapa::Pkcs12);
+    const std::string openssl = RutaOpenssl(control);
+    if (openssl.empty()) return SinFirma(control, {Motivo::SinOpenssl, "falta el programa 'openssl' en el PATH."});
+    BloqueSecreto pem(kTopeClaves);
+    if (Aviso fallo = LeerClaves(openssl, ctx.rutaPkcs12, ctx.clavePkcs12, pem, control))
+        return SinFirma(control, std::move(fallo));
+    const std::vector<ClavePem> claves = ClavesPem(pem.Ver());
+    if (claves.empty())
+        return SinFirma(control, {Motivo::SinClave, "openssl no pudo firmar con la clave del PKCS#12."});
+    const ClavePem* clave = ClaveDe(claves, cert);
+    if (clave == nullptr) return SinFirma(control, {Motivo::ClaveAjena, ""});
+    return FirmarConClave(openssl, clave->pem, datos, control);
 }
 
 }  // namespace Lx::CertStore

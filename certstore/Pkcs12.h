@@ -1,33 +1,38 @@
-// The PKCS#12 source (RFC 7292), through the openssl program run by the shell. Secrets reach it in temporary files of
-// mode 0600, never on a command line.
+// The PKCS#12 source (RFC 7292), through the openssl program. Passwords and keys go to it and come from it in memory;
+// only the functions for callers that want files touch the file system.
 #pragma once
 
 #include <string>
 #include <vector>
 
-#include "certstore/sistema/LxSistema.h"
+#include "certstore/LxCertStore.h"
 
 namespace Lx::CertStore {
 
+// Appends one entry per certificate of the user's PKCS#12 file. The file's keys are looked at and forgotten.
+[[nodiscard]] FuenteListada ListarPkcs12(const Contexto& ctx, std::vector<Entrada>& lista, Lx::Control& control);
+
+// Signature with SHA-256 of `datos` by the key of the user's PKCS#12 file that belongs to the certificate. Where the
+// file has only other ones the reason is Motivo::ClaveAjena, without a sentence.
+[[nodiscard]] FirmaHecha FirmarPkcs12(const Contexto& ctx, const X509::Certificado& cert,
+                                      const std::vector<unsigned char>& datos, Lx::Control& control);
+
+// --- For callers that want files
+
 struct PfxClaves {
-    std::string rutaClave;  // PEM file with the unencrypted private key; the caller removes it
+    std::string rutaClave;  // PEM file with the unencrypted private keys, mode 0600; the caller removes it
     std::string error;      // one sentence when `ok` is false
     bool ok = false;
 };
 
+// A name that this process has not used yet, in $TEMP, $TMP, $TMPDIR or /tmp, the first that is set and not empty. It
+// makes no file: the name can be foreseen by others, so whoever opens it must insist on a new file.
+[[nodiscard]] std::string RutaTemporal(const std::string& sufijo);
+
 // The path as one word of the shell.
 [[nodiscard]] std::string Ruta2Cmd(const std::string& ruta);
 
-// Writes the file's private key to a new temporary file. A file that opens but holds no key gives an empty one.
+// Writes the file's private keys to a new temporary file. A file that opens but holds no key gives an empty one.
 [[nodiscard]] bool ExtraerClavePfx(const std::string& rutaPfx, const std::string& clave, PfxClaves& salida);
-
-// Appends one entry per certificate of the user's PKCS#12 file and returns what the summary says of this source. The
-// private key's temporary file is left behind, until the process ends: that the key can be had is all that is asked.
-[[nodiscard]] std::string ListarPkcs12(const Contexto& ctx, std::vector<Entrada>& lista);
-
-// Signature with SHA-256 of `datos` by the private key of the user's PKCS#12 file; empty, with one sentence in `error`,
-// on failure. Whose key it is remains to be checked.
-[[nodiscard]] std::vector<unsigned char> FirmarPkcs12(const Contexto& ctx, const std::vector<unsigned char>& datos,
-                                                      std::string& error);
 
 }  // namespace Lx::CertStore

@@ -5,7 +5,8 @@
 #include <iterator>
 #include <string_view>
 
-#include "cli/Texto.h"
+#include "cli/TextoTerminal.h"
+#include "firma/LxAptitud.h"
 
 namespace Cli {
 
@@ -41,6 +42,10 @@ constexpr Opcion kOpciones[] = {
     {"certificado", 0, "CUAL", kFirmar | kCrear, &A::certificado, nullptr, nullptr,
      "el certificado: su número en la lista, su número de\nserie en hexadecimal o una parte de su nombre que solo\n"
      "él tenga; por defecto, el único utilizable (con\n--pkcs12, de ese fichero; con --lector, del DNIe)"},
+    {"aunque", 0, "MOTIVO", kFirmar | kCrear, nullptr, &A::aunque, nullptr,
+     "firmar con el certificado de --certificado aunque esté\ncaducado, aun_no_valido, sea de una ca o su uso sea "
+     "otro\n"
+     "(caducado, aun_no_valido, ca, uso); puede repetirse"},
     {"sello", 0, "PAGINAS", kFirmar, &A::sello, nullptr, nullptr,
      "dónde va el sello visible: primera (por defecto),\nultima, todas, invisible o una lista como 1,3,5-8"},
     {"nombre", 0, "TEXTO", kFirmar, &A::nombre, nullptr, nullptr,
@@ -144,6 +149,13 @@ void Aplicar(const Opcion& o, const char* valor, Argumentos& a) {
     return texto.find_first_not_of("0123456789,- ") == texto.npos && texto.find_first_of("123456789") != texto.npos;
 }
 
+void ComprobarAunque(Argumentos& a) {
+    for (const std::string& nombre : a.aunque)
+        if (Lx::Firma::MotivoDeAunque(nombre) == Lx::Motivo::Ninguno)
+            Anotar(a, "--aunque \"" + nombre + "\" no vale: es caducado, aun_no_valido, ca o uso.");
+    if (!a.aunque.empty() && !a.certificado) Anotar(a, "--aunque solo vale junto a --certificado.");
+}
+
 void ComprobarFirmar(Argumentos& a) {
     const std::string sello = a.sello.value_or("primera");
     if (sello != "primera" && sello != "ultima" && sello != "todas" && sello != "invisible" && !EsLista(sello))
@@ -176,6 +188,7 @@ void Comprobar(const Orden& orden, Argumentos& a) {
     for (const auto& o : kNoVacias)
         if (a.*o.valor && (a.*o.valor)->empty())
             Anotar(a, std::string(o.nombre) + " necesita un valor que no esté vacío.");
+    ComprobarAunque(a);
     if (orden.mascara == kFirmar) ComprobarFirmar(a);
     if (orden.mascara == kCrear) ComprobarCrear(a);
 }

@@ -14,6 +14,7 @@ struct Argumentos {
     std::optional<std::string> pinDesde;
     std::optional<std::string> claveAlmacenDesde;
     std::optional<std::string> certificado;
+    std::vector<std::string> aunque;
     std::optional<std::string> sello;
     std::optional<std::string> nombre;
     std::optional<std::string> ubicacion;

@@ -11,7 +11,8 @@
 #include <iterator>
 #include <string_view>
 
-#include "cli/Texto.h"
+#include "cli/TextoTerminal.h"
+#include "crypto/LxExplicar.h"
 
 namespace Cli {
 
@@ -76,7 +77,7 @@ template <class Lector>
 void AvisarSiAbierto(int fd, const std::string& fuente) {
     struct stat st {};
     if (fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && (st.st_mode & (S_IRGRP | S_IROTH)) != 0)
-        Decir("Aviso: otros usuarios pueden leer " + fuente + "; protégelo con: chmod 600 " + fuente);
+        Decir("Aviso: otros usuarios pueden leer " + fuente + "; protégelo con: chmod 600 " + Lx::Api::Citar(fuente));
 }
 
 // --- The terminal
@@ -207,8 +208,9 @@ bool LeerClave(const NombreSecreto& que, const std::string& fuente, std::string&
     const bool entrada = fuente == "-";
     const Descriptor f(entrada ? STDIN_FILENO : open(fuente.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY));
     if (f.Fd() < 0)
-        return Fallo(clave, error,
-                     std::string("no se pudo leer ") + que.el + " de " + fuente + ": " + ExplicarErrno(errno) + ".");
+        return Fallo(
+            clave, error,
+            std::string("no se pudo leer ") + que.el + " de " + fuente + ": " + Lx::Api::ExplicarErrno(errno) + ".");
     if (!entrada) AvisarSiAbierto(f.Fd(), fuente);
     const Linea linea = LeerLinea([&f](char* c) { return LeerByte(f.Fd(), c); }, clave);
     QuitarMarcaUtf8(clave);

@@ -2,23 +2,35 @@
 
 #include <cstdio>
 
-#include "cli/Texto.h"
+#include "cli/TextoTerminal.h"
 
 namespace Cli::Json {
 
+namespace {
+
+void PonerEscape(std::string& salida, unsigned valor) {
+    char escape[8];
+    std::snprintf(escape, sizeof escape, "\\u%04x", valor);
+    salida += escape;
+}
+
+}  // namespace
+
 std::string Texto(std::string_view texto) {
+    constexpr unsigned kByteSuelto = 0xDC00;
     std::string salida = "\"";
-    for (const char c : Utf8Valido(texto)) {
-        const auto b = static_cast<unsigned char>(c);
-        if (c == '"' || c == '\\') {
-            salida += '\\';
-            salida += c;
+    for (size_t i = 0, n = 0; i < texto.size(); i += n) {
+        char32_t c = 0;
+        n = LeerUtf8(texto, i, c);
+        const auto b = static_cast<unsigned char>(texto[i]);
+        if (n == 1 && c == kSustituto) {
+            PonerEscape(salida, kByteSuelto + b);
+        } else if (b == '"' || b == '\\') {
+            salida.append("\\").append(1, texto[i]);
         } else if (b < 0x20) {
-            char escape[8];
-            std::snprintf(escape, sizeof escape, "\\u%04x", b);
-            salida += escape;
+            PonerEscape(salida, b);
         } else {
-            salida += c;
+            salida += texto.substr(i, n);
         }
     }
     return salida + "\"";

@@ -8,7 +8,8 @@
 
 namespace Cli::Json {
 
-// A string literal with its quotes. Bytes that are not UTF-8 become U+FFFD: a path need not be text.
+// A string literal with its quotes. A path need not be text: a byte 0xNN that is not UTF-8 is written \udcNN, a lone
+// surrogate, from which a reader gets the byte back.
 [[nodiscard]] std::string Texto(std::string_view texto);
 
 // An object whose members keep their order. A value is a finished JSON text.

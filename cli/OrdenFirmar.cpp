@@ -1,250 +1,160 @@
-#include <fcntl.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
-#include <new>
-#include <utility>
 
-#include "certstore/LxCertStore.h"
-#include "cli/ClaveAlmacen.h"
-#include "cli/Consejos.h"
-#include "cli/Firma.h"
-#include "cli/Identidad.h"
 #include "cli/Json.h"
 #include "cli/Ordenes.h"
 #include "cli/Progreso.h"
-#include "cli/Salida.h"
-#include "cli/Texto.h"
+#include "cli/Respuestas.h"
+#include "cli/Senales.h"
+#include "cli/TextoTerminal.h"
+#include "crypto/LxExplicar.h"
 
 namespace Cli {
 
 namespace {
 
-struct Documento {
-    std::string entrada;
-    std::string salida;
-    LxPdfSigner::Resultado r;
-};
-using Documentos = std::vector<Documento>;
+using Lx::Aviso;
+using Lx::Motivo;
+using Lx::Firma::Encargo;
+using Lx::Firma::Firmados;
+using Lx::Firma::Hecho;
+using Hechos = std::vector<Hecho>;
 
 // --- Before anything is asked of a person
 
-using Lx::Motivo;
-
-bool Fallo(Documento& d, Motivo motivo, std::string frase) {
-    d.r.motivo = motivo;
-    d.r.error = std::move(frase);
-    return false;
-}
-
-[[nodiscard]] bool Permitido(const std::string& destino, Documento& d, bool forzar) {
-    Lx::Aviso fallo;
-    return DestinoPermitido(destino, d.entrada, forzar, fallo) || Fallo(d, fallo.motivo, std::move(fallo.frase));
-}
-
-[[nodiscard]] bool SePuedeLeer(Documento& d) {
-    const int fd = open(d.entrada.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
-    if (fd < 0)
-        return Fallo(d, Motivo::NoSeLee, "no se pudo leer " + d.entrada + ". Motivo: " + ExplicarErrno(errno) + ".");
-    struct stat st {};
-    const bool normal = fstat(fd, &st) == 0 && S_ISREG(st.st_mode);
-    close(fd);
-    if (S_ISDIR(st.st_mode)) return Fallo(d, Motivo::NoSeLee, d.entrada + " es una carpeta.");
-    return normal || Fallo(d, Motivo::NoSeLee, d.entrada + " no es un fichero normal.");
-}
-
-[[nodiscard]] Documentos Preparar(const Argumentos& a) {
-    Documentos docs;
+[[nodiscard]] Hechos Preparar(const Argumentos& a) {
+    Encargo encargo;
+    encargo.salida = a.salida.value_or("");
+    encargo.reemplazar = a.forzar;
+    Hechos hechos;
     for (const std::string& ruta : a.documentos) {
-        Documento& d = docs.emplace_back();
-        d.entrada = ruta;
-        if (SePuedeLeer(d) && a.salida) static_cast<void>(Permitido(*a.salida, d, a.forzar));
+        Hecho& h = hechos.emplace_back();
+        h.entrada = ruta;
+        const Aviso fallo = Planear(ruta, encargo);
+        h.r.motivo = fallo.motivo;
+        h.r.error = fallo.frase;
     }
-    return docs;
+    return hechos;
 }
 
-[[nodiscard]] bool EsCarpeta(const std::string& ruta, std::string& error) {
+[[nodiscard]] bool Pendiente(const Hecho& h) {
+    return h.r.motivo == Motivo::Ninguno;
+}
+
+[[nodiscard]] Aviso CarpetaUtil(const std::string& ruta) {
     struct stat st {};
     const int numero = stat(ruta.c_str(), &st) == 0 ? 0 : errno;
-    if (numero == 0 && S_ISDIR(st.st_mode)) return true;
-    error = "--directorio " + ruta + ": " + (numero != 0 ? ExplicarErrno(numero) : "no es una carpeta") +
-            "; indica una carpeta que ya exista.";
-    return false;
+    if (numero == 0 && S_ISDIR(st.st_mode)) return {};
+    return {Motivo::SalidaImposible, "--directorio " + ruta + ": " +
+                                         (numero != 0 ? Lx::Api::ExplicarErrno(numero) : "no es una carpeta") +
+                                         "; indica una carpeta que ya exista."};
 }
 
-// --- One document
+// --- What is said of a document
 
-struct Trabajo {
-    const Argumentos& a;
-    Firmante& firmante;
-    LxPdfSigner::Metadatos meta;
-    LxPdfSigner::Opciones opciones;
-};
-
-[[nodiscard]] LxPdfSigner::Opciones OpcionesDe(const Argumentos& a) {
-    constexpr struct {
-        const char* sello;
-        int32_t modo;
-    } kModos[] = {{"invisible", 0}, {"primera", 1}, {"ultima", 2}, {"todas", 3}};
-    const std::string sello = a.sello.value_or("primera");
-    for (const auto& m : kModos)
-        if (sello == m.sello) return {m.modo, "", true};
-    return {4, sello, true};
-}
-
-[[nodiscard]] std::string DestinoDe(const std::string& entrada, const Argumentos& a) {
-    if (a.salida) return *a.salida;
-    if (!a.directorio) return LxPdfSigner::RutaSalida(entrada);
-    return LxPdfSigner::RutaSalida(*a.directorio + "/" + entrada.substr(entrada.rfind('/') + 1));
-}
-
-// Somebody else may take a name that this program chose: then the next one is tried.
-[[nodiscard]] bool Colocar(Salida& salida, std::string& destino, Documento& d, const Argumentos& a) {
-    constexpr int kIntentos = 20;
-    bool ocupado = false;
-    std::string error;
-    for (int i = 0; i < kIntentos; ++i) {
-        if (salida.Colocar(ocupado, error)) return true;
-        if (!ocupado || a.salida) break;
-        destino = DestinoDe(d.entrada, a);
-        salida.CambiarDestino(destino);
-    }
-    return Fallo(d, Motivo::SalidaImposible, error);
-}
-
-void FirmarDocumento(Documento& d, const Trabajo& t) {
-    std::string destino = DestinoDe(d.entrada, t.a);
-    Salida salida;
-    std::string error;
-    if (!Permitido(destino, d, t.a.forzar)) return;
-    if (!salida.Preparar(destino, t.a.forzar, error)) {
-        Fallo(d, Motivo::SalidaImposible, error);
+void Contar(const Hecho& h) {
+    if (!h.r.aviso.empty()) Decir("Aviso: " + h.entrada + ": " + h.r.aviso);
+    if (h.r.firmado) {
+        Decir("Firmado: " + h.r.salida + "  (" + std::to_string(h.r.bytes) + " bytes)" +
+              (h.r.nota.empty() ? "" : "  [" + h.r.nota + "]"));
         return;
     }
-    d.r = LxPdfSigner::Firmar(d.entrada, salida.Parcial(), t.firmante.Elegida().cert, t.firmante.Callback(), t.meta,
-                              t.opciones);
-    if (!d.r.firmado) {
-        d.r.error = ConNombreFinal(d.r.error, salida.Parcial(), destino);
-        if (d.r.error.empty()) d.r.error = "No se pudo firmar.";
-        return;
-    }
-    d.r.firmado = Colocar(salida, destino, d, t.a);
-    if (d.r.firmado) d.salida = destino;
+    Decir("No firmado: " + h.entrada + ": " + h.r.error);
+    Aconsejar(h.r.motivo);
 }
 
-void FirmarUno(Documento& d, const Trabajo& t) {
-    try {
-        FirmarDocumento(d, t);
-    } catch (const std::bad_alloc&) {
-        d.r = {};
-        Fallo(d, Motivo::Excesivo, "no hay memoria suficiente para firmar " + d.entrada + ".");
-    }
-}
-
-// --- What is said of it
-
-void Contar(const Documento& d) {
-    if (!d.r.aviso.empty()) Decir("Aviso: " + d.entrada + ": " + d.r.aviso);
-    if (d.r.firmado) {
-        Decir("Firmado: " + d.salida + "  (" + std::to_string(d.r.bytes) + " bytes)" +
-              (d.r.nota.empty() ? "" : "  [" + d.r.nota + "]"));
-        return;
-    }
-    Decir("No firmado: " + d.entrada + ": " + d.r.error);
-    if (const std::string consejo = ConsejoPara(d.r.motivo); !consejo.empty()) Decir("  Consejo: " + consejo);
-}
-
-[[nodiscard]] std::string JsonDe(const std::vector<Lx::Aviso>& avisos) {
+[[nodiscard]] std::string JsonDe(const std::vector<Aviso>& avisos) {
     std::vector<std::string> lista;
     lista.reserve(avisos.size());
-    for (const Lx::Aviso& a : avisos)
+    for (const Aviso& a : avisos)
         lista.push_back(Json::Objeto().PonerTexto("motivo", NombreDe(a.motivo)).PonerTexto("frase", a.frase).Cerrar());
     return Json::Lista(lista);
 }
 
-[[nodiscard]] std::string JsonDe(const Documentos& docs) {
+[[nodiscard]] std::string JsonDe(const Hechos& hechos) {
     std::vector<std::string> lista;
-    for (const Documento& d : docs) {
+    for (const Hecho& h : hechos) {
         Json::Objeto o;
-        o.PonerTexto("entrada", d.entrada).PonerTexto("salida", d.salida).PonerLogico("firmado", d.r.firmado);
-        o.PonerNumero("bytes", d.r.firmado ? d.r.bytes : 0).PonerTexto("nota", d.r.nota);
-        o.PonerTexto("aviso", d.r.aviso).PonerTexto("error", d.r.error);
-        o.PonerTexto("motivo", NombreDe(d.r.motivo)).Poner("avisos", std::string_view(JsonDe(d.r.avisos)));
+        o.PonerTexto("entrada", h.entrada).PonerTexto("salida", h.r.firmado ? h.r.salida : "");
+        o.PonerLogico("firmado", h.r.firmado).PonerNumero("bytes", h.r.firmado ? h.r.bytes : 0);
+        o.PonerTexto("nota", h.r.nota).PonerTexto("aviso", h.r.aviso).PonerTexto("error", h.r.error);
+        o.PonerTexto("motivo", NombreDe(h.r.motivo)).Poner("avisos", std::string_view(JsonDe(h.r.avisos)));
         lista.push_back(o.Cerrar());
     }
     return Json::Objeto().PonerNumero("version", 1).Poner("documentos", std::string_view(Json::Lista(lista))).Cerrar() +
            "\n";
 }
 
-[[nodiscard]] int Responder(const Argumentos& a, const Documentos& docs, int estado) {
-    if (a.json && !EscribirSalida(JsonDe(docs))) return kAlgoFallo;
-    return estado;
+[[nodiscard]] int Responder(const Argumentos& a, const Hechos& hechos, int estado) {
+    const bool escrito = !a.json || EscribirSalida(JsonDe(hechos));
+    AcabarPorSenal();
+    return escrito ? estado : kAlgoFallo;
 }
 
-[[nodiscard]] bool Pendiente(const Documento& d) {
-    return d.r.error.empty();
-}
-
-void FallanTodos(Documentos& docs, Motivo motivo, const std::string& error) {
-    for (Documento& d : docs)
-        if (Pendiente(d)) Fallo(d, motivo, error);
-}
-
-void FirmarTodos(Documentos& docs, const Trabajo& t) {
-    Progreso progreso(docs.size());
-    for (size_t i = 0; i < docs.size(); ++i) {
-        progreso.Mostrar(i, docs[i].entrada);
-        std::string parado;
-        if (Pendiente(docs[i]) && t.firmante.Parado(parado)) Fallo(docs[i], Motivo::ClaveNoFirma, parado);
-        if (Pendiente(docs[i])) FirmarUno(docs[i], t);
-        if (progreso.Activo() && docs[i].r.firmado && docs[i].r.aviso.empty()) continue;
-        progreso.Quitar();
-        Contar(docs[i]);
+[[nodiscard]] int FallanTodos(const Argumentos& a, Hechos& hechos, const Aviso& fallo, int estado) {
+    DecirError(fallo.frase);
+    Aconsejar(fallo.motivo);
+    for (Hecho& h : hechos) {
+        if (!Pendiente(h)) continue;
+        h.r.motivo = fallo.motivo;
+        h.r.error = fallo.frase;
     }
+    return Responder(a, hechos, estado);
 }
 
 }  // namespace
 
 std::string JsonDeFalloFirmar(const Argumentos& a, const std::string& error) {
-    Documentos docs;
+    Hechos hechos;
     for (const std::string& ruta : a.documentos) {
-        Documento& d = docs.emplace_back();
-        d.entrada = ruta;
-        d.r.error = error;
+        Hecho& h = hechos.emplace_back();
+        h.entrada = ruta;
+        h.r.motivo = Motivo::MalUso;
+        h.r.error = error;
     }
-    return JsonDe(docs);
+    return JsonDe(hechos);
 }
 
 int OrdenFirmar(const Argumentos& a) {
-    std::string error;
-    Documentos docs = Preparar(a);
-    if (std::none_of(docs.begin(), docs.end(), Pendiente)) {
-        for (const Documento& d : docs) Contar(d);
-        return Responder(a, docs, kAlgoFallo);
+    Hechos hechos = Preparar(a);
+    if (std::none_of(hechos.begin(), hechos.end(), Pendiente)) {
+        for (const Hecho& h : hechos) Contar(h);
+        return Responder(a, hechos, kAlgoFallo);
     }
-    if (a.directorio && !EsCarpeta(*a.directorio, error)) {
-        DecirError(error);
-        FallanTodos(docs, Motivo::SalidaImposible, error);
-        return Responder(a, docs, kMalUso);
+    if (a.directorio)
+        if (const Aviso fallo = CarpetaUtil(*a.directorio)) return FallanTodos(a, hechos, fallo, kMalUso);
+    Identidad identidad;
+    AbrirIdentidad(a, identidad);
+    if (identidad.fallo) return FallanTodos(a, hechos, identidad.fallo, kSinCertificado);
+
+    Progreso progreso(hechos.size());
+    bool empezado = false;
+    const auto alEmpezar = [&](size_t cual) {
+        if (!empezado) Decir("Firmando con " + Lx::Firma::NombreDe(identidad.elegida.cert) + " ...");
+        empezado = true;
+        progreso.Mostrar(cual, a.documentos[cual]);
+    };
+    const auto alAcabar = [&](size_t, const Hecho& h) {
+        if (progreso.Activo() && h.r.firmado && h.r.aviso.empty()) return;
+        progreso.Quitar();
+        Contar(h);
+    };
+    Lx::Firma::FirmarDocumentos trabajo(EncargoDe(a, identidad), PreguntasDe(a), {alEmpezar, alAcabar});
+    Correr(trabajo);
+    progreso.Quitar();
+    const Firmados& firmados = trabajo.Respuesta();
+    if (firmados.fallo) {
+        hechos = firmados.documentos;
+        return FallanTodos(a, hechos, firmados.fallo, kSinCertificado);
     }
-    Fuentes fuentes;
-    Lx::CertStore::Entrada elegida;
-    if (!AbrirIdentidad(a, fuentes, elegida, error)) {
-        DecirError(error);
-        FallanTodos(docs, Motivo::CertificadoInutil, error);
-        return Responder(a, docs, kSinCertificado);
-    }
-    Decir("Firmando con " + NombreDe(elegida.cert) + " ...");
-    const ClaveAlmacen clave(a);
-    Firmante firmante(elegida, fuentes.ctx);
-    FirmarTodos(docs, {a, firmante, MetadatosDe(a, elegida), OpcionesDe(a)});
-    if (const std::string mas = firmante.Epilogo(); !mas.empty()) Decir(mas);
-    const auto firmados = std::count_if(docs.begin(), docs.end(), [](const Documento& d) { return d.r.firmado; });
-    const auto total = static_cast<std::ptrdiff_t>(docs.size());
-    if (total > 1) Decir("Firmados " + std::to_string(firmados) + " de " + std::to_string(total) + " documentos.");
-    return Responder(a, docs, firmados == total ? kBien : kAlgoFallo);
+    DecirIntentos(firmados);
+    const auto cuantos = std::count_if(firmados.documentos.begin(), firmados.documentos.end(),
+                                       [](const Hecho& h) { return h.r.firmado; });
+    const auto total = static_cast<std::ptrdiff_t>(hechos.size());
+    if (total > 1) Decir("Firmados " + std::to_string(cuantos) + " de " + std::to_string(total) + " documentos.");
+    return Responder(a, firmados.documentos, cuantos == total ? kBien : kAlgoFallo);
 }
 
 }  // namespace Cli

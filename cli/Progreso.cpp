@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 
-#include "cli/Texto.h"
+#include "cli/TextoTerminal.h"
 
 namespace Cli {
 

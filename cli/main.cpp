@@ -3,10 +3,9 @@
 #include <new>
 #include <string_view>
 
-#include "certstore/LxTemporales.h"
 #include "cli/Argumentos.h"
 #include "cli/Ordenes.h"
-#include "cli/Texto.h"
+#include "cli/TextoTerminal.h"
 #include "crypto/LxSecreto.h"
 
 namespace {
@@ -84,9 +83,9 @@ int Despachar(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     Lx::PrepararProceso();
+    const Lx::NoVolcable cerrado;
     signal(SIGPIPE, SIG_IGN);  // a reader that left shows as a failed write
     try {
-        const Lx::CertStore::CarpetaPrivada carpeta;
         return Despachar(argc, argv);
     } catch (const std::bad_alloc&) {
         Cli::DecirError("no hay memoria suficiente.");

@@ -1,6 +1,7 @@
 #include <array>
 
 #include "crypto/LxApi.h"
+#include "crypto/LxPem.h"
 
 namespace Lx::Api {
 namespace {
@@ -43,17 +44,13 @@ void PonerHex(std::string& texto, unsigned char byte) {
     texto.push_back(kHex[byte & 0x0F]);
 }
 
-std::string SinBlancos(const std::string& texto) {
-    std::string limpio;
-    limpio.reserve(texto.size());
-    for (const char c : texto) {
-        if (c != ' ' && c != '\t' && c != '\n' && c != '\r') limpio.push_back(c);
-    }
-    return limpio;
+bool EsBlanco(char c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
 }
 
-// One group of four characters; `ultimo` allows padding.
-bool DescifrarGrupo(const char* grupo, bool ultimo, std::string& out) {
+// One group of four characters; `ultimo` allows padding. `poner` gets each byte.
+template <typename Poner>
+bool DescifrarGrupo(const char* grupo, bool ultimo, Poner poner) {
     const int c0 = ValorBase64(grupo[0]);
     const int c1 = ValorBase64(grupo[1]);
     const int c2 = ValorBase64(grupo[2]);
@@ -64,10 +61,29 @@ bool DescifrarGrupo(const char* grupo, bool ultimo, std::string& out) {
     if ((relleno2 || relleno3) && !ultimo) return false;
     if (relleno2 ? !relleno3 : c2 < 0) return false;
     if (!relleno3 && c3 < 0) return false;
-    out.push_back(static_cast<char>((c0 << 2) | (c1 >> 4)));
-    if (!relleno2) out.push_back(static_cast<char>(((c1 & 0x0F) << 4) | (c2 >> 2)));
-    if (!relleno3) out.push_back(static_cast<char>(((c2 & 0x03) << 6) | c3));
+    poner(static_cast<char>((c0 << 2) | (c1 >> 4)));
+    if (!relleno2) poner(static_cast<char>(((c1 & 0x0F) << 4) | (c2 >> 2)));
+    if (!relleno3) poner(static_cast<char>(((c2 & 0x03) << 6) | c3));
     return true;
+}
+
+// All groups of a text of which `letras` characters aren't blanks; no more than four of them are ever copied.
+template <typename Poner>
+bool DescifrarGrupos(std::string_view texto, size_t letras, Poner poner) {
+    std::array<char, 4> grupo{};
+    size_t leidas = 0;
+    for (const char c : texto) {
+        if (EsBlanco(c)) continue;
+        grupo[leidas % 4] = c;
+        if (++leidas % 4 == 0 && !DescifrarGrupo(grupo.data(), leidas == letras, poner)) return false;
+    }
+    return true;
+}
+
+size_t Letras(std::string_view texto) {
+    size_t letras = 0;
+    for (const char c : texto) letras += EsBlanco(c) ? 0U : 1U;
+    return letras;
 }
 
 }  // namespace
@@ -120,14 +136,21 @@ std::string Base64Encode(const std::string& data) {
 }
 
 bool Base64Decode(const std::string& text, std::string& out) {
-    const std::string limpio = SinBlancos(text);
-    if (limpio.size() % 4 != 0) return false;
+    const size_t letras = Letras(text);
+    if (letras % 4 != 0) return false;
     out.clear();
-    out.reserve(limpio.size() / 4 * 3);
-    for (size_t i = 0; i < limpio.size(); i += 4) {
-        if (!DescifrarGrupo(limpio.data() + i, i + 4 == limpio.size(), out)) return false;
-    }
-    return true;
+    out.reserve(letras / 4 * 3);
+    return DescifrarGrupos(text, letras, [&out](char c) { out.push_back(c); });
+}
+
+bool Base64Decode(std::string_view text, BloqueSecreto& out) {
+    const size_t letras = Letras(text);
+    char* hueco = letras % 4 == 0 ? out.Hueco(letras / 4 * 3) : nullptr;
+    if (hueco == nullptr) return false;
+    size_t n = 0;
+    const bool bien = DescifrarGrupos(text, letras, [hueco, &n](char c) { hueco[n++] = c; });
+    if (bien) out.Crecer(n);
+    return bien;
 }
 
 std::string UrlEncode(const std::string& text) {

@@ -70,15 +70,6 @@ namespace Lx::Api {
 // Its file name.
 [[nodiscard]] std::string ExeName();
 
-struct HttpResult {
-    int status = 0;     // HTTP response code, 0 when there was no response
-    std::string body;   // as received
-    std::string error;  // empty when the transport worked (4xx and 5xx included), else one sentence
-};
-
-// Posts a JSON text through libcurl, which is opened at first use. `timeoutMs` below 1 means 15000.
-[[nodiscard]] HttpResult PostJson(const std::string& url, const std::string& json, int timeoutMs);
-
 // Always false: this platform has no registry of URL schemes that a program writes to.
 [[nodiscard]] bool RegisterUrlScheme(const std::string& scheme);
 

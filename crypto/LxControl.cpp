@@ -22,6 +22,11 @@ bool Control::Comprometer() {
     return fase_.compare_exchange_strong(fase, kComprometida);
 }
 
+bool Control::SeguirComprometido() {
+    int fase = kLibre;
+    return fase_.compare_exchange_strong(fase, kComprometida) || fase == kComprometida;
+}
+
 void Control::Soltar() {
     int fase = kComprometida;
     if (fase_.compare_exchange_strong(fase, kLibre)) return;

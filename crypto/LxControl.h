@@ -47,6 +47,9 @@ class Control {
     // The key is about to be used: from here to Soltar nothing is given up. False, and nothing begins, when the job was
     // cancelled before.
     [[nodiscard]] bool Comprometer();
+    // The same for a step that may come after another one that used a key: true too while the job is committed and
+    // nobody has asked for its end.
+    [[nodiscard]] bool SeguirComprometido();
     // What was begun with the key is finished, or was never begun. A cancel that came meanwhile counts from here on.
     void Soltar();
 

@@ -213,18 +213,24 @@ std::vector<unsigned char> SinCerosDelante(const unsigned char* bytes, size_t si
     return {bytes, bytes + size};
 }
 
-// RSAPublicKey ::= SEQUENCE { modulus INTEGER, publicExponent INTEGER } (RFC 8017, A.1.1) inside the BIT STRING of the
-// SubjectPublicKeyInfo. The algorithm isn't looked at: no other kind of key has a SEQUENCE there.
-bool BuscarClaveRsa(const std::vector<unsigned char>& der, Der::Tlv& modulo, Der::Tlv& exponente) {
+// subjectPublicKey BIT STRING of the SubjectPublicKeyInfo.
+bool BuscarBits(const std::vector<unsigned char>& der, Der::Tlv& bits) {
     Lector todo{der.data(), der.size(), 0};
     Lector exterior;
     Lector tbs;
     Lector spki;
-    Lector clave;
     Der::Tlv tlv;
     if (!todo.Entrar(kSecuencia, exterior) || !exterior.Entrar(kSecuencia, tbs) || !LeerSerie(tbs, tlv)) return false;
     if (!tbs.Saltar(4) || !tbs.Entrar(kSecuencia, spki)) return false;
-    if (!spki.Leer(kSecuencia, tlv) || !spki.Leer(kCadenaBits, tlv) || tlv.longitud < 2) return false;
+    return spki.Leer(kSecuencia, tlv) && spki.Leer(kCadenaBits, bits) && bits.longitud >= 2;
+}
+
+// RSAPublicKey ::= SEQUENCE { modulus INTEGER, publicExponent INTEGER } (RFC 8017, A.1.1) inside those bits. The
+// algorithm isn't looked at: no other kind of key has a SEQUENCE there.
+bool BuscarClaveRsa(const std::vector<unsigned char>& der, Der::Tlv& modulo, Der::Tlv& exponente) {
+    Der::Tlv tlv;
+    Lector clave;
+    if (!BuscarBits(der, tlv)) return false;
     Lector bits{der.data(), tlv.fin, tlv.contenido + 1};
     return bits.Entrar(kSecuencia, clave) && clave.Leer(kEntero, modulo) && clave.Leer(kEntero, exponente);
 }
@@ -282,6 +288,13 @@ bool ClaveRsa(const Certificado& cert, std::vector<unsigned char>& modulus, std:
     modulus = SinCerosDelante(cert.der.data() + modulo.contenido, modulo.longitud);
     exponent = SinCerosDelante(cert.der.data() + exponente.contenido, exponente.longitud);
     return true;
+}
+
+std::vector<unsigned char> ClavePublica(const Certificado& cert) {
+    Der::Tlv bits;
+    if (cert.der.size() < kMinCertificado || !BuscarBits(cert.der, bits)) return {};
+    const unsigned char* inicio = cert.der.data() + bits.contenido + 1;  // after the number of unused bits
+    return {inicio, inicio + bits.longitud - 1};
 }
 
 }  // namespace Lx::X509

@@ -49,4 +49,7 @@ struct Certificado {
 [[nodiscard]] bool ClaveRsa(const Certificado& cert, std::vector<unsigned char>& modulus,
                             std::vector<unsigned char>& exponent);
 
+// The bits of its subjectPublicKey, whatever kind of key it is; empty when they can't be found.
+[[nodiscard]] std::vector<unsigned char> ClavePublica(const Certificado& cert);
+
 }  // namespace Lx::X509

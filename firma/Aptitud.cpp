@@ -20,8 +20,8 @@ constexpr struct {
     const char* antes;    // of the name in the sentence
     const char* despues;  // {d}: the day that matters
 } kImpedimentos[] = {
-    {Motivo::SinClave, "sin clave", "", "no hay clave privada para el certificado de ", "."},
     {Motivo::ClaveNoRsa, "no es RSA", "", "con el certificado de ", " no se puede firmar: su clave no es RSA."},
+    {Motivo::SinClave, "sin clave", "", "no hay clave privada para el certificado de ", "."},
     {Motivo::CertificadoCa, "es de una CA", "ca", "el certificado de ",
      " es de una autoridad de certificación, no de una persona."},
     {Motivo::NoEsElDeFirma, "no es el de firma", "uso", "el certificado de ",
@@ -62,10 +62,11 @@ bool Aptitud::Salvada(const std::vector<Motivo>& aunque) const {
 }
 
 Aptitud Juzgar(const Entrada& e, int64_t ahora) {
+    const bool rsa = EsRsa(e.cert);
     const bool ajeno = e.origen == Origen::Dnie && !e.deFirma;
     const std::pair<bool, Motivo> casos[] = {
-        {!e.conClave, Motivo::SinClave},
-        {!EsRsa(e.cert), Motivo::ClaveNoRsa},
+        {!rsa, Motivo::ClaveNoRsa},
+        {rsa && !e.conClave, Motivo::SinClave},  // whether another key is there was never looked at
         {e.cert.isCA, Motivo::CertificadoCa},
         {ajeno, Motivo::NoEsElDeFirma},
         {!ajeno && !UsoDeFirma(e), Motivo::UsoAjeno},

@@ -93,7 +93,10 @@ void FirmarDocumentos::Hacer() {
     respuesta_.fallo = Empezar();
     for (size_t i = 0; i < respuesta_.documentos.size(); ++i) {
         Hecho& hecho = respuesta_.documentos[i];
-        if (respuesta_.fallo && Pendiente(hecho)) Fallo(hecho, respuesta_.fallo);
+        if (respuesta_.fallo) {
+            if (Pendiente(hecho)) Fallo(hecho, respuesta_.fallo);
+            continue;
+        }
         if (observador_.alEmpezar) observador_.alEmpezar(i);
         if (Pendiente(hecho)) FirmarUno(hecho);
         if (observador_.alAcabar) observador_.alAcabar(i, hecho);

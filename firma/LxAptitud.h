@@ -11,7 +11,7 @@
 
 namespace Lx::Firma {
 
-// What speaks against a certificate, the gravest first: SinClave, ClaveNoRsa, CertificadoCa, NoEsElDeFirma, UsoAjeno,
+// What speaks against a certificate, the gravest first: ClaveNoRsa, SinClave, CertificadoCa, NoEsElDeFirma, UsoAjeno,
 // Caducado, AunNoValido.
 struct Aptitud {
     std::vector<Lx::Motivo> impedimentos;

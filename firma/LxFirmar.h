@@ -41,6 +41,7 @@ struct Firmados {
     int intentos = -1;  // what the card's PIN has left after it was refused; -1 when that is not known or no matter
 };
 
+// Called on the job's thread, and not at all when none is begun.
 struct Observador {
     std::function<void(size_t cual)> alEmpezar;
     std::function<void(size_t cual, const Hecho&)> alAcabar;

@@ -71,8 +71,8 @@ struct FirmaSistema {
     Lx::Aviso fallo;
 };
 
-// As FirmarSistema, with who is asked for passwords; without one every locked store refuses. The job commits itself
-// before the key is used, after the last question.
+// As FirmarSistema, with who is asked for passwords; without one, and without one from PonerPreguntaClave, every locked
+// store refuses. The job commits itself before the key is used, after the last question.
 [[nodiscard]] FirmaSistema FirmarEnSistema(const Lx::X509::Certificado& cert, const std::vector<unsigned char>& datos,
                                            const PreguntaClave& pregunta, Lx::Control& control);
 

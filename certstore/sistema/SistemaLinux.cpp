@@ -97,21 +97,31 @@ void AnotarCertificado(Listado& l, const Bytes& der, const Bytes& id, const Indi
 struct Peticion {
     const X509::Certificado& cert;
     const Bytes& datos;
+    const PreguntaClave& pregunta;
+    Control& control;
     Bytes modulo;
     bool bloqueados = false;  // which tokens this walk is about
     Bytes firma;
-    std::string motivo;  // the first refusal
+    Aviso rechazo;  // the first one
 };
 
-[[nodiscard]] CK_RV PedirClave(Sesion& sesion, const Token& token, CK_USER_TYPE usuario) {
+// Waits for the person, and goes on as before.
+[[nodiscard]] bool Preguntar(const Peticion& p, const Token& token, int intento, std::string& clave) {
+    const bool ultimo = (Indicadores(token) & CKF_USER_PIN_FINAL_TRY) != 0;
+    p.control.Pasar(Etapa::Persona);
+    const bool contestada = p.pregunta(token.nombre, intento, ultimo, clave);
+    p.control.Pasar(Etapa::Almacen);
+    return contestada && !p.control.Cancelado();
+}
+
+[[nodiscard]] CK_RV PedirClave(Sesion& sesion, const Token& token, CK_USER_TYPE usuario, const Peticion& p) {
     if ((Indicadores(token) & CKF_PROTECTED_AUTHENTICATION_PATH) != 0) return sesion.Entrar(usuario, nullptr);
-    if (!LaPregunta()) return CKR_USER_NOT_LOGGED_IN;
+    if (!p.pregunta) return CKR_USER_NOT_LOGGED_IN;
     CK_RV codigo = CKR_PIN_INCORRECT;
     for (int intento = 1; intento <= kIntentos; ++intento) {
         Secreto clave;
-        clave.texto.reserve(kLargoClave);
-        const bool ultimo = (Indicadores(token) & CKF_USER_PIN_FINAL_TRY) != 0;
-        if (!LaPregunta()(token.nombre, intento, ultimo, clave.texto)) return CKR_FUNCTION_CANCELED;
+        clave.Reservar(kLargoClave);
+        if (!Preguntar(p, token, intento, clave.texto)) return CKR_FUNCTION_CANCELED;
         codigo = sesion.Entrar(usuario, &clave.texto);
         if (codigo != CKR_PIN_INCORRECT && codigo != CKR_PIN_LEN_RANGE && codigo != CKR_PIN_INVALID) break;
     }
@@ -129,8 +139,35 @@ struct Peticion {
     const Bytes siempre = sesion.Atributo(clave, CKA_ALWAYS_AUTHENTICATE);
     CK_RV codigo = sesion.PrepararFirma(clave);
     if (codigo == CKR_OK && !siempre.empty() && siempre[0] == CK_TRUE)
-        codigo = PedirClave(sesion, token, CKU_CONTEXT_SPECIFIC);
-    return codigo == CKR_OK ? sesion.Firmar(p.datos, p.modulo.size(), p.firma) : codigo;
+        codigo = PedirClave(sesion, token, CKU_CONTEXT_SPECIFIC, p);
+    if (codigo != CKR_OK) return codigo;
+    if (!p.control.SeguirComprometido()) return CKR_FUNCTION_CANCELED;
+    p.control.Pasar(Etapa::Clave);
+    codigo = sesion.Firmar(p.datos, p.modulo.size(), p.firma);
+    // Another token may have questions.
+    if (codigo != CKR_OK) p.control.Soltar();
+    return codigo;
+}
+
+struct {
+    CK_RV codigo;
+    Motivo motivo;
+} constexpr kMotivos[] = {
+    {CKR_FUNCTION_CANCELED, Motivo::Cancelado},
+    {CKR_CANCEL, Motivo::Cancelado},
+    {CKR_PIN_INCORRECT, Motivo::ClaveDeAlmacen},
+    {CKR_PIN_INVALID, Motivo::ClaveDeAlmacen},
+    {CKR_PIN_LEN_RANGE, Motivo::ClaveDeAlmacen},
+    {CKR_PIN_EXPIRED, Motivo::ClaveDeAlmacen},
+    {CKR_PIN_LOCKED, Motivo::ClaveDeAlmacen},
+    {CKR_USER_NOT_LOGGED_IN, Motivo::ClaveDeAlmacen},
+    {CKR_USER_PIN_NOT_INITIALIZED, Motivo::ClaveDeAlmacen},
+};
+
+[[nodiscard]] Motivo MotivoDe(CK_RV codigo) {
+    for (const auto& fila : kMotivos)
+        if (fila.codigo == codigo) return fila.motivo;
+    return Motivo::AlmacenNoFirma;
 }
 
 // The identifier of the certificate in this token; false when it isn't there.
@@ -153,19 +190,23 @@ void FirmarEnToken(const Token& token, Peticion& p) {
         return;
     // Nobody is asked for the password of a store that has no key.
     if (!Indicios(sesion, token).HayClave(id, p.modulo, p.cert.isCA)) return;
-    std::string motivo;
-    const CK_RV entrada = p.bloqueados ? PedirClave(sesion, token, CKU_USER) : CKR_OK;
-    if (entrada != CKR_OK) {
-        motivo = ExplicarEntrada(token, entrada);
-    } else {
+    CK_RV codigo = p.bloqueados ? PedirClave(sesion, token, CKU_USER, p) : CKR_OK;
+    std::string frase = ExplicarEntrada(token, codigo);
+    if (codigo == CKR_OK) {
         const std::vector<Clave> claves = sesion.Claves(CKO_PRIVATE_KEY);
         const Clave* clave = ClaveDe(claves, id, p.modulo);
         if (clave == nullptr) return;
-        const CK_RV codigo = FirmarConClave(sesion, token, clave->objeto, p);
-        if (codigo != CKR_OK) motivo = ExplicarCkr(codigo);
+        codigo = FirmarConClave(sesion, token, clave->objeto, p);
+        frase = ExplicarCkr(codigo);
     }
-    if (p.motivo.empty()) p.motivo = motivo;
+    if (codigo != CKR_OK && !p.rechazo) p.rechazo = {MotivoDe(codigo), std::move(frase)};
 }
+
+[[nodiscard]] FirmaSistema SinFirma(Motivo motivo, std::string frase) {
+    return {{}, {motivo, std::move(frase)}};
+}
+
+constexpr const char* kCancelada = "operacion cancelada por el usuario.";
 
 }  // namespace
 
@@ -173,31 +214,54 @@ void PonerPreguntaClave(PreguntaClave pregunta) {
     LaPregunta() = std::move(pregunta);
 }
 
-void ListarSistema(std::vector<Entrada>& lista, std::string& texto) {
+ListadoSistema LeerSistema(std::vector<Entrada>& lista, Control& control) {
+    control.Pasar(Etapa::Almacen);
     Listado l{lista, lista.size(), false};
-    const Recorrido r = Recorrer([&l](const Token& token, bool&) { return ListarToken(token, l); });
-    texto = ExplicarListado(l, r);
+    const Recorrido r = Recorrer([&l, &control](const Token& token, bool& seguir) -> CK_RV {
+        seguir = !control.Cancelado();
+        return seguir ? ListarToken(token, l) : CKR_OK;
+    });
+    ListadoSistema listado{ExplicarListado(l, r), {}};
+    const bool nada = lista.size() == l.primero && !l.visto;
+    if (control.Cancelado())
+        listado.fallo = {Motivo::Cancelado, kCancelada};
+    else if (nada && (r.faltaSoftokn || r.codigo != CKR_OK))
+        listado.fallo = {Motivo::SinAlmacen, listado.texto};
+    return listado;
 }
 
-std::vector<unsigned char> FirmarSistema(const X509::Certificado& cert, const std::vector<unsigned char>& datos,
-                                         const std::string&, bool, std::string& error) {
-    error.clear();
-    Peticion p{cert, datos, {}, false, {}, ""};
+FirmaSistema FirmarEnSistema(const X509::Certificado& cert, const std::vector<unsigned char>& datos,
+                             const PreguntaClave& pregunta, Control& control) {
+    control.Pasar(Etapa::Almacen);
+    Peticion p{cert, datos, pregunta ? pregunta : LaPregunta(), control, {}, false, {}, {}};
     Bytes exponente;
     static_cast<void>(X509::ClaveRsa(cert, p.modulo, exponente));
     for (const bool bloqueados : {false, true}) {
         p.bloqueados = bloqueados;
         static_cast<void>(Recorrer([&p](const Token& token, bool& seguir) -> CK_RV {
-            FirmarEnToken(token, p);
-            seguir = p.firma.empty();
+            if (!p.control.Cancelado()) FirmarEnToken(token, p);
+            seguir = p.firma.empty() && !p.control.Cancelado();
             return CKR_OK;
         }));
-        if (!p.firma.empty()) return std::move(p.firma);
+        if (!p.firma.empty()) return {std::move(p.firma), {}};
     }
     const std::string el = Plataforma::kTextos.elAlmacen;
-    error = p.motivo.empty() ? "no hay clave privada en " + el + " para " + cert.subjectCN + "."
-                             : el + " rechazo firmar: " + p.motivo;
-    return {};
+    if (p.rechazo) return SinFirma(p.rechazo.motivo, el + " rechazo firmar: " + p.rechazo.frase);
+    if (control.Cancelado()) return SinFirma(Motivo::Cancelado, kCancelada);
+    return SinFirma(Motivo::SinClave, "no hay clave privada en " + el + " para " + cert.subjectCN + ".");
+}
+
+void ListarSistema(std::vector<Entrada>& lista, std::string& texto) {
+    Control control;
+    texto = LeerSistema(lista, control).texto;
+}
+
+std::vector<unsigned char> FirmarSistema(const X509::Certificado& cert, const std::vector<unsigned char>& datos,
+                                         const std::string&, bool, std::string& error) {
+    Control control;
+    FirmaSistema f = FirmarEnSistema(cert, datos, {}, control);
+    error = std::move(f.fallo.frase);
+    return std::move(f.firma);
 }
 
 }  // namespace Lx::CertStore

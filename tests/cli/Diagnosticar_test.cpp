@@ -24,8 +24,8 @@ class Diagnosticar : public ConTarjeta {
                          "if not d['puedeFirmar'] else 6]"),
                   "[1, 6, " + std::to_string(buenos) + "]");
         EXPECT_EQ(DeJson(j.texto, "sorted(d)"),
-                  "['atr', 'certificados', 'error', 'informe', 'intentosPin', 'lector', 'lectores', 'modelo', 'pasos', "
-                  "'perfil', 'puedeFirmar', 'sinContacto', 'version']");
+                  "['atr', 'certificados', 'error', 'informe', 'intentosPin', 'lector', 'lectores', 'modelo', "
+                  "'motivo', 'pasos', 'perfil', 'protecciones', 'puedeFirmar', 'sinContacto', 'version']");
         const std::string fallo = "' '.join(p['texto'] + p['consejo'] for p in d['pasos'] if p['probado'])";
         EXPECT_THAT(DeJson(j.texto, fallo), testing::AllOf(HasSubstr(texto), HasSubstr(consejo)));
         EXPECT_THAT(s.texto + j.texto, Not(HasSubstr(kDocumento)));

@@ -175,10 +175,13 @@ TEST_F(Eleccion, PorNumeroSerieONombre) {
         {"María Ñ", 0, ana, ""},
         {"7", 0, "Firmando con Berta Ruiz ...", ""},      // past the list's end, so a serial number
         {"berta", 0, "Firmando con Berta Ruiz ...", ""},  // the other one is expired
-        {"Vieja", 0, "Firmando con Berta Vieja ...", "caducado"},
-        {"futura", 0, "Firmando con Carla Futura ...", "aún no válido"},
-        {"entidad", 0, "Firmando con Entidad ...", "es de una CA"},
-        {"a", 3, "con el certificado de Curva no se puede firmar: no es RSA.", ""},  // its serial number is 10
+        {"Vieja", 3, "el certificado de Berta Vieja caducó el ", "añade --aunque caducado."},
+        {"Vieja' --aunque 'ca", 3, "añade --aunque caducado.", ""},
+        {"Vieja' --aunque 'caducado", 0, "Firmando con Berta Vieja ...", "se firma aunque el certificado de"},
+        {"futura' --aunque 'aun_no_valido", 0, "Firmando con Carla Futura ...", "no vale hasta el 01/01/2040"},
+        {"entidad' --aunque caducado --aunque 'ca", 0, "Firmando con Entidad ...", "autoridad de certificación"},
+        {"a' --aunque 'uso", 3, "con el certificado de Curva no se puede firmar: su clave no es RSA.",
+         ""},  // serial 10
         {"z", 3, "hay 2 certificados utilizables con \"z\"", ""},
     };
     for (const auto& [cual, codigo, dice, aviso] : filas) {

@@ -28,8 +28,9 @@ TEST_F(FirmarConTarjeta, CadaTarjetaEnCadaLector) {
         SCOPED_TRACE(Lector(i));
         const std::string lector = " --lector '" + Lector(i) + "' ", nombre = "s" + std::to_string(i) + ".pdf";
         const Apoyo::Salida lista = Correr(0, "certificados --json" + lector);
-        EXPECT_EQ(DeJson(lista.texto, "[(c['origen'], c['utilizable']) for c in d['listados'][0]['certificados']]"),
-                  "[('DNIe', True), ('DNIe', True), ('DNIe', True)]");
+        EXPECT_EQ(DeJson(lista.texto,
+                         "[(c['origen'], c['utilizable'], *c['motivos']) for c in d['listados'][0]['certificados']]"),
+                  "[('DNIe', True), ('DNIe', False, 'NoEsElDeFirma'), ('DNIe', False, 'NoEsElDeFirma')]");
         Correr(0, "firmar" + lector + "--pin-desde=pin --salida=" + nombre + " contrato.pdf");
         EXPECT_TRUE(Apoyo::PdfValido(En(nombre), *titular_));
         EXPECT_EQ(Tarjeta(i).Verificaciones(), 1);
@@ -103,7 +104,9 @@ TEST_F(FirmarConTarjeta, LaFuenteNombradaEsLaElegida) {
         {"--pkcs12=$P12 --certificado=1", 0, "Firmando con PRUEBA TITULAR"},
         {"--pkcs12=$P12 --certificado=titular", 0, "Firmando con PRUEBA TITULAR"},
         {"--pkcs12=$P12 --certificado=n", 0, "Firmando con Ana"},
-        {"--pkcs12=$P12 --certificado=2", 1, "La tarjeta no emitio una firma verificable con el certificado elegido"},
+        {"--certificado=2", 3,
+         "es de la tarjeta, pero no el de firma. Para firmar con él de todos modos, añade --aunque uso."},
+        {"--certificado=2 --aunque=uso", 1, "La tarjeta no emitio una firma verificable con el certificado elegido"},
         {"--lector '" + Lector(1) + "'", 3,
          "No hay tarjeta en el lector. Acerque el DNIe y pulse Actualizar. Compruébalo con"},
         {"--lector=otro", 3, "no se leyó ningún certificado en el lector 'otro': "},

@@ -31,9 +31,6 @@ inline constexpr char32_t kSustituto = 0xFFFD;
 // Columns of the terminal behind `fd`; 0 when it isn't one.
 [[nodiscard]] size_t AnchoTerminal(int fd);
 
-// What the system's error number means, in Spanish.
-[[nodiscard]] std::string ExplicarErrno(int numero);
-
 // One line to standard error, without control characters.
 void Decir(std::string_view frase);
 // The same after the program's name.

@@ -1,4 +1,4 @@
-#include "cli/Texto.h"
+#include "cli/TextoTerminal.h"
 
 #include <sys/ioctl.h>
 #include <unistd.h>
@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <iterator>
 
+#include "crypto/LxExplicar.h"
 #include "crypto/LxFichero.h"
 
 namespace Cli {
@@ -22,28 +23,6 @@ constexpr Rango kSinAncho[] = {{0x300, 0x36F},   {0x483, 0x489},   {0x591, 0x5BD
 constexpr Rango kDobles[] = {{0x1100, 0x115F},   {0x2E80, 0xA4CF},  {0xAC00, 0xD7A3}, {0xF900, 0xFAFF},
                              {0xFE30, 0xFE6F},   {0xFF00, 0xFF60},  {0xFFE0, 0xFFE6}, {0x1F300, 0x1F64F},
                              {0x1F900, 0x1F9FF}, {0x20000, 0x3FFFD}};
-// What an ordinary run can meet; the system's own texts follow the locale, these are always Spanish.
-constexpr struct {
-    int numero;
-    const char* texto;
-} kErrores[] = {
-    {ENOENT, "no existe"},
-    {EACCES, "permiso denegado"},
-    {EPERM, "operación no permitida"},
-    {EEXIST, "ya existe"},
-    {EISDIR, "es una carpeta"},
-    {ENOTDIR, "una parte de la ruta no es una carpeta"},
-    {ENAMETOOLONG, "el nombre es demasiado largo"},
-    {ELOOP, "demasiados enlaces simbólicos"},
-    {ENOSPC, "no queda espacio en el disco"},
-    {EDQUOT, "se agotó la cuota de disco"},
-    {EROFS, "el sistema de ficheros es de solo lectura"},
-    {EFBIG, "el fichero es demasiado grande"},
-    {EIO, "error de entrada o salida"},
-    {EPIPE, "nadie lee la salida"},
-    {EBADF, "la salida está cerrada"},
-    {EMFILE, "hay demasiados ficheros abiertos"},
-};
 
 constexpr size_t kColumnasPorDefecto = 80;
 
@@ -79,7 +58,6 @@ void Cabecera(unsigned char b, size_t& longitud, char32_t& valor, char32_t& mini
     }
 }
 
-// Writes it whole: a line of several processes must not be torn.
 }  // namespace
 
 size_t LeerUtf8(std::string_view texto, size_t pos, char32_t& c) {
@@ -160,12 +138,6 @@ size_t AnchoTerminal(int fd) {
     return ioctl(fd, TIOCGWINSZ, &w) == 0 && w.ws_col > 0 ? w.ws_col : kColumnasPorDefecto;
 }
 
-std::string ExplicarErrno(int numero) {
-    for (const auto& e : kErrores)
-        if (e.numero == numero) return e.texto;
-    return "error " + std::to_string(numero) + " del sistema";
-}
-
 void Decir(std::string_view frase) {
     static_cast<void>(Lx::Api::EscribirTodo(STDERR_FILENO, Visible(frase) + "\n"));
 }
@@ -176,7 +148,7 @@ void DecirError(std::string_view frase) {
 
 bool EscribirSalida(std::string_view texto) {
     if (Lx::Api::EscribirTodo(STDOUT_FILENO, texto)) return true;
-    DecirError("no se pudo escribir en la salida estándar: " + ExplicarErrno(errno) + ".");
+    DecirError("no se pudo escribir en la salida estándar: " + Lx::Api::ExplicarErrno(errno) + ".");
     return false;
 }
 

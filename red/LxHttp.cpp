@@ -1,6 +1,9 @@
+#include "red/LxHttp.h"
+
 #include <dlfcn.h>
 
-#include "crypto/LxApi.h"
+#include <cstddef>
+#include <utility>
 
 namespace Lx::Api {
 namespace {
@@ -15,10 +18,15 @@ constexpr int kHttpHeader = 10000 + 23;      // CURLOPT_HTTPHEADER
 constexpr int kPost = 47;                    // CURLOPT_POST
 constexpr int kPostFieldSize = 60;           // CURLOPT_POSTFIELDSIZE
 constexpr int kTimeoutMs = 155;              // CURLOPT_TIMEOUT_MS
+constexpr int kProtocols = 181;              // CURLOPT_PROTOCOLS, for libraries before 7.85
+constexpr int kProtocolsStr = 10000 + 318;   // CURLOPT_PROTOCOLS_STR
 constexpr int kWriteFunction = 20000 + 11;   // CURLOPT_WRITEFUNCTION
 constexpr int kResponseCode = 0x200000 + 2;  // CURLINFO_RESPONSE_CODE
 
+constexpr const char* kProtocolos = "http,https";
+constexpr long kHttpYHttps = 1 + 2;  // CURLPROTO_HTTP | CURLPROTO_HTTPS
 constexpr int kTiempoPorDefectoMs = 15000;
+constexpr size_t kRespuestaMaxima = size_t{16} << 20;
 
 constexpr const char* kBibliotecas[] = {"libcurl.so.4", "libcurl-gnutls.so.4"};
 
@@ -78,10 +86,18 @@ std::string TextoDeError(int codigo) {
     return texto != nullptr ? texto : "libcurl error " + std::to_string(codigo);
 }
 
-// Write callback: any result but size·count makes libcurl give up the transfer.
+struct Respuesta {
+    std::string& cuerpo;
+    bool excesiva = false;
+};
+
+// Write callback: any result but size·count makes libcurl give up the transfer. libcurl's `size` is always 1.
 size_t Acumular(char* ptr, size_t size, size_t count, void* userdata) {
     if (ptr == nullptr || userdata == nullptr) return 0;
-    static_cast<std::string*>(userdata)->append(ptr, size * count);
+    auto& respuesta = *static_cast<Respuesta*>(userdata);
+    respuesta.excesiva = size * count > kRespuestaMaxima - respuesta.cuerpo.size();
+    if (respuesta.excesiva) return 0;
+    respuesta.cuerpo.append(ptr, size * count);
     return size * count;
 }
 
@@ -98,7 +114,8 @@ class Peticion {
 
     [[nodiscard]] bool Lista() const { return handle_ != nullptr; }
 
-    void Preparar(const std::string& url, const std::string& json, int timeoutMs, std::string& cuerpo) {
+    // False when the library can't be held to the two protocols.
+    [[nodiscard]] bool Preparar(const std::string& url, const std::string& json, int timeoutMs, Respuesta& respuesta) {
         Cabecera("Content-Type: application/json");
         Cabecera("Accept: application/json");
         curl_.setopt(handle_, kUrl, url.c_str());
@@ -108,7 +125,9 @@ class Peticion {
         curl_.setopt(handle_, kHttpHeader, cabeceras_);
         curl_.setopt(handle_, kTimeoutMs, static_cast<long>(timeoutMs < 1 ? kTiempoPorDefectoMs : timeoutMs));
         curl_.setopt(handle_, kWriteFunction, &Acumular);
-        curl_.setopt(handle_, kWriteData, &cuerpo);
+        curl_.setopt(handle_, kWriteData, &respuesta);
+        return curl_.setopt(handle_, kProtocolsStr, kProtocolos) == 0 ||
+               curl_.setopt(handle_, kProtocols, kHttpYHttps) == 0;
     }
 
     // 0, or libcurl's error code.
@@ -145,15 +164,16 @@ HttpResult PostJson(const std::string& url, const std::string& json, int timeout
     if (!curl.Completa()) return fallo("No se encontro libcurl (instale el paquete 'libcurl4').");
     if (curl.globalInit != nullptr) curl.globalInit(kTodoGlobal);
     Peticion peticion(curl);
-    if (!peticion.Lista()) return fallo("No se pudo iniciar la peticion HTTP.");
-    peticion.Preparar(url, json, timeoutMs, r.body);
+    Respuesta respuesta{r.body};
+    if (!peticion.Lista() || !peticion.Preparar(url, json, timeoutMs, respuesta))
+        return fallo("No se pudo iniciar la peticion HTTP.");
     const int codigo = peticion.Enviar();
     if (codigo == 0) {
         r.status = peticion.Estado();
         return r;
     }
     r.body.clear();
-    return fallo(TextoDeError(codigo));
+    return fallo(respuesta.excesiva ? "La respuesta HTTP es demasiado grande." : TextoDeError(codigo));
 }
 
 }  // namespace Lx::Api

@@ -1,0 +1,191 @@
+// Which certificate may sign and which one does, what is remembered, and the names that programs rely on.
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <set>
+
+#include "firma/LxFirmar.h"
+#include "firma/LxListar.h"
+#include "firma/LxRecuerdo.h"
+#include "tests/apoyo/Apoyo.h"
+
+namespace Lx::Firma {
+
+namespace fs = std::filesystem;
+using CertStore::Entrada;
+using CertStore::Origen;
+using testing::ElementsAre;
+using testing::HasSubstr;
+
+namespace {
+
+// A certificate made by openssl with these extensions.
+[[nodiscard]] X509::Certificado Cert(const std::string& nombre, const std::vector<std::string>& extensiones,
+                                     const std::string& clave = "rsa:2048") {
+    std::vector<std::string> orden = {"openssl", "req",           "-x509",    "-nodes", "-days",   "30",
+                                      "-config", "/dev/null",     "-newkey",  clave,    "-keyout", "/dev/null",
+                                      "-subj",   "/CN=" + nombre, "-outform", "DER"};
+    if (clave == "ec") orden.insert(orden.end(), {"-pkeyopt", "ec_paramgen_curve:P-256"});
+    for (const std::string& e : extensiones) orden.insert(orden.end(), {"-addext", e});
+    const std::string der = Apoyo::Exigir(orden);
+    X509::Certificado cert;
+    EXPECT_TRUE(X509::Parsear({der.begin(), der.end()}, cert)) << nombre;
+    return cert;
+}
+
+constexpr const char* kPersona = "basicConstraints=CA:FALSE";
+
+struct Certs {
+    X509::Certificado sinUso = Cert("Sin Uso", {kPersona});
+    X509::Certificado firma = Cert("Firma", {kPersona, "keyUsage=nonRepudiation"});
+    X509::Certificado acceso = Cert("Acceso", {kPersona, "keyUsage=digitalSignature"});
+    X509::Certificado cifra = Cert("Cifra", {kPersona, "keyUsage=keyEncipherment,dataEncipherment"});
+    X509::Certificado acuerdo = Cert("Acuerdo", {kPersona, "keyUsage=keyAgreement,encipherOnly"});
+    X509::Certificado ca = Cert("Autoridad", {"basicConstraints=CA:TRUE", "keyUsage=digitalSignature"});
+    X509::Certificado ec = Cert("Curva", {kPersona}, "ec");
+};
+[[nodiscard]] const Certs& LosCerts() {
+    static const Certs certs;
+    return certs;
+}
+
+[[nodiscard]] Entrada De(const X509::Certificado& cert, Origen origen = Origen::Sistema, bool conClave = true) {
+    Entrada e;
+    e.origen = origen;
+    e.cert = cert;
+    e.conClave = conClave;
+    e.deFirma = origen != Origen::Dnie || cert.subjectCN == "Firma";
+    return e;
+}
+
+}  // namespace
+
+TEST(Aptitud, CadaImpedimentoPorSuOrden) {
+    using enum Motivo;
+    const Certs& c = LosCerts();
+    const int64_t dia = 86400;
+    const Apoyo::Filas<Entrada, int64_t, std::vector<Motivo>, const char*> filas = {
+        {De(c.sinUso), 0, {}, ""},
+        {De(c.firma), 0, {}, ""},
+        {De(c.acceso), 0, {}, ""},
+        {De(c.firma, Origen::Dnie), 0, {}, ""},
+        {De(c.cifra), 0, {UsoAjeno}, "uso"},
+        {De(c.acuerdo), 0, {UsoAjeno}, "uso"},
+        {De(c.ca), 0, {CertificadoCa}, "ca"},
+        {De(c.ec), 0, {ClaveNoRsa}, nullptr},
+        {De(c.ec, Origen::Pkcs12, false), 0, {ClaveNoRsa}, nullptr},
+        {De(c.firma, Origen::Pkcs12, false), 0, {SinClave}, nullptr},
+        {De(c.acceso, Origen::Dnie), 0, {NoEsElDeFirma}, "uso"},
+        {De(c.firma), 31 * dia, {Caducado}, "caducado"},
+        {De(c.firma), -dia, {AunNoValido}, "aun_no_valido"},
+        {De(c.cifra, Origen::Pkcs12, false), 31 * dia, {SinClave, UsoAjeno, Caducado}, nullptr},
+    };
+    for (const auto& [entrada, mas, impedimentos, aunque] : filas) {
+        const Aptitud a = Juzgar(entrada, entrada.cert.notBefore + mas);
+        SCOPED_TRACE(entrada.cert.subjectCN + ": " + EnBreve(a));
+        EXPECT_EQ(a.impedimentos, impedimentos);
+        EXPECT_EQ(a.Apto(), impedimentos.empty());
+        EXPECT_EQ(a.Salvable(), aunque != nullptr);
+        EXPECT_EQ(a.Salvada({}), impedimentos.empty());
+        EXPECT_EQ(a.Salvada({MotivoDeAunque(aunque == nullptr ? "uso" : aunque)}), aunque != nullptr);
+        EXPECT_FALSE(!a.Apto() && a.Salvada({MotivoDeAunque(std::string_view("ca") == aunque ? "uso" : "ca")}));
+        EXPECT_EQ(Explicar(entrada, a).motivo, impedimentos.empty() ? Ninguno : impedimentos.front());
+    }
+    // The profile's certificate for signing without nonRepudiation.
+    Entrada raro = De(c.acceso, Origen::Dnie);
+    raro.deFirma = true;
+    EXPECT_THAT(Juzgar(raro, raro.cert.notBefore).impedimentos, ElementsAre(UsoAjeno));
+    EXPECT_EQ(Juzgar(De(c.firma), c.firma.notAfter).impedimentos, std::vector<Motivo>{});
+    EXPECT_EQ(MotivoDeAunque(""), Ninguno);
+}
+
+TEST(Eleccion, SinNombrarSoloElUnicoQueVale) {
+    using enum Motivo;
+    const Certs& c = LosCerts();
+    const Entrada tarjeta = De(c.firma, Origen::Dnie), otro = De(c.acceso, Origen::Dnie), almacen = De(c.sinUso);
+    Entrada perdido = tarjeta, comun = De(c.acceso), fichero = De(c.acceso, Origen::Pkcs12);
+    perdido.cert.notAfter = 1;
+    comun.enFichero = true;
+    comun.conClave = false;
+    using Lista = std::vector<Entrada>;
+    const std::optional<Origen> nadie, dnie = Origen::Dnie, p12 = Origen::Pkcs12;
+    const Apoyo::Filas<Lista, bool, std::optional<Origen>, int, Motivo> filas = {
+        {{}, false, nadie, -1, SinCertificados},
+        {{tarjeta, otro}, false, nadie, 0, Ninguno},
+        {{otro, tarjeta}, false, dnie, 1, Ninguno},
+        {{perdido, otro}, false, nadie, -1, Caducado},
+        {{otro, perdido}, false, dnie, -1, Caducado},
+        {{otro}, true, nadie, -1, FirmaNoLeida},
+        {{}, true, dnie, -1, FirmaNoLeida},
+        {{otro}, false, nadie, -1, NoEsElDeFirma},
+        {{perdido, almacen}, false, nadie, -1, Caducado},  // the card that is there is what is meant
+        {{perdido, fichero}, true, p12, 1, Ninguno},
+        {{tarjeta, almacen}, false, nadie, -1, VariosCertificados},
+        {{tarjeta, almacen}, false, dnie, 0, Ninguno},
+        {{De(c.cifra), almacen, De(c.ec)}, false, nadie, 1, Ninguno},
+        {{De(c.cifra), De(c.ca)}, false, nadie, -1, CertificadoInutil},
+        {{De(c.ec)}, false, nadie, -1, ClaveNoRsa},
+        {{almacen, comun}, false, p12, 1, Ninguno},
+        {{almacen, comun}, false, nadie, 0, Ninguno},
+    };
+    for (const auto& [lista, perdida, pedido, indice, motivo] : filas) {
+        Certificados cs;
+        cs.listado.entradas = lista;
+        cs.listado.fuentes = {{}};
+        cs.listado.fuentes[0].origen = Origen::Dnie;
+        cs.listado.fuentes[0].firmaPerdida = perdida;
+        const Eleccion e = Elegir(cs, {std::nullopt, pedido, {}}, c.firma.notBefore + 1000);
+        SCOPED_TRACE(std::string(NombreDe(motivo)) + ": " + e.fallo.frase);
+        EXPECT_EQ(e.indice, indice);
+        EXPECT_EQ(e.fallo.motivo, motivo);
+        EXPECT_EQ(e.elegida.origen == Origen::Pkcs12, indice >= 0 && pedido == p12);
+    }
+}
+
+TEST(Recuerdo, UnPinSoloMientrasSirve) {
+    Recuerdo r;
+    CertStore::Contexto ctx;
+    ctx.lector = "A";
+    ctx.pin = "1234";
+    const Recuerdo::Reloj::time_point t{};
+    r.Guardar(ctx, t);
+    EXPECT_EQ(r.Ver(t + std::chrono::seconds(299)).pin, "1234");
+    EXPECT_EQ(r.Ver(t + std::chrono::minutes(5)).pin, "");
+    EXPECT_EQ(r.Ver(t).lector, "A");
+    r.Guardar(ctx, t);
+    ctx.lector = "B";
+    ctx.pin.clear();
+    r.Guardar(ctx, t);
+    EXPECT_EQ(r.Ver(t).pin, "");
+}
+
+TEST(Nombres, ElPrimeroLibreHastaElUltimo) {
+    const Apoyo::CarpetaTemporal carpeta;
+    const std::string base = carpeta / "a.b";
+    const auto libre = [&] { return NombreLibre(base + ".pdf", ""); };
+    EXPECT_EQ(NombreLibre("x/a.b/c", ""), "x/a.b/c_firmao.pdf");
+    EXPECT_EQ(NombreLibre("x/.pdf", "y"), "y/_firmao.pdf");
+    fs::create_symlink("nada", base + "_firmao.pdf");
+    ASSERT_EQ(mkfifo((base + "_firmao2.pdf").c_str(), 0600), 0);
+    EXPECT_EQ(libre(), base + "_firmao3.pdf");
+    for (int n = 3; n <= 998; ++n) Apoyo::EscribirFichero(base + "_firmao" + std::to_string(n) + ".pdf", "");
+    EXPECT_EQ(libre(), base + "_firmao999.pdf");
+    Apoyo::EscribirFichero(base + "_firmao999.pdf", "");
+    EXPECT_EQ(libre(), "");
+}
+
+// Programs act on the names, people look them up.
+TEST(Motivos, TodosTienenNombreYEstanEnElManual) {
+    const std::string manual = Apoyo::LeerFichero(MANUAL);
+    std::set<std::string> nombres;
+    for (int i = 1; i <= static_cast<int>(TodosLosMotivos().back()); ++i) {
+        const std::string nombre(NombreDe(static_cast<Motivo>(i)));
+        EXPECT_NE(nombre, "") << i;
+        EXPECT_TRUE(nombres.insert(nombre).second) << nombre;
+        EXPECT_THAT(manual, HasSubstr(".B " + nombre + "\n("));
+    }
+}
+
+}  // namespace Lx::Firma
