@@ -245,13 +245,19 @@ void CListView::DrawRow(CCanvas& canvas, int index, const FieldLook& look) const
     }
     canvas.FillRect({row.x, row.y + row.h - 1, row.w, 1}, ThemeColor(ColorRole::Hairline));
     const std::vector<std::string>& values = GetItem(index);
+    const FieldLook texts = With(look, look.fontSize, TextOf(index, look.text), look.bold);
     const std::vector<int> widths = ColumnWidths(row.w);
     int x = row.x;
     for (size_t c = 0; c < std::min(columns_.size(), values.size()); ++c) {
         const int room = std::min(widths[c], row.x + row.w - x) - 2 * kRowPadding;
-        DrawLineOfText(canvas, values[c], {x + kRowPadding, row.y, room, row.h}, look);
+        DrawLineOfText(canvas, values[c], {x + kRowPadding, row.y, room, row.h}, texts);
         x += widths[c];
     }
+}
+
+Color CListView::TextOf(int index, const Color& color) const {
+    const bool dimmed = enabled && items_[static_cast<size_t>(index)].dimmed;
+    return dimmed ? ThemeColor(ColorRole::QuietText) : color;
 }
 
 void CListView::DrawCard(CCanvas& canvas, int index, const FieldLook& look) const {
@@ -266,7 +272,8 @@ void CListView::DrawCard(CCanvas& canvas, int index, const FieldLook& look) cons
     const Color border = selected && enabled ? look.focus : hovered ? look.border : ThemeColor(ColorRole::CardBorder);
     canvas.DrawRoundRect(card, look.radius, border, selected && enabled ? 1.5F : 1.0F);
     const Rect box{card.x + kCardPadding, card.y, std::max(0, card.w - 2 * kCardPadding), card.h};
-    const FieldLook small = With(look, look.fontSize - 1, look.text, false);
+    const Color text = TextOf(index, look.text);
+    const FieldLook small = With(look, look.fontSize - 1, text, false);
     const FieldLook caption =
         With(small, small.fontSize, enabled ? ThemeColor(ColorRole::QuietText) : look.text, false);
     const std::vector<Piece> pieces = PiecesOf(canvas, values, box, small);
@@ -275,7 +282,7 @@ void CListView::DrawCard(CCanvas& canvas, int index, const FieldLook& look) cons
     const int pill = DrawPill(canvas, values, {box.x, top, box.w, kNameHeight}, selected || hovered);
     if (!values.empty()) {
         DrawLineOfText(canvas, values[0], {box.x, top, box.w - pill, kNameHeight},
-                       With(look, look.fontSize, look.text, true));
+                       With(look, look.fontSize, text, true));
     }
     for (const Piece& piece : pieces) {
         const Rect line{piece.x, top + kNameHeight + piece.line * kPieceHeight, piece.width, kPieceHeight};
@@ -337,12 +344,13 @@ AccessibleInfo CListView::Accessibility() const {
     info.description = items_.empty() ? placeholder_ : std::string();
     for (size_t i = 0; i < items_.size(); ++i) {
         std::string name;
-        for (size_t c = 0; c < items_[i].size(); ++c) {
-            if (items_[i][c].empty()) continue;
+        const std::vector<std::string>& values = items_[i].values;
+        for (size_t c = 0; c < values.size(); ++c) {
+            if (values[c].empty()) continue;
             const bool titled = c > 0 && c < columns_.size() && !columns_[c].title.empty();
-            name += (name.empty() ? "" : ", ") + (titled ? columns_[c].title + ": " : "") + items_[i][c];
+            name += (name.empty() ? "" : ", ") + (titled ? columns_[c].title + ": " : "") + values[c];
         }
-        info.items.push_back({std::move(name), static_cast<int>(i) == selected_});
+        info.items.push_back({std::move(name), static_cast<int>(i) == selected_, items_[i].why});
     }
     return info;
 }
@@ -372,10 +380,18 @@ void CListView::SetMode(int mode) {
 }
 
 int CListView::AddItem(const std::vector<std::string>& values) {
-    std::vector<std::string>& item = items_.emplace_back();
+    std::vector<std::string>& item = items_.emplace_back().values;
     for (const std::string& value : values) item.push_back(Utf8::Clean(value));
     Invalidate(&rect);
     return GetCount() - 1;
+}
+
+void CListView::DimItem(int index, const std::string& why) {
+    if (index < 0 || index >= GetCount()) return;
+    Item& item = items_[static_cast<size_t>(index)];
+    item.dimmed = true;
+    item.why = Utf8::Clean(why);
+    Invalidate(&rect);
 }
 
 void CListView::Clear() {
@@ -391,7 +407,7 @@ int CListView::GetCount() const {
 
 const std::vector<std::string>& CListView::GetItem(int index) const {
     static const std::vector<std::string> kNone;
-    return index >= 0 && index < GetCount() ? items_[static_cast<size_t>(index)] : kNone;
+    return index >= 0 && index < GetCount() ? items_[static_cast<size_t>(index)].values : kNone;
 }
 
 void CListView::SetPlaceholder(const std::string& utf8) {

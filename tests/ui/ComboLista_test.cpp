@@ -284,6 +284,13 @@ TEST_F(Lista, CardsShowTitledTextsAndExtras) {
     ASSERT_EQ(info.items.size(), 2U);
     EXPECT_EQ(info.items[0].name, "nombre 0, Origen: DNIe, en la tarjeta");
     EXPECT_TRUE(info.items[1].selected);
+    lista->DimItem(0, "caducó ayer");
+    EXPECT_EQ(lista->Accessibility().items[0].description, "caducó ayer");
+    const std::string gris = Falso::Texto(Lx::ThemeColor(Lx::ColorRole::QuietText));
+    EXPECT_THAT(Falso::Pintar(*lista),
+                Contains(testing::MatchesRegex("DrawText \"nombre 0\" 28,[0-9]+ " + gris + ".*")));
+    Clic(ventana, 50, 20);
+    EXPECT_EQ(lista->GetSelected(), 0);
 }
 
 // A dialog's handler may take its controls away.
