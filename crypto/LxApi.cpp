@@ -1,11 +1,14 @@
 #include "crypto/LxApi.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <ctime>
 #include <memory>
 
+#include "crypto/LxDescriptor.h"
 #include "crypto/RutaInterna.h"
 
 namespace Lx::Api {
@@ -18,8 +21,12 @@ using Fichero = std::unique_ptr<FILE, Cerrar>;
 
 }  // namespace
 
+// A pipe is asked for, not opened: that would wait for its other end, or wake who waits there.
 bool FileExists(const std::string& path) {
-    return !path.empty() && Fichero(std::fopen(path.c_str(), "rb")) != nullptr;
+    struct stat hay {};
+    if (stat(path.c_str(), &hay) != 0) return false;
+    if (S_ISFIFO(hay.st_mode)) return faccessat(AT_FDCWD, path.c_str(), R_OK, AT_EACCESS) == 0;
+    return bool(Descriptor(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC)));
 }
 
 bool AppendLog(const std::string& path, const std::string& line) {

@@ -44,6 +44,76 @@ bool Next(const unsigned char* buf, size_t size, size_t& pos, Tlv& tlv) {
     return true;
 }
 
+bool Lector::Saltar(int elementos) {
+    Tlv tlv;
+    while (elementos > 0 && Leer(tlv)) --elementos;
+    return elementos == 0;
+}
+
+bool Lector::Entrar(uint8_t tag, Lector& dentro) {
+    Tlv tlv;
+    if (!Leer(tag, tlv)) return false;
+    dentro = Dentro(tlv);
+    return true;
+}
+
+void PutRaw(std::string& out, unsigned char tag, const void* bytes, size_t n) {
+    out += static_cast<char>(tag);
+    if (n < 128) {
+        out += static_cast<char>(n);
+    } else {
+        std::string longitud;
+        for (size_t resto = n; resto > 0; resto >>= 8)
+            longitud.insert(longitud.begin(), static_cast<char>(resto & 0xFF));
+        out += static_cast<char>(0x80 | longitud.size());
+        out += longitud;
+    }
+    if (n > 0) out.append(static_cast<const char*>(bytes), n);
+}
+
+void Put(std::string& out, unsigned char tag, std::string_view content) {
+    PutRaw(out, tag, content.data(), content.size());
+}
+
+std::string Elemento(unsigned char tag, std::string_view contenido) {
+    std::string salida;
+    Put(salida, tag, contenido);
+    return salida;
+}
+
+// A first bit of 1 would make it negative (X.690, 8.3).
+std::string Entero(uint64_t valor) {
+    std::string bytes(1, static_cast<char>(valor & 0xFF));
+    for (uint64_t resto = valor >> 8; resto > 0; resto >>= 8)
+        bytes.insert(bytes.begin(), static_cast<char>(resto & 0xFF));
+    if ((bytes[0] & 0x80) != 0) bytes.insert(bytes.begin(), '\0');
+    return Elemento(0x02, bytes);
+}
+
+std::string Octetos(std::string_view contenido) {
+    return Elemento(0x04, contenido);
+}
+
+std::string Octetos(const std::vector<unsigned char>& contenido) {
+    return Octetos(std::string_view(reinterpret_cast<const char*>(contenido.data()), contenido.size()));
+}
+
+std::string Nulo() {
+    return Elemento(0x05, {});
+}
+
+std::string Oid(std::string_view contenido) {
+    return Elemento(0x06, contenido);
+}
+
+std::string Secuencia(std::string_view elementos) {
+    return Elemento(0x30, elementos);
+}
+
+std::string Conjunto(std::string_view elementos) {
+    return Elemento(0x31, elementos);
+}
+
 std::vector<unsigned char> DigestInfoSha256(const std::vector<unsigned char>& digest) {
     std::vector<unsigned char> info = Api::HexToBin("3031300D060960864801650304020105000420");
     info.insert(info.end(), digest.begin(), digest.end());

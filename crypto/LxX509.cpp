@@ -10,6 +10,7 @@
 namespace Lx::X509 {
 namespace {
 
+using Der::Lector;
 using Interno::CnDe;
 using Interno::DnTexto;
 using Interno::ParseNombre;
@@ -28,29 +29,6 @@ constexpr size_t kMinCertificado = 64;
 
 constexpr unsigned char kOidBasic[] = {0x55, 0x1D, 0x13};     // 2.5.29.19
 constexpr unsigned char kOidKeyUsage[] = {0x55, 0x1D, 0x0F};  // 2.5.29.15
-
-// A run of DER elements inside a larger buffer, read one after another.
-struct Lector {
-    const unsigned char* buf = nullptr;
-    size_t fin = 0;
-    size_t pos = 0;
-
-    [[nodiscard]] bool Leer(Der::Tlv& tlv) { return Der::Next(buf, fin, pos, tlv); }
-    [[nodiscard]] bool Leer(uint8_t tag, Der::Tlv& tlv) { return Der::NextCon(buf, fin, pos, tag, tlv); }
-    [[nodiscard]] bool Saltar(int elementos) {
-        Der::Tlv tlv;
-        while (elementos > 0 && Leer(tlv)) --elementos;
-        return elementos == 0;
-    }
-    // Opens the next element, which must have this tag; this reader moves past it.
-    [[nodiscard]] bool Entrar(uint8_t tag, Lector& dentro) {
-        Der::Tlv tlv;
-        if (!Leer(tag, tlv)) return false;
-        dentro = {buf, tlv.fin, tlv.contenido};
-        return true;
-    }
-    [[nodiscard]] Lector Dentro(const Der::Tlv& tlv) const { return {buf, tlv.fin, tlv.contenido}; }
-};
 
 bool EsOid(const unsigned char* buf, const Der::Tlv& tlv, const unsigned char (&oid)[3]) {
     const unsigned char* c = buf + tlv.contenido;
@@ -228,10 +206,11 @@ bool BuscarBits(const std::vector<unsigned char>& der, Der::Tlv& bits) {
 // RSAPublicKey ::= SEQUENCE { modulus INTEGER, publicExponent INTEGER } (RFC 8017, A.1.1) inside those bits. The
 // algorithm isn't looked at: no other kind of key has a SEQUENCE there.
 bool BuscarClaveRsa(const std::vector<unsigned char>& der, Der::Tlv& modulo, Der::Tlv& exponente) {
+    const Lector todo{der.data(), der.size(), 0};
     Der::Tlv tlv;
     Lector clave;
     if (!BuscarBits(der, tlv)) return false;
-    Lector bits{der.data(), tlv.fin, tlv.contenido + 1};
+    Lector bits = todo.Dentro(tlv, 1);
     return bits.Entrar(kSecuencia, clave) && clave.Leer(kEntero, modulo) && clave.Leer(kEntero, exponente);
 }
 

@@ -92,16 +92,15 @@ std::string TextoDe(uint8_t tag, std::string_view bytes) {
 // Calls visitar(oid, value) for each attribute until it returns false.
 template <typename Visita>
 void Recorrer(const unsigned char* bytes, size_t size, Visita visitar) {
-    Der::Tlv conjunto;
-    for (size_t pos = 0; Der::Next(bytes, size, pos, conjunto);) {
+    Der::Lector nombre{bytes, size, 0};
+    for (Der::Tlv conjunto; nombre.Leer(conjunto);) {
         if (conjunto.tag != kConjunto) continue;
-        Der::Tlv par;
-        for (size_t p = conjunto.contenido; Der::Next(bytes, conjunto.fin, p, par);) {
-            size_t q = par.contenido;
+        Der::Lector pares = nombre.Dentro(conjunto);
+        for (Der::Tlv par; pares.Leer(par);) {
+            Der::Lector campos = pares.Dentro(par);
             Der::Tlv oid;
             Der::Tlv valor;
-            if (par.tag != kSecuencia || !Der::NextCon(bytes, par.fin, q, kOid, oid)) continue;
-            if (!Der::Next(bytes, par.fin, q, valor)) continue;
+            if (par.tag != kSecuencia || !campos.Leer(kOid, oid) || !campos.Leer(valor)) continue;
             if (!visitar(oid, valor)) return;
         }
     }

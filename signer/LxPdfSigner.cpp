@@ -1,15 +1,15 @@
 #include "signer/LxPdfSigner.h"
 
+#include "cms/LxCms.h"
 #include "crypto/LxApi.h"
 #include "signer/Motor.h"
-#include "signer/PdfCms.h"
 
 namespace LxPdfSigner {
 
 namespace {
 
 std::string Ahora() {
-    return Interno::Utc("%y%m%d%H%M%SZ");
+    return LxCms::Utc("%y%m%d%H%M%SZ");
 }
 
 }  // namespace
@@ -47,6 +47,11 @@ Resultado Crear(const std::string& salida, const std::string& texto, const Lx::X
 Resultado Crear(const std::string& salida, const std::string& texto, const Lx::X509::Certificado& cert,
                 const Callback& firmar, const Metadatos& meta, size_t reserva) {
     return Crear(salida, texto, cert, reserva, firmar, meta);
+}
+
+Resultado Crear(const std::string& salida, const std::string& texto, const Lx::X509::Certificado& cert,
+                const Callback& firmar, const Metadatos& meta, const Opciones& opciones) {
+    return Interno::CrearEnteroEn(Ahora(), salida, texto, cert, firmar, meta, opciones);
 }
 
 std::string RutaSalida(const std::string& ruta) {

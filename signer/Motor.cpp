@@ -16,6 +16,7 @@
 #include "signer/PdfFrases.h"
 #include "signer/PdfHueco.h"
 #include "signer/PdfSello.h"
+#include "signer/PdfVigia.h"
 
 namespace LxPdfSigner::Interno {
 
@@ -70,6 +71,7 @@ struct Encargo {
     const Callback& firmar;
     const Metadatos& meta;
     const Opciones& opciones;
+    Lx::Control& control;
 };
 
 enum class TipoAcroForm { Ausente, Referencia, EnLinea };
@@ -95,7 +97,8 @@ struct Plan {
 void EmpezarCopia(const Encargo& encargo, const LxPdf::Fuente& fuente, Abierto& abierto) {
     abierto.copia = std::make_unique<Copia>();
     Resultado& r = abierto.alCopiar;
-    if (!abierto.copia->Empezar(fuente, encargo.salida, r.motivo, r.error)) abierto.copia.reset();
+    Destino destino = DestinoDe(encargo.salida, encargo.opciones, fuente);
+    if (!abierto.copia->Empezar(fuente, std::move(destino), encargo.control, r.motivo, r.error)) abierto.copia.reset();
 }
 
 bool AbrirDocumento(const Encargo& encargo, Abierto& abierto, Resultado& r) {
@@ -107,8 +110,9 @@ bool AbrirDocumento(const Encargo& encargo, Abierto& abierto, Resultado& r) {
         abierto.doc = LxPdf::Barrido::Abrir(std::move(datos), fallo);
         return abierto.doc || Fallo(r, Explicar(fallo, entrada));
     }
-    abierto.fuente = LxPdf::AbrirFichero(entrada);
-    if (!abierto.fuente) return Fallo(r, Motivo::NoSeLee, "no se pudo leer " + entrada + ".");
+    std::unique_ptr<LxPdf::Fuente> fuente = LxPdf::AbrirFichero(entrada);
+    if (!fuente) return Fallo(r, Motivo::NoSeLee, "no se pudo leer " + entrada + ".");
+    abierto.fuente = Cancelable(std::move(fuente), encargo.control);
     const bool grande = abierto.fuente->Longitud() >= kCopiaTemprana;
     if (grande && !Documento::TienePrincipioYFin(*abierto.fuente, fallo)) return Fallo(r, Explicar(fallo, entrada));
     if (grande && PuedeFirmar(encargo.cert, encargo.reserva, encargo.firmar) &&
@@ -387,7 +391,7 @@ bool SigueIgual(const Lectura& doc, const std::string& entrada, Resultado& r) {
 }
 
 // All that a signature needs is there: from here on only the key and the disk can fail.
-void Sellar(const Encargo& encargo, Abierto& abierto, const Plan& plan, const Hueco& hueco, const Sid& sid,
+void Sellar(const Encargo& encargo, Abierto& abierto, const Plan& plan, const Hueco& hueco, const LxCms::Sid& sid,
             Actualizacion& act, Resultado& r) {
     const LxPdf::Fuente& fuente = abierto.doc->Bytes();
     Lx::Api::Interno::Sha256Ctx ctx;
@@ -401,13 +405,14 @@ void Sellar(const Encargo& encargo, Abierto& abierto, const Plan& plan, const Hu
                         Lx::Api::BinToHex(Lx::Api::Interno::Sha256Fin(ctx).data(), kBytesId), act);
     const std::vector<unsigned char> digest = CubrirTodo(ctx, static_cast<size_t>(fuente.Longitud()), act, hueco);
     std::string nota;
-    if (!SigueIgual(*abierto.doc, encargo.entrada, r) ||
+    if (!abierto.copia->Reservar(act.Total(), r.motivo, r.error) || !SigueIgual(*abierto.doc, encargo.entrada, r) ||
         !FirmarHueco(act.Bytes(), hueco, digest, encargo.cert, sid, encargo.firmar, nota, r.motivo, r.error) ||
         !SigueIgual(*abierto.doc, encargo.entrada, r) ||
         !abierto.copia->Acabar(act.Bytes(), digest, r.motivo, r.error)) {
         return;
     }
     r.bytes = act.Total();
+    r.salida = abierto.copia->Ruta();
     r.escrito = true;
     r.firmado = true;
     r.nota = nota;
@@ -447,7 +452,12 @@ Resultado FirmarEn(const std::string& utc, const std::string& entrada, const std
                    const Opciones& opciones) {
     Resultado r;
     const Metadatos meta = ConValoresPorDefecto(pedidos, cert);
-    Hacer({utc, entrada, salida, cert, reserva, firmar, meta, opciones}, r);
+    Lx::Control nadie;
+    Lx::Control& control = opciones.referencias && opciones.control != nullptr ? *opciones.control : nadie;
+    Turno turno(firmar, control);
+    control.Pasar(Lx::Etapa::Documento);
+    Hacer({utc, entrada, salida, cert, reserva, firmar ? turno.Funcion() : firmar, meta, opciones, control}, r);
+    turno.Explicar(r);
     for (const Lx::Aviso& aviso : r.avisos) r.aviso += (r.aviso.empty() ? "" : " ") + aviso.frase;
     return r;
 }

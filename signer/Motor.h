@@ -17,6 +17,11 @@ namespace LxPdfSigner::Interno {
                                 const Lx::X509::Certificado& cert, size_t reserva, const Callback& firmar,
                                 const Metadatos& meta);
 
+// As LxPdfSigner::Crear with `opciones`, at the time `utc`.
+[[nodiscard]] Resultado CrearEnteroEn(const std::string& utc, const std::string& salida, const std::string& texto,
+                                      const Lx::X509::Certificado& cert, const Callback& firmar, const Metadatos& meta,
+                                      const Opciones& opciones);
+
 // The texts that stand for what the caller left empty.
 [[nodiscard]] Metadatos ConValoresPorDefecto(Metadatos meta, const Lx::X509::Certificado& cert);
 

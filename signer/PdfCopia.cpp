@@ -6,9 +6,11 @@
 
 #include <algorithm>
 #include <system_error>
+#include <utility>
 
 #include "crypto/LxFichero.h"
 #include "signer/PdfFichero.h"
+#include "signer/PdfVigia.h"
 
 namespace LxPdfSigner::Interno {
 
@@ -24,6 +26,7 @@ namespace {
 // nothing beside them.
 constexpr size_t kPieza = 256U << 10;
 constexpr size_t kAnillo = 8;
+constexpr uint64_t kVolcado = 32;  // pieces that are sent to the disk together
 // Below it a thread costs more than it saves.
 constexpr uint64_t kParaleloDesde = 2U << 20;
 
@@ -52,6 +55,15 @@ bool Copia::Fallo(Motivo causa, Motivo& motivo, std::string& error) const {
         case Motivo::SalidaIncompleta:
             error = "escritura incompleta de " + salida_ + ".";
             break;
+        case Motivo::SalidaExiste:
+            error = "ya existe " + nuevo_.Ruta() + ": no se sustituye.";
+            break;
+        case Motivo::SalidaAjena:
+            error = nuevo_.Ruta() + " ya existe y no es un fichero normal.";
+            break;
+        case Motivo::Cancelado:
+            error = kFraseCancelado;
+            break;
         case Motivo::Cambiado:
             error = "no se pudo leer el documento hasta el final: puede que otro programa lo haya cambiado.";
             break;
@@ -61,11 +73,16 @@ bool Copia::Fallo(Motivo causa, Motivo& motivo, std::string& error) const {
     return false;
 }
 
-bool Copia::Empezar(const LxPdf::Fuente& fuente, const std::string& salida, Motivo& motivo, std::string& error) {
+bool Copia::Empezar(const LxPdf::Fuente& fuente, Destino destino, Lx::Control& control, Motivo& motivo,
+                    std::string& error) {
     fuente_ = &fuente;
-    salida_ = salida;
-    if (!nuevo_.Abrir(salida, ajustes_.sinNombre)) return Fallo(Motivo::SalidaImposible, motivo, error);
+    control_ = &control;
+    salida_ = destino.ruta;
+    reservar_ = destino.entero;
+    const Motivo causa = nuevo_.Abrir(std::move(destino), ajustes_.sinNombre);
+    if (causa != Motivo::Ninguno) return Fallo(causa, motivo, error);
     const uint64_t total = fuente.Longitud();
+    if (!Reservar(total, motivo, error)) return false;
     piezas_ = (total + kPieza - 1) / kPieza;
     const size_t largo = static_cast<size_t>(std::min<uint64_t>(total, kPieza));
     leidas_.assign(static_cast<size_t>(std::min<uint64_t>(piezas_, kAnillo)), std::string(largo, '\0'));
@@ -123,12 +140,18 @@ void Copia::Trabajar() {
         ocupada_[tarea] = false;
         if (causa == Motivo::Ninguno) {
             ++hechas_[tarea];
+            Contar();
         } else {
             causa_ = causa;
             parar_ = true;
         }
         cambio_.notify_all();
     }
+}
+
+void Copia::Contar() {
+    const uint64_t hechas = *std::min_element(hechas_.begin(), hechas_.end());
+    if (contar_) control_->Avanzar(std::min(hechas * kPieza, fuente_->Longitud()));
 }
 
 bool Copia::Releer(uint64_t pieza) {
@@ -141,9 +164,13 @@ Motivo Copia::Hacer(size_t tarea, uint64_t pieza) {
     std::string& leida = leidas_[static_cast<size_t>(pieza % leidas_.size())];
     switch (tarea) {
         case kMover:
+            if (control_->Cancelado()) return Motivo::Cancelado;
             if (!fuente_->Leer(pieza * kPieza, largo, leida.data())) return Motivo::Cambiado;
-            if (nuevo_.Directa() || Lx::Api::EscribirTodo(nuevo_.Fd(), {leida.data(), largo})) return Motivo::Ninguno;
-            return Motivo::SalidaIncompleta;
+            if (nuevo_.Directa()) return Motivo::Ninguno;
+            if (!Lx::Api::EscribirTodo(nuevo_.Fd(), {leida.data(), largo})) return Motivo::SalidaIncompleta;
+            if ((pieza + 1) % kVolcado == 0)
+                EmpezarAVolcar(nuevo_.Fd(), (pieza + 1 - kVolcado) * kPieza, (pieza + 1) * kPieza);
+            return Motivo::Ninguno;
         case kCubrir:
             if (!juntos_) {
                 Sha256Update(cubierto_, leida.data(), largo);
@@ -160,11 +187,33 @@ Motivo Copia::Hacer(size_t tarea, uint64_t pieza) {
 }
 
 bool Copia::Esperar(Sha256Ctx& hash, Motivo& motivo, std::string& error) {
+    {
+        const std::lock_guard guarda(cerrojo_);
+        contar_ = true;
+        control_->Pasar(Lx::Etapa::Copia, fuente_->Longitud());
+        Contar();
+    }
     if (hilos_.empty()) Trabajar();
     for (std::thread& hilo : hilos_) hilo.join();
     hilos_.clear();
     if (causa_ != Motivo::Ninguno) return Fallo(causa_, motivo, error);
     hash = cubierto_;
+    return true;
+}
+
+bool Copia::Reservar(uint64_t total, Motivo& motivo, std::string& error) {
+    // In parts: some file systems take their time, and the person may give up.
+    constexpr uint64_t kParte = 256U << 20;
+    while (reservar_ && reservados_ < total) {
+        if (control_->Cancelado()) return Fallo(Motivo::Cancelado, motivo, error);
+        const uint64_t hasta = std::min(total, reservados_ + kParte);
+        if (!ReservarEspacio(nuevo_.Fd(), reservados_, hasta)) {
+            motivo = Motivo::SalidaIncompleta;
+            error = "no queda espacio en el disco para " + nuevo_.Ruta() + ".";
+            return false;
+        }
+        reservados_ = hasta;
+    }
     return true;
 }
 
@@ -178,7 +227,7 @@ Motivo Copia::Anadir(std::string_view actualizacion, const std::vector<unsigned 
     if (!Lx::Api::EscribirTodo(nuevo_.Fd(), actualizacion)) return Motivo::SalidaIncompleta;
     if (!Comprobar(nuevo_.Fd(), fuente_->Longitud(), comprobado_, digest)) return Motivo::Autocomprobacion;
     if (!AsegurarEnDisco(nuevo_.Fd())) return Motivo::SalidaIncompleta;
-    return nuevo_.Nombrar() ? Motivo::Ninguno : Motivo::SalidaImposible;
+    return nuevo_.Nombrar();
 }
 
 Motivo Copia::EscribirDirecta(std::string_view actualizacion, const std::vector<unsigned char>& digest) {

@@ -12,6 +12,7 @@
 #include <thread>
 #include <vector>
 
+#include "crypto/LxControl.h"
 #include "crypto/LxMotivo.h"
 #include "crypto/LxSha256.h"
 #include "pdf/LxFuente.h"
@@ -19,9 +20,9 @@
 
 namespace LxPdfSigner::Interno {
 
-// One copy an object, its functions in this order. Whatever they return, `salida` is what it was before until Acabar
-// has returned true; only a device, a pipe or a file in a folder that may not be written gets its bytes directly, and
-// not before Acabar.
+// One copy an object, its functions in this order. Whatever they return, what has the output's name is what it was
+// before until Acabar has returned true; only what can't be replaced (Provisional::Directa) gets its bytes directly,
+// and not before Acabar. Up to Reservar all end with Cancelado, and nothing is left, soon after the control says so.
 class Copia {
   public:
     struct Ajustes {
@@ -37,16 +38,20 @@ class Copia {
     Copia(const Copia&) = delete;
     Copia& operator=(const Copia&) = delete;
 
-    // Begins to copy all of `fuente`, which must outlive the copy, to what will be `salida`. On false one sentence in
-    // `error`.
-    [[nodiscard]] bool Empezar(const LxPdf::Fuente& fuente, const std::string& salida, Lx::Motivo& motivo,
+    // Begins to copy all of `fuente` to what will be `destino`; source and control must outlive the copy. On false one
+    // sentence in `error`.
+    [[nodiscard]] bool Empezar(const LxPdf::Fuente& fuente, Destino destino, Lx::Control& control, Lx::Motivo& motivo,
                                std::string& error);
-    // Waits for the copy; `hash` continues after the document's last byte.
+    // Waits for the copy, which is now a stage of the job; `hash` continues after the document's last byte.
     [[nodiscard]] bool Esperar(Lx::Api::Interno::Sha256Ctx& hash, Lx::Motivo& motivo, std::string& error);
+    // Makes sure that a file of `total` bytes fits, where the file system can tell.
+    [[nodiscard]] bool Reservar(uint64_t total, Lx::Motivo& motivo, std::string& error);
     // Appends `actualizacion`, which holds the last /ByteRange and the hole, checks what the file then holds against
     // `digest`, and gives it its name.
     [[nodiscard]] bool Acabar(std::string_view actualizacion, const std::vector<unsigned char>& digest,
                               Lx::Motivo& motivo, std::string& error);
+    // The output's name.
+    [[nodiscard]] const std::string& Ruta() const { return nuevo_.Ruta(); }
 
   private:
     // What is done with each piece. Each goes over the pieces in order, and none overtakes the one it lives on.
@@ -60,13 +65,17 @@ class Copia {
     [[nodiscard]] bool Releer(uint64_t pieza);
     [[nodiscard]] Lx::Motivo Hacer(size_t tarea, uint64_t pieza);
     void Parar();
+    void Contar();
     [[nodiscard]] Lx::Motivo Anadir(std::string_view actualizacion, const std::vector<unsigned char>& digest);
     [[nodiscard]] Lx::Motivo EscribirDirecta(std::string_view actualizacion, const std::vector<unsigned char>& digest);
     [[nodiscard]] bool Fallo(Lx::Motivo causa, Lx::Motivo& motivo, std::string& error) const;
 
     Ajustes ajustes_;
     const LxPdf::Fuente* fuente_ = nullptr;
-    std::string salida_;
+    Lx::Control* control_ = nullptr;
+    std::string salida_;  // the name that was asked for
+    bool reservar_ = false;
+    uint64_t reservados_ = 0;  // bytes
     Provisional nuevo_;
     uint64_t piezas_ = 0;
     bool juntos_ = false;              // kCubrir does the work of kComprobar along with its own
@@ -80,6 +89,7 @@ class Copia {
     std::array<uint64_t, kTareas> hechas_{};  // pieces
     std::array<bool, kTareas> ocupada_{};
     bool parar_ = false;
+    bool contar_ = false;  // the bytes done, for the control
     Lx::Motivo causa_ = Lx::Motivo::Ninguno;
     std::vector<std::thread> hilos_;
 };

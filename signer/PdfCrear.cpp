@@ -1,13 +1,16 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <memory>
 
 #include "crypto/LxSha256.h"
 #include "pdf/LxActualizacion.h"
 #include "signer/Motor.h"
+#include "signer/PdfCopia.h"
 #include "signer/PdfFichero.h"
 #include "signer/PdfHueco.h"
 #include "signer/PdfSello.h"
+#include "signer/PdfVigia.h"
 
 namespace LxPdfSigner::Interno {
 
@@ -108,13 +111,59 @@ bool CrearFirmado(const std::string& utc, const std::string& salida, const std::
         return false;
     }
     r.bytes = fichero.partes.Bytes().size();
+    r.salida = salida;
     r.escrito = true;
     r.firmado = true;
     r.nota = nota;
     return true;
 }
 
+// The signed document, whole under its name.
+void CrearEntero(const std::string& utc, const std::string& salida, const std::string& texto,
+                 const Lx::X509::Certificado& cert, const Callback& firmar, const Metadatos& meta,
+                 const Opciones& opciones, Lx::Control& control, Resultado& r) {
+    Reserva hecha;
+    if (!PuedeFirmar(cert, kReservaPorDefecto, firmar)) {
+        r.motivo = Lx::Motivo::CertificadoInutil;
+        r.error = "no hay certificado valido para firmar.";
+        return;
+    }
+    if (!Reservar(cert, kReservaPorDefecto, hecha, r.motivo, r.error)) return;
+    Fichero fichero = Construir(texto, true, hecha.bytes, meta, utc);
+    std::string& bytes = fichero.partes.Bytes();
+    const std::vector<unsigned char> digest = CubrirTodo(fichero);
+    // To the copy it is an update of nothing.
+    const std::unique_ptr<LxPdf::Fuente> nada = LxPdf::AbrirMemoria({});
+    Copia copia;
+    Lx::Api::Interno::Sha256Ctx hash;
+    std::string nota;
+    if (!copia.Empezar(*nada, DestinoDe(salida, opciones, *nada), control, r.motivo, r.error) ||
+        !copia.Esperar(hash, r.motivo, r.error) || !copia.Reservar(bytes.size(), r.motivo, r.error) ||
+        !FirmarHueco(bytes, fichero.hueco, digest, cert, hecha.sid, firmar, nota, r.motivo, r.error) ||
+        !copia.Acabar(bytes, digest, r.motivo, r.error))
+        return;
+    r.bytes = bytes.size();
+    r.salida = copia.Ruta();
+    r.nota = nota;
+    r.escrito = r.firmado = true;
+}
+
 }  // namespace
+
+Resultado CrearEnteroEn(const std::string& utc, const std::string& salida, const std::string& texto,
+                        const Lx::X509::Certificado& cert, const Callback& firmar, const Metadatos& pedidos,
+                        const Opciones& pedidas) {
+    Resultado r;
+    Lx::Control nadie;
+    Lx::Control& control = pedidas.control != nullptr ? *pedidas.control : nadie;
+    Opciones opciones = pedidas;
+    opciones.referencias = true;
+    Turno turno(firmar, control);
+    CrearEntero(utc, salida, texto, cert, firmar ? turno.Funcion() : firmar, ConValoresPorDefecto(pedidos, cert),
+                opciones, control, r);
+    turno.Explicar(r);
+    return r;
+}
 
 Resultado CrearEn(const std::string& utc, const std::string& salida, const std::string& texto,
                   const Lx::X509::Certificado& cert, size_t reserva, const Callback& firmar, const Metadatos& pedidos) {
@@ -128,6 +177,7 @@ Resultado CrearEn(const std::string& utc, const std::string& salida, const std::
     r.escrito = Escribir(salida, {fichero.partes.Bytes()}, motivo, error);
     if (r.escrito) {
         r.bytes = fichero.partes.Bytes().size();
+        r.salida = salida;
         error = "PDF escrito sin firma.";
     }
     if (r.error.empty()) {

@@ -42,14 +42,14 @@ bool PuedeFirmar(const Lx::X509::Certificado& cert, size_t reserva, const Callba
 
 bool Reservar(const Lx::X509::Certificado& cert, size_t pedida, Reserva& reserva, Lx::Motivo& motivo,
               std::string& error) {
-    if (!ExtraerSid(cert.der, reserva.sid)) {
+    if (!LxCms::ExtraerSid(cert.der, reserva.sid)) {
         motivo = Lx::Motivo::CertificadoInutil;
         error = "el certificado elegido no es de firma RSA; este motor solo firma con RSA (PKCS#1 v1.5 + SHA-256).";
         return false;
     }
-    const std::string atributos = SignedAttributes(std::vector<unsigned char>(32, 0), cert.der, reserva.sid);
+    const std::string atributos = LxCms::SignedAttributes(std::vector<unsigned char>(32, 0), cert.der, reserva.sid);
     const std::vector<unsigned char> firma(reserva.sid.modLen, 0);
-    const size_t prueba = ConstruirCms(cert.der, reserva.sid, atributos, firma).size();
+    const size_t prueba = LxCms::ConstruirCms(cert.der, reserva.sid, atributos, firma).size();
     if (prueba > pedida) {
         motivo = Lx::Motivo::SinReserva;
         error = "el CMS (" + std::to_string(prueba) + " B) no cabe en la reserva de " + std::to_string(pedida) + " B.";
@@ -61,9 +61,9 @@ bool Reservar(const Lx::X509::Certificado& cert, size_t pedida, Reserva& reserva
 }
 
 bool FirmarHueco(std::string& texto, const Hueco& hueco, const std::vector<unsigned char>& digest,
-                 const Lx::X509::Certificado& cert, const Sid& sid, const Callback& firmar, std::string& nota,
+                 const Lx::X509::Certificado& cert, const LxCms::Sid& sid, const Callback& firmar, std::string& nota,
                  Lx::Motivo& motivo, std::string& error) {
-    const std::string atributos = SignedAttributes(digest, cert.der, sid);
+    const std::string atributos = LxCms::SignedAttributes(digest, cert.der, sid);
     std::string dicho;
     const std::vector<unsigned char> firma = firmar({atributos.begin(), atributos.end()}, dicho);
     if (firma.empty()) {
@@ -71,7 +71,7 @@ bool FirmarHueco(std::string& texto, const Hueco& hueco, const std::vector<unsig
         error = dicho.empty() ? "la tarjeta no firmo." : dicho;
         return false;
     }
-    const std::string cms = ConstruirCms(cert.der, sid, atributos, firma);
+    const std::string cms = LxCms::ConstruirCms(cert.der, sid, atributos, firma);
     std::string hex = Lx::Api::BinToHex(cms.data(), cms.size());
     if (hex.size() > 2 * hueco.reserva) {
         motivo = Lx::Motivo::SinReserva;

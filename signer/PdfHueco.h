@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "cms/LxCms.h"
 #include "signer/LxPdfSigner.h"
-#include "signer/PdfCms.h"
 
 namespace LxPdfSigner::Interno {
 
@@ -29,7 +29,7 @@ struct Hueco {
 
 // Signer's part of a signature: what identifies the key, and how much room the CMS takes.
 struct Reserva {
-    Sid sid;
+    LxCms::Sid sid;
     size_t bytes = 0;
 };
 
@@ -43,7 +43,7 @@ struct Reserva {
 // Signs the digest of the covered bytes and writes the container into the hole of `texto`. False, with one sentence in
 // `error`, when the callback gives nothing or the container doesn't fit; `nota` is what the callback said on success.
 [[nodiscard]] bool FirmarHueco(std::string& texto, const Hueco& hueco, const std::vector<unsigned char>& digest,
-                               const Lx::X509::Certificado& cert, const Sid& sid, const Callback& firmar,
+                               const Lx::X509::Certificado& cert, const LxCms::Sid& sid, const Callback& firmar,
                                std::string& nota, Lx::Motivo& motivo, std::string& error);
 
 }  // namespace LxPdfSigner::Interno

@@ -12,6 +12,7 @@
 
 namespace LxPdfSigner::Interno {
 
+using Lx::Motivo;
 using Lx::Api::Descriptor;
 
 namespace {
@@ -50,55 +51,129 @@ bool Sustituible(const std::string& destino, const struct stat& hay) {
     return carpeta.st_dev == hay.st_dev && (!soloDuenos || yo == carpeta.st_uid || yo == hay.st_uid);
 }
 
-// Owner first: changing it may take permissions away. Who may not give a file away keeps it.
+// Owner first: changing it may take permissions away. Who may not give a file away keeps it; what the old group might
+// do is then not for another one.
 void Imitar(int fd, const struct stat& hay) {
-    static_cast<void>(fchown(fd, hay.st_uid, hay.st_gid) == 0);
-    static_cast<void>(fchmod(fd, hay.st_mode & 0777) == 0);
+    mode_t permisos = hay.st_mode & 0777;
+    if (fchown(fd, hay.st_uid, hay.st_gid) != 0 && fchown(fd, static_cast<uid_t>(-1), hay.st_gid) != 0)
+        permisos &= ~static_cast<mode_t>(S_IRWXG);
+    static_cast<void>(fchmod(fd, permisos) == 0);
 }
 
 }  // namespace
 
-bool AsegurarEnDisco(int fd) {
-    return fdatasync(fd) == 0 || errno == EINVAL || errno == ENOTSUP || errno == EROFS;
+Destino DestinoDe(const std::string& salida, const Opciones& opciones, const LxPdf::Fuente& documento) {
+    Destino destino{salida, opciones.referencias, opciones.reemplazar};
+    destino.otroNombre = opciones.otroNombre;
+    struct stat suyo = {};
+    if (fstat(documento.Descriptor(), &suyo) == 0) destino.permisos = suyo.st_mode & 0777;
+    return destino;
 }
 
-bool Provisional::Crear(bool sinNombre) {
+bool AsegurarEnDisco(int fd) {
+    return fsync(fd) == 0 || errno == EINVAL || errno == ENOTSUP || errno == EROFS;
+}
+
+bool ReservarEspacio(int fd, uint64_t desde, uint64_t hasta) {
+    if (desde >= hasta) return true;
+    const auto n = static_cast<off_t>(hasta - desde);
+    return fallocate(fd, FALLOC_FL_KEEP_SIZE, static_cast<off_t>(desde), n) == 0 ||
+           (errno != ENOSPC && errno != EDQUOT && errno != EFBIG);
+}
+
+void EmpezarAVolcar(int fd, uint64_t desde, uint64_t hasta) {
+    const auto n = static_cast<off64_t>(hasta - desde);
+    static_cast<void>(sync_file_range(fd, static_cast<off64_t>(desde), n, SYNC_FILE_RANGE_WRITE));
+}
+
+bool Provisional::Crear(bool sinNombre, mode_t permisos) {
     // The name comes through /proc.
     if (sinNombre && access("/proc/self/fd", X_OK) == 0) {
-        fd_ = Descriptor(open(CarpetaDe(destino_).c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, 0666));
+        fd_ = Descriptor(open(CarpetaDe(destino_.ruta).c_str(), O_TMPFILE | O_RDWR | O_CLOEXEC, permisos));
         // What file systems and kernels without nameless files say.
         if (fd_ || (errno != EOPNOTSUPP && errno != EISDIR && errno != ENOENT && errno != EINVAL)) return bool(fd_);
     }
-    fd_ = conNombre_.Crear(destino_);
+    fd_ = conNombre_.Crear(destino_.ruta, permisos);
     return bool(fd_);
 }
 
-bool Provisional::Abrir(const std::string& salida, bool sinNombre) {
-    struct stat hay = {};
-    const bool existe = stat(salida.c_str(), &hay) == 0;
-    if (!existe && (errno != ENOENT || salida.empty())) return false;
-    if (existe && (S_ISDIR(hay.st_mode) || faccessat(AT_FDCWD, salida.c_str(), W_OK, AT_EACCESS) != 0)) return false;
-    destino_ = TrasEnlaces(salida);
-    directa_ = existe && !Sustituible(destino_, hay);
-    if (directa_) return true;
-    if (!Crear(sinNombre)) {
-        directa_ = existe && (errno == EACCES || errno == EPERM || errno == EROFS);
-        return directa_;
-    }
-    if (existe) Imitar(fd_.Valor(), hay);
+Motivo Provisional::Abrir(Destino destino, bool sinNombre) {
+    destino_ = std::move(destino);
+    return destino_.entero ? AbrirEntero(sinNombre) : AbrirComoSea(sinNombre);
+}
+
+// Another name after one that is taken.
+bool Provisional::OtroNombre() {
+    constexpr int kNombres = 1000;
+    if (!destino_.otroNombre || ++nombres_ > kNombres) return false;
+    std::string otra = destino_.otroNombre(destino_.ruta);
+    if (otra.empty() || otra == destino_.ruta) return false;
+    destino_.ruta = std::move(otra);
     return true;
 }
 
-bool Provisional::Nombrar() {
-    const bool puesto = conNombre_.Ruta().empty() && Lx::Api::Enlazar(fd_.Valor(), destino_);
-    if (!puesto && conNombre_.Ruta().empty() && (errno != EEXIST || !conNombre_.Enlazar(fd_.Valor(), destino_))) {
-        return false;
+// A link counts as what it is, wherever it leads: neither followed nor replaced.
+Motivo Provisional::AbrirEntero(bool sinNombre) {
+    const std::string& ruta = destino_.ruta;
+    if (ruta.empty() || ruta.back() == '/') return Motivo::SalidaImposible;
+    struct stat hay = {};
+    int numero = 0;
+    while ((numero = lstat(ruta.c_str(), &hay) == 0 ? 0 : errno) == 0 && !destino_.reemplazar) {
+        if (!OtroNombre())
+            return S_ISREG(hay.st_mode) || S_ISLNK(hay.st_mode) ? Motivo::SalidaExiste : Motivo::SalidaAjena;
     }
-    if (!puesto && !conNombre_.Renombrar(destino_)) return false;
+    if (numero != 0 && numero != ENOENT) return Motivo::SalidaImposible;
+    const bool existe = numero == 0;
+    if (existe && !S_ISREG(hay.st_mode)) return Motivo::SalidaAjena;
+    if (existe && !Sustituible(ruta, hay)) return Motivo::SalidaImposible;
+    Lx::Api::Inacabado::QuitarAbandonados(ruta);
+    const mode_t permisos = destino_.permisos & 0777 & (existe ? hay.st_mode : 0777);
+    return Crear(sinNombre, permisos) ? Motivo::Ninguno : Motivo::SalidaImposible;
+}
+
+Motivo Provisional::AbrirComoSea(bool sinNombre) {
+    const std::string salida = destino_.ruta;
+    destino_.reemplazar = true;
+    struct stat hay = {};
+    const bool existe = stat(salida.c_str(), &hay) == 0;
+    if (!existe && (errno != ENOENT || salida.empty())) return Motivo::SalidaImposible;
+    if (existe && (S_ISDIR(hay.st_mode) || faccessat(AT_FDCWD, salida.c_str(), W_OK, AT_EACCESS) != 0))
+        return Motivo::SalidaImposible;
+    destino_.ruta = TrasEnlaces(salida);
+    directa_ = existe && !Sustituible(destino_.ruta, hay);
+    if (directa_ || Crear(sinNombre, 0666)) return Motivo::Ninguno;
+    directa_ = existe && (errno == EACCES || errno == EPERM || errno == EROFS);
+    return directa_ ? Motivo::Ninguno : Motivo::SalidaImposible;
+}
+
+// Gives it the name if that is free; 0 or the error's number, EEXIST when it is taken.
+int Provisional::Enlazar() {
+    const bool puesto = conNombre_.Ruta().empty() ? Lx::Api::Enlazar(fd_.Valor(), destino_.ruta)
+                                                  : conNombre_.RenombrarSinPisar(destino_.ruta);
+    return puesto ? 0 : errno;
+}
+
+Motivo Provisional::Sustituir() {
+    struct stat hay = {};
+    if (lstat(destino_.ruta.c_str(), &hay) == 0) {
+        if (!S_ISREG(hay.st_mode)) return Motivo::SalidaAjena;
+        Imitar(fd_.Valor(), hay);
+    }
+    if (conNombre_.Ruta().empty() && !conNombre_.Enlazar(fd_.Valor(), destino_.ruta)) return Motivo::SalidaImposible;
+    return conNombre_.Renombrar(destino_.ruta) ? Motivo::Ninguno : Motivo::SalidaImposible;
+}
+
+Motivo Provisional::Nombrar() {
+    int numero = 0;
+    while ((numero = Enlazar()) == EEXIST && !destino_.reemplazar)
+        if (!OtroNombre()) return Motivo::SalidaExiste;
+    Motivo causa = Motivo::Ninguno;
+    if (numero != 0) causa = numero == EEXIST ? Sustituir() : Motivo::SalidaImposible;
+    if (causa != Motivo::Ninguno) return causa;
     // The file is whole and has its name: that its name may come late to the disk is no failure.
-    const Descriptor carpeta(open(CarpetaDe(destino_).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+    const Descriptor carpeta(open(CarpetaDe(destino_.ruta).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (carpeta) static_cast<void>(fsync(carpeta.Valor()));
-    return true;
+    return Motivo::Ninguno;
 }
 
 }  // namespace LxPdfSigner::Interno

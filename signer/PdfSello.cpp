@@ -5,8 +5,8 @@
 #include <cmath>
 #include <limits>
 
+#include "cms/LxCms.h"
 #include "pdf/LxSintaxis.h"
-#include "signer/PdfCms.h"
 
 namespace LxPdfSigner::Interno {
 
@@ -195,7 +195,7 @@ std::string WinAnsi(const std::string& utf8) {
 }
 
 std::string PdfFechaDesdeUtc(const std::string& utc) {
-    return "D:" + (utc.size() >= 12 ? "20" + utc.substr(0, 12) : Utc("%Y%m%d%H%M%S")) + "+00'00'";
+    return "D:" + (utc.size() >= 12 ? "20" + utc.substr(0, 12) : LxCms::Utc("%Y%m%d%H%M%S")) + "+00'00'";
 }
 
 std::string FechaLegible(const std::string& utc) {

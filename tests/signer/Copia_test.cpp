@@ -97,19 +97,19 @@ class CopiaTest : public testing::Test {
         bool copiada = false;
         bool acabada = false;
     };
-    Fin Copiar(const LxPdf::Fuente& fuente, const std::string& salida, const Actualizacion& act,
+    Fin Copiar(const LxPdf::Fuente& fuente, const Destino& destino, const Actualizacion& act,
                const Copia::Ajustes& ajustes = {}) {
         Fin f;
         Copia copia(ajustes);
         Lx::Api::Interno::Sha256Ctx hash;
-        f.empezada = copia.Empezar(fuente, salida, f.motivo, f.error);
+        f.empezada = copia.Empezar(fuente, destino, control_, f.motivo, f.error);
         f.copiada = f.empezada && copia.Esperar(hash, f.motivo, f.error);
         if (f.copiada) hash_ = Lx::Api::Interno::Sha256Fin(hash);
         f.acabada = f.copiada && copia.Acabar(act.texto, act.digest, f.motivo, f.error);
         return f;
     }
     Fin Copiar(const std::string& doc, const std::string& salida, const Copia::Ajustes& ajustes = {}) {
-        return Copiar(*LxPdf::AbrirMemoria(doc), salida, Actualizacion(doc), ajustes);
+        return Copiar(*LxPdf::AbrirMemoria(doc), {salida}, Actualizacion(doc), ajustes);
     }
     [[nodiscard]] Nombres Hay() const {
         Nombres n;
@@ -136,6 +136,7 @@ class CopiaTest : public testing::Test {
     const std::string doc_ = Bytes(1'300'000);
     const std::string entero_ = doc_ + Actualizacion(doc_).texto;
     std::vector<unsigned char> hash_;
+    Lx::Control control_;
 };
 
 // Every size around a piece and around what makes threads worth while, with and without threads and names.
@@ -192,7 +193,7 @@ TEST_F(CopiaTest, ElNombreSeOcupaMientras) {
         Apoyo::EscribirFichero(salida_, "de otro");
         return true;
     });
-    EXPECT_TRUE(Copiar(fuente, salida_, Actualizacion(doc_)).acabada);
+    EXPECT_TRUE(Copiar(fuente, {salida_}, Actualizacion(doc_)).acabada);
     EXPECT_TRUE(Apoyo::LeerFichero(salida_) == entero_);
     EXPECT_THAT(Hay(), ElementsAre("s.pdf"));
 }
@@ -221,7 +222,7 @@ TEST_F(CopiaTest, LaAutocomprobacionMiraLosCuatroNumeros) {
     for (const auto& [que, act] : filas) {
         for (const bool sinNombre : {true, false}) {
             SCOPED_TRACE(que);
-            const Fin f = Copiar(*LxPdf::AbrirMemoria(doc_), salida_, act, {sinNombre});
+            const Fin f = Copiar(*LxPdf::AbrirMemoria(doc_), {salida_}, act, {sinNombre});
             EXPECT_TRUE(f.copiada && !f.acabada);
             EXPECT_EQ(f.motivo, Motivo::Autocomprobacion);
             EXPECT_EQ(f.error, "autocomprobacion del ByteRange fallida: no se escribe el PDF firmado.");
@@ -241,7 +242,7 @@ TEST_F(CopiaTest, LaAutocomprobacionLeeElFichero) {
             if (pos == 3 * kPieza) lseek(Escondido(), 1, SEEK_CUR);
             return true;
         });
-        const Fin f = Copiar(fuente, salida_, Actualizacion(doc), {true, hilos, deDosEnDos});
+        const Fin f = Copiar(fuente, {salida_}, Actualizacion(doc), {true, hilos, deDosEnDos});
         EXPECT_EQ(f.motivo, Motivo::Autocomprobacion) << hilos << deDosEnDos;
         EXPECT_EQ(hash_, Lx::Api::Sha256(doc));
         EXPECT_THAT(Hay(), ElementsAre());
@@ -252,7 +253,7 @@ TEST_F(CopiaTest, ElDocumentoSeAcorta) {
     for (const size_t n : {size_t{1'000'000}, size_t{6'000'000}}) {
         const FuenteCon fuente(Bytes(n), [&](uint64_t pos) { return pos < n - kPieza; });
         for (const bool sinNombre : {true, false}) {
-            const Fin f = Copiar(fuente, salida_, Actualizacion(Bytes(n)), {sinNombre});
+            const Fin f = Copiar(fuente, {salida_}, Actualizacion(Bytes(n)), {sinNombre});
             EXPECT_TRUE(f.empezada && !f.copiada);
             EXPECT_EQ(f.motivo, Motivo::Cambiado);
             EXPECT_EQ(f.error,
@@ -274,7 +275,7 @@ TEST_F(CopiaTest, QuienSeArrepienteNoDejaNada) {
         Fin f;
         {
             Copia copia({sinNombre});
-            ASSERT_TRUE(copia.Empezar(fuente, salida_, f.motivo, f.error));
+            ASSERT_TRUE(copia.Empezar(fuente, {salida_}, control_, f.motivo, f.error));
             EXPECT_EQ(Hay().size(), sinNombre ? 0U : 1U);
         }
         EXPECT_THAT(Hay(), ElementsAre());
@@ -308,7 +309,7 @@ TEST_F(CopiaTest, LoQueNoEsUnFichero) {
         if (!lector.joinable()) lector = std::thread([&] { llegado = Apoyo::LeerFichero(tubo); });
         return true;
     });
-    f = Copiar(fuente, tubo, Actualizacion(doc_));
+    f = Copiar(fuente, {tubo}, Actualizacion(doc_));
     lector.join();
     EXPECT_EQ(f.motivo, Motivo::Autocomprobacion) << "what a pipe got can't be read back";
     EXPECT_TRUE(llegado == entero_);
@@ -323,7 +324,7 @@ TEST_F(CopiaTest, EnElMismoFichero) {
     EXPECT_TRUE(Apoyo::LeerFichero(memoria) == entero_);
     Actualizacion malo(doc_);
     malo.digest[0] ^= 1;
-    EXPECT_EQ(Copiar(*LxPdf::AbrirMemoria(doc_), memoria, malo).motivo, Motivo::Autocomprobacion);
+    EXPECT_EQ(Copiar(*LxPdf::AbrirMemoria(doc_), {memoria}, malo).motivo, Motivo::Autocomprobacion);
     EXPECT_EQ(lseek(fd, 0, SEEK_END), 0) << "half a document was left";
     close(fd);
 
@@ -419,7 +420,7 @@ TEST_F(CopiaTest, UnaSenalQuitaElNombreConPunto) {
         Fin f;
         Copia copia({false});
         const auto fuente = LxPdf::AbrirMemoria(doc_);
-        if (copia.Empezar(*fuente, salida_, f.motivo, f.error) && Hay().size() == 1) raise(SIGTERM);
+        if (copia.Empezar(*fuente, {salida_}, control_, f.motivo, f.error) && Hay().size() == 1) raise(SIGTERM);
         return true;
     };
     EXPECT_EQ(Aparte(herida), 128 + SIGTERM);

@@ -273,7 +273,7 @@ TEST_F(Motor, PorReferenciasElTrailerSeConserva) {
             Documento({"<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [6 0 R] /Count 1 >>", "<< >>",
                        "[5 0 R (b)]", "(\\()", kPagina},
                       " /Prev 0 /Encrypt null " + trailer);
-        ASSERT_TRUE(Firmar(pdf, {0, "", true}).firmado);
+        ASSERT_TRUE(Firmar(pdf, {0, "", true, true}).firmado);
         const std::string todo = Apoyo::LeerFichero(salida_), fin = todo.substr(todo.rfind("trailer\n"));
         const std::string id1 = Lx::Api::BinToHex(Lx::Api::Sha256(pdf).data(), 16);
         EXPECT_THAT(fin, StartsWith("trailer\n<< /Size 10 /Root 1 0 R" + cola + " /Prev " +
@@ -287,7 +287,7 @@ TEST_F(Motor, PorReferenciasElTrailerSeConserva) {
     const std::string dos = una + "xref\n0 0\ntrailer\n<< /Size 4 /Root 1 0 R /Prev " + xref + " >>\nstartxref\n" +
                             std::to_string(una.size()) + "\n%%EOF\n";
     for (const std::string& pdf : {una, dos}) {
-        ASSERT_TRUE(Firmar(pdf, {0, "", true}).firmado);
+        ASSERT_TRUE(Firmar(pdf, {0, "", true, true}).firmado);
         EXPECT_THAT(Apoyo::LeerFichero(salida_), testing::HasSubstr("trailer\n<< /Size 43 /Root"));
     }
 }
@@ -317,8 +317,8 @@ TEST_F(Motor, UnDocumentoQueCambiaMientrasSeFirmaNoSeFirma) {
             return identidad_.firmar(datos, nota);
         };
         unlink(salida_.c_str());
-        const Resultado r =
-            FirmarEn(kHora, entrada_, salida_, identidad_.certificado, kReservaPorDefecto, firmar, {}, {0, "", true});
+        const Resultado r = FirmarEn(kHora, entrada_, salida_, identidad_.certificado, kReservaPorDefecto, firmar, {},
+                                     {0, "", true, true});
         EXPECT_EQ(r.firmado, firmado) << r.error;
         EXPECT_EQ(r.motivo, firmado ? Lx::Motivo::Ninguno : Lx::Motivo::Cambiado);
         EXPECT_THAT(r.error, testing::HasSubstr(firmado ? "" : "otro programa cambió " + entrada_));

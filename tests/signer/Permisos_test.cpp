@@ -82,7 +82,7 @@ class PermisosDe : public testing::Test {
             ++pedidas_;
             return firmar(datos, nota);
         };
-        return LxPdfSigner::Firmar(entrada_, salida_, id_.certificado, contar, {}, {modo, "", true});
+        return LxPdfSigner::Firmar(entrada_, salida_, id_.certificado, contar, {}, {modo, "", true, true});
     }
     void Comprobar(const Caso& caso) {
         const bool rechazado = caso.resultado.starts_with("Certificado");

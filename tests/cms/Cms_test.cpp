@@ -1,22 +1,19 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "signer/PdfCms.h"
+#include "cms/LxCms.h"
+#include "crypto/LxDer.h"
 #include "tests/apoyo/Apoyo.h"
 
 namespace {
 
-using namespace LxPdfSigner::Interno;
+using namespace LxCms;
 using std::string_literals::operator""s;
 using testing::HasSubstr;
 
 using Bytes = std::vector<unsigned char>;
 
-std::string Der(unsigned char tag, const std::string& contenido) {
-    std::string salida;
-    Put(salida, tag, contenido);
-    return salida;
-}
+constexpr auto& Der = Lx::Der::Elemento;
 
 Bytes ABytes(const std::string& texto) {
     return {texto.begin(), texto.end()};

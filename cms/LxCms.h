@@ -1,6 +1,5 @@
 // Writer of the detached CMS SignedData (RFC 5652) of one RSA signer with SHA-256, in the CAdES-BES form that
-// /SubFilter /ETSI.CAdES.detached asks for. All DER travels in strings of bytes; "element" means tag, length and
-// content together.
+// /SubFilter /ETSI.CAdES.detached asks for.
 #pragma once
 
 #include <cstddef>
@@ -8,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-namespace LxPdfSigner::Interno {
+namespace LxCms {
 
 // Content bytes of the object identifiers.
 inline constexpr std::string_view kOidSha256 = "\x60\x86\x48\x01\x65\x03\x04\x02\x01";       // 2.16.840.1.101.3.4.2.1
@@ -18,10 +17,6 @@ inline constexpr std::string_view kOidSigned = "\x2A\x86\x48\x86\xF7\x0D\x01\x07
 inline constexpr std::string_view kOidContentType = "\x2A\x86\x48\x86\xF7\x0D\x01\x09\x03";  // 1.2.840.113549.1.9.3
 inline constexpr std::string_view kOidMsgDig = "\x2A\x86\x48\x86\xF7\x0D\x01\x09\x04";       // 1.2.840.113549.1.9.4
 inline constexpr std::string_view kOidSigCertV2 = "\x2A\x86\x48\x86\xF7\x0D\x01\x09\x10\x02\x2F";  // ….1.9.16.2.47
-
-// Appends an element with the shortest definite length (X.690, 10.1).
-void Put(std::string& out, unsigned char tag, std::string_view content);
-void PutRaw(std::string& out, unsigned char tag, const void* bytes, size_t n);
 
 // AlgorithmIdentifier (RFC 5280, 4.1.1.2). The digest of a CMS leaves the parameters out (RFC 5754, 2), the RSA key
 // algorithm has NULL there (RFC 3370, 3.2).
@@ -54,4 +49,4 @@ struct Sid {
 [[nodiscard]] std::string ConstruirCms(const std::vector<unsigned char>& certDer, const Sid& sid,
                                        const std::string& signedAttrs, const std::vector<unsigned char>& signature);
 
-}  // namespace LxPdfSigner::Interno
+}  // namespace LxCms
