@@ -7,7 +7,6 @@
 #include "app/AjusteTexto.h"
 #include "app/Teclado.h"
 #include "crypto/LxApi.h"
-#include "crypto/LxSecreto.h"
 #include "ui/LxButton.h"
 #include "ui/LxEdit.h"
 #include "ui/LxFileDialog.h"
@@ -37,19 +36,14 @@ constexpr int kAltoPie = 28;
 
 }  // namespace
 
-CMainWindow::CMainWindow() : paleta_(Paleta::DelTema()) {
+CMainWindow::CMainWindow() : paleta_(Paleta::DelTema()), correo_(std::make_shared<Correo>()) {
     title = "Velmora 2026";
     rect = {0, 0, 900, 680};
     backColor = paleta_[Paleta::kFondo];
-    Lx::CertStore::PonerPreguntaClave([this](const std::string& almacen, int intento, bool ultimo, std::string& clave) {
-        return PreguntarClave(almacen, intento, ultimo, clave);
-    });
 }
 
 CMainWindow::~CMainWindow() {
-    Lx::CertStore::PonerPreguntaClave({});
-    Lx::Limpiar(recordado_.pin);
-    Lx::Limpiar(recordado_.clavePkcs12);
+    correo_->Cerrar();
 }
 
 // --- Building
@@ -112,6 +106,10 @@ void CMainWindow::MontarEstado() {
     credito_->SetTextColor(paleta_[Paleta::kCredito]);
     aviso_ = new CAviso(paleta_, visor_);
     AddControl(aviso_);
+    Lx::CButton* cancelar = AddButton("Cancelar", {});
+    Paleta::VestirCancelar(*cancelar, paleta_);
+    cancelar->OnClick(this, &CMainWindow::OnCancelar);
+    aviso_->PonerBoton(cancelar);
 }
 
 void CMainWindow::OnSize(unsigned, const Lx::Size& size) {
@@ -139,13 +137,9 @@ void CMainWindow::OnPaint(Lx::CCanvas* canvas) {
     canvas->FillRect({0, h - kAltoPie, w, kAltoPie}, paleta_[Paleta::kPie]);
 }
 
-bool CMainWindow::OnClose() {
-    return true;
-}
-
 // Whatever has the focus, the keys that turn pages do, unless it wanted them itself.
 void CMainWindow::OnKeyDown(Lx::KeyCode key, unsigned modifiers) {
-    if (key == Lx::KeyCode::Escape) aviso_->Quitar();
+    if (key == Lx::KeyCode::Escape) tarea_.EnMarcha() ? OnCancelar() : aviso_->Quitar();
     if (focus == visor_) return;
     Lx::Event ev;
     ev.type = Lx::EventType::KeyDown;
@@ -186,6 +180,7 @@ void CMainWindow::Abrir(const std::string& ruta) {
 }
 
 void CMainWindow::OnAbrir() {
+    if (!Libre()) return;
     Lx::CFileDialog dialogo(this);
     dialogo.SetTitle("Abrir documento PDF");
     dialogo.SetFilter("*.pdf");
@@ -194,7 +189,7 @@ void CMainWindow::OnAbrir() {
 }
 
 void CMainWindow::OnDropFile(const std::string& path) {
-    Abrir(path);
+    if (Libre()) Abrir(path);
 }
 
 bool CMainWindow::AcceptsFiles() const {
@@ -262,7 +257,7 @@ void CMainWindow::OnIrHoja(const std::string& texto) {
 void CMainWindow::OnPagina(int actual, int total) {
     pagina_ = actual;
     paginas_ = total;
-    aviso_->Quitar();
+    if (!aviso_->EnProgreso()) aviso_->Quitar();
     PonerHoja();
     Invalidate(nullptr);
 }
