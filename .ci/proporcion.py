@@ -3,7 +3,7 @@
 
 import subprocess
 
-MODULOS = ("app", "card", "certstore", "cli", "cms", "crypto", "firma", "pdf", "red", "signer", "ui")
+MODULOS = ("app", "ayudante", "card", "certstore", "cli", "cms", "crypto", "firma", "pdf", "red", "signer", "ui")
 EXTENSIONES = (".cpp", ".h", ".py", ".sh")
 
 

@@ -7,8 +7,8 @@ if [ "$base" = "$(git rev-parse HEAD)" ]; then
     base=$(git rev-parse -q --verify HEAD~1) || { echo "tidy: no commit to compare with"; exit 0; }
 fi
 mapfile -t ficheros < <(git diff --name-only --diff-filter=d "$base" HEAD -- \
-    'app/*.cpp' 'card/*.cpp' 'certstore/*.cpp' 'cli/*.cpp' 'cms/*.cpp' 'crypto/*.cpp' 'firma/*.cpp' 'pdf/*.cpp' 'red/*.cpp' \
-    'signer/*.cpp' 'ui/*.cpp')
+    'app/*.cpp' 'ayudante/*.cpp' 'card/*.cpp' 'certstore/*.cpp' 'cli/*.cpp' 'cms/*.cpp' 'crypto/*.cpp' 'firma/*.cpp' \
+    'pdf/*.cpp' 'red/*.cpp' 'signer/*.cpp' 'ui/*.cpp')
 [ ${#ficheros[@]} -gt 0 ] || { echo "tidy: no changed files"; exit 0; }
 echo "tidy: ${#ficheros[@]} files"
 printf '%s\0' "${ficheros[@]}" | xargs -0 -P "$(nproc)" -n 1 clang-tidy-14 --quiet -p build/clang 2>&1 |

@@ -7,6 +7,7 @@
 #include "app/AjusteTexto.h"
 #include "app/Teclado.h"
 #include "crypto/LxApi.h"
+#include "ui/LxApp.h"
 #include "ui/LxButton.h"
 #include "ui/LxEdit.h"
 #include "ui/LxFileDialog.h"
@@ -54,7 +55,6 @@ bool CMainWindow::OnInit() {
     MontarBotones();
     MontarEstado();
     SetFocusControl(visor_);
-    CargarInicial();
     return true;
 }
 
@@ -135,6 +135,7 @@ void CMainWindow::OnPaint(Lx::CCanvas* canvas) {
     canvas->DrawLine({0, kAltoCabecera - 1}, {w, kAltoCabecera - 1}, paleta_[Paleta::kLinea], 1.0F);
     canvas->FillRect({0, kAltoCabecera, w, kAltoBarra}, paleta_[Paleta::kBarra]);
     canvas->FillRect({0, h - kAltoPie, w, kAltoPie}, paleta_[Paleta::kPie]);
+    if (!inicio_) CargarLuego();
 }
 
 // Whatever has the focus, the keys that turn pages do, unless it wanted them itself.
@@ -153,6 +154,17 @@ void CMainWindow::OnChar(unsigned ch) {
 }
 
 // --- The document
+
+// Opening a document may take its time: the window is there before.
+void CMainWindow::CargarLuego() {
+    inicio_ = std::make_shared<int>();
+    visor_->visible = false;
+    Lx::LxApp::s_pApp->backend->CallLater(0, [this, viva = std::weak_ptr<int>(inicio_)] {
+        if (viva.expired()) return;
+        visor_->visible = true;
+        CargarInicial();
+    });
+}
 
 void CMainWindow::CargarInicial() {
     if (!inicial_.empty()) {

@@ -59,6 +59,7 @@ class CMainWindow : public Lx::CWindow {
   private:
     void MontarBotones();
     void MontarEstado();
+    void CargarLuego();
     void CargarInicial();
     void Abrir(const std::string& ruta);
     void PonerEstado(const std::string& texto, const Lx::Color& color);
@@ -78,6 +79,7 @@ class CMainWindow : public Lx::CWindow {
 
     Orvanta::Paleta::Colores paleta_;
     std::string inicial_;
+    std::shared_ptr<int> inicio_;  // since the first painting; what comes after it ends with the window
     std::string documento_;
     int pagina_ = 0;
     int paginas_ = 0;

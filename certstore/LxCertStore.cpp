@@ -92,7 +92,8 @@ FirmaHecha FirmarCon(const Entrada& entrada, const Contexto& ctx, const std::vec
     FirmaHecha hecha = fila->firmar(entrada, ctx, datos, pregunta, control);
     if (!hecha.firma.empty() && !EsDelCertificado(entrada.cert, datos, hecha.firma)) {
         hecha = {};
-        hecha.fallo.motivo = Motivo::ClaveAjena;
+        hecha.fallo = {Motivo::ClaveAjena,
+                       "La clave que firmo no corresponde al certificado elegido (" + NombreDe(entrada.cert) + ")."};
     }
     if (!hecha.firma.empty()) {
         hecha.fallo = {};
@@ -100,9 +101,6 @@ FirmaHecha FirmarCon(const Entrada& entrada, const Contexto& ctx, const std::vec
     }
     hecha.nota.clear();
     if (!hecha.fallo) hecha.fallo.motivo = fila->motivo;
-    if (hecha.fallo.motivo == Motivo::ClaveAjena)
-        hecha.fallo.frase =
-            "La clave que firmo no corresponde al certificado elegido (" + NombreDe(entrada.cert) + ").";
     if (hecha.fallo.frase.empty()) hecha.fallo.frase = fila->sinMotivo;
     return hecha;
 }

@@ -73,8 +73,6 @@ using namespace Lx::Firma;
         if (intento > 1) Decir("La contraseña no es correcta.");
         const char* aviso = ultimo ? " (ÚLTIMO INTENTO: si no es correcta, queda bloqueado)" : "";
         hay = PreguntarClave(kClaveAlmacen, "Contraseña de " + almacen + aviso + ": ", clave, error);
-    } else if (intento > 1) {
-        error = "la contraseña de --clave-almacen-desde no es la de " + almacen + ".";
     } else {
         if (ultimo) Decir("Aviso: a " + almacen + " le queda un solo intento; si no es correcto, queda bloqueado.");
         hay = LeerClave(kClaveAlmacen, *a.claveAlmacenDesde, clave, error);

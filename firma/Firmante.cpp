@@ -66,6 +66,7 @@ LxPdfSigner::Callback Firmante::Callback() {
             return ResponderAlmacen(almacen, intento, ultimo, clave);
         };
         ultima_ = CertStore::FirmarCon(elegida_, ctx_, datos, preguntas_.claveAlmacen ? pregunta : nullptr, control_);
+        if (ultima_.fallo && !agotada_.empty()) ultima_.fallo = {Motivo::ClaveDeAlmacen, agotada_};
         mensaje = ultima_.fallo ? ultima_.fallo.frase : ultima_.nota;
         if (ultima_.fallo && RestoDe(elegida_.origen) != nullptr) {
             parado_ = true;
@@ -94,7 +95,11 @@ bool Firmante::ResponderAlmacen(const std::string& almacen, int intento, bool ul
     if (!valio) {
         almacen_.clear();
         Limpiar(claveAlmacen_);
-        if (preguntas_.claveAlmacenUnica && std::exchange(claveAlmacenDada_, true) && intento > 1) return false;
+        if (preguntas_.claveAlmacenUnica && std::exchange(claveAlmacenDada_, true)) {
+            agotada_ = intento > 1 ? "la contraseña que se dio no es la de " + almacen + "."
+                                   : "la contraseña que se dio ya se usó y no se prueba en " + almacen + ".";
+            return false;
+        }
         control_.Pasar(Etapa::Persona);
         const bool hay = preguntas_.claveAlmacen(almacen, intento, ultimo, claveAlmacen_);
         control_.Pasar(Etapa::Almacen);

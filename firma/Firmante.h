@@ -42,6 +42,7 @@ class Firmante {
     std::string almacen_;            // the store that was answered last
     std::string claveAlmacen_;       // with this
     bool claveAlmacenDada_ = false;  // the only answer there is has been used
+    std::string agotada_;            // and why that is not enough
 };
 
 }  // namespace Lx::Firma

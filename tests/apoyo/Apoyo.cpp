@@ -94,6 +94,14 @@ std::string Exigir(const std::vector<std::string>& argumentos, std::string_view 
     return s.texto;
 }
 
+int Aparte(const std::function<bool()>& hacer) {
+    const pid_t hijo = fork();
+    if (hijo == 0) _exit(hacer() ? 0 : 1);
+    int estado = 0;
+    EXPECT_EQ(waitpid(hijo, &estado, 0), hijo);
+    return WIFEXITED(estado) ? WEXITSTATUS(estado) : 128 + WTERMSIG(estado);
+}
+
 Identidad CrearIdentidad(const std::string& carpeta, const OpcionesIdentidad& opciones) {
     const auto en = [&carpeta](const char* nombre) { return carpeta + "/" + nombre; };
     Identidad id{en("key.pem"), en("cert.pem"),    en("ca.pem"), en("identidad.p12"),

@@ -53,6 +53,10 @@ Salida Ejecutar(const std::vector<std::string>& argumentos, std::string_view ent
 // Its standard output; a status other than 0 fails the test.
 std::string Exigir(const std::vector<std::string>& argumentos, std::string_view entrada = {});
 
+// Calls `hacer` in a process of its own, so that what it does to itself goes with it: 0 when it returned true, 1 when
+// false, 128 and more for a signal.
+int Aparte(const std::function<bool()>& hacer);
+
 struct OpcionesIdentidad {
     std::string cn = "Ana Núñez Peña";
     std::string clave = "rsa:2048";  // or "ec"

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <chrono>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
@@ -144,6 +145,13 @@ TEST_F(Programa, ComoEmpieza) {
     Ve("label.Pulsa 'Abrir PDF' para cargar un documento");
     Clic(Espera("Velmora 2026"), kFirmar);
     Ve("label.No hay ningun documento abierto");
+    // A page program that says nothing doesn't keep the window from appearing.
+    ASSERT_EQ(Guion("printf '#!/bin/sh\nexec sleep 60' > solo/velmora-pagina && chmod +x solo/velmora-pagina").codigo, 0);
+    Lanzar("exec solo/velmora contrato.pdf");
+    Espera("Velmora 2026");
+    const auto visible = std::chrono::steady_clock::now();
+    Ve("label.Error al abrir contrato.pdf: .*no responde");
+    EXPECT_GT(std::chrono::steady_clock::now() - visible, std::chrono::seconds(2));
     Lanzar("exec env -u DISPLAY $V contrato.pdf");
     EXPECT_EQ(programa_->Esperar(), 255);
     EXPECT_EQ(Apoyo::Cuenta(programa_->Errores(), "\n"), 1U) << programa_->Errores();

@@ -64,6 +64,12 @@ class Ventanas : public testing::Test {
         ventana_->PonerDocumentoInicial("/a/doc.pdf");
         EXPECT_TRUE(ventana_->Create());
         ventana_->HandleResize({900, 680});
+        // The window is there before its document.
+        EXPECT_EQ(Control<Lx::CLabel>(*ventana_, 0).text, "");
+        Falso::Pintar(*ventana_);
+        EXPECT_EQ(Control<Lx::CLabel>(*ventana_, 0).text, "");
+        Falso::HacerTareas();
+        EXPECT_NE(Control<Lx::CLabel>(*ventana_, 0).text, "");
         return *ventana_;
     }
     int paginas_ = 0;

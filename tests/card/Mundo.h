@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <string>
 #include <utility>
@@ -31,15 +32,18 @@ struct Mundo {
         pcsc.atr = tarjeta.Atr();
         pcsc.transmitir = [this](const auto& apdu, auto& respuesta) -> long {
             respuesta = tarjeta.Procesar(apdu);
+            pcsc.fuera = tarjeta.Retirada();
             return respuesta.empty() ? (tarjeta.Retirada() ? 0x80100069L : 0x80100066L) : 0;
         };
     }
 
-    // What must hold after anything: nothing stays open, and one typed PIN cost at most one try.
+    // What must hold after anything: nothing stays open, one typed PIN cost at most one try, and a card that has seen
+    // it was reset.
     void Comprobar() const {
         EXPECT_EQ(pcsc.contextos, 0);
         EXPECT_EQ(pcsc.tarjetas, 0);
         EXPECT_EQ(pcsc.desvios, "");
+        EXPECT_EQ(std::count(pcsc.finales.begin(), pcsc.finales.end(), 1U) > 0, tarjeta.Verificaciones() > 0);
         EXPECT_LE(tarjeta.Verificaciones(), 2);
         EXPECT_EQ(tarjeta.TrasRechazo(), 0);
         EXPECT_GE(tarjeta.Intentos(), 2);

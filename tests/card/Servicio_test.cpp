@@ -1,11 +1,15 @@
-#include <dlfcn.h>
+// With the real library and service: other programs at the reader, cards that come, go and keep silent.
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <chrono>
+#include <cstdio>
+#include <filesystem>
+#include <future>
 #include <thread>
 
-#include "card/LxDnie.h"
-#include "card/LxPcsc.h"
+#include "card/LxTarjeta.h"
+#include "tests/apoyo/Apoyo.h"
 #include "tests/apoyo/tarjeta/ServicioPcsc.h"
 
 using namespace Lx;
@@ -17,6 +21,8 @@ using Dnie::CDnie;
 
 namespace {
 
+const Apoyo::Bytes kDatos = {'d', 'a', 't', 'o', 's'};
+
 // The service tells of a card a moment after it has powered it.
 bool EsperarTarjeta(const CInsercion& insercion, const std::string& lector) {
     bool hay = insercion.Esperar();
@@ -26,16 +32,76 @@ bool EsperarTarjeta(const CInsercion& insercion, const std::string& lector) {
     return hay;
 }
 
+template <class F>
+bool Esperar(F&& condicion) {
+    for (int i = 0; i < 500 && !condicion(); ++i) std::this_thread::sleep_for(20ms);
+    return condicion();
+}
+
+class OtroPrograma {
+  public:
+    OtroPrograma(const std::string& lector, const std::string& que) {
+        const std::string listo = carpeta_ / "listo";
+        tuberia_ = popen(("exec " OTRO_PROGRAMA " '" + lector + "' " + que + " " + listo).c_str(), "w");
+        EXPECT_TRUE(Esperar([&] { return std::filesystem::exists(listo); }));
+    }
+    ~OtroPrograma() { Terminar(); }
+    void Terminar() {
+        if (tuberia_ == nullptr) return;
+        EXPECT_EQ(pclose(std::exchange(tuberia_, nullptr)), 0);
+    }
+
+  private:
+    Apoyo::CarpetaTemporal carpeta_;
+    FILE* tuberia_ = nullptr;
+};
+
+// Runs a job beside; tells how long it took and when it first said that it waits.
+struct Medida {
+    double total = 0;
+    double palabra = -1;
+};
+template <class F>
+Medida Medir(Control& control, F&& trabajo) {
+    const auto inicio = std::chrono::steady_clock::now();
+    const auto pasado = [&] {
+        return std::chrono::duration<double>(std::chrono::steady_clock::now() - inicio).count();
+    };
+    Medida m;
+    auto hilo = std::async(std::launch::async, trabajo);
+    while (hilo.wait_for(5ms) != std::future_status::ready) {
+        if (m.palabra < 0 && control.Ver().ocupado) m.palabra = pasado();
+    }
+    hilo.get();
+    m.total = pasado();
+    std::printf("    %.2f s, said after %.2f s\n", m.total, m.palabra);
+    return m;
+}
+
+class DnieServicio : public testing::Test {
+  protected:
+    void SetUp() override { ASSERT_EQ(servicio.Error(), ""); }
+    [[nodiscard]] bool Insertar(Apoyo::Escenario e) {
+        tarjeta = std::make_unique<CInsercion>(servicio.Puerto(0), std::move(e));
+        return EsperarTarjeta(*tarjeta, lector);
+    }
+    Dnie::Firmado Firmar(Control& control) const {
+        X509::Certificado cert;
+        EXPECT_TRUE(X509::Parsear(Apoyo::ClaveDe("firma").cert, cert));
+        return Dnie::FirmarConTarjeta(lector, cert, kDatos, "123456", {}, control);
+    }
+
+    CServicioPcsc servicio{{"Lector Chip Contact"}};
+    const std::string lector = servicio.Lector(0);
+    std::unique_ptr<CInsercion> tarjeta;
+};
+
 }  // namespace
 
-TEST(DnieServicio, ElServicioSeParaAMedias) {
-    CServicioPcsc servicio({"Lector NFC PICC"});
-    ASSERT_EQ(servicio.Error(), "");
-    const std::string lector = servicio.Lector(0);
-    CInsercion tarjeta(servicio.Puerto(0), EscenarioDe(2, true));
-    ASSERT_TRUE(EsperarTarjeta(tarjeta, lector));
+TEST_F(DnieServicio, ElServicioSeParaAMedias) {
+    ASSERT_TRUE(Insertar(EscenarioDe(2, false)));
     std::thread fin;
-    tarjeta.AntesDe([&](int apdu) {
+    tarjeta->AntesDe([&](int apdu) {
         if (apdu == 4) fin = std::thread([&] { servicio.Parar(); });
         if (apdu >= 4) std::this_thread::sleep_for(200ms);
     });
@@ -46,29 +112,93 @@ TEST(DnieServicio, ElServicioSeParaAMedias) {
     EXPECT_EQ(texto.rfind("la tarjeta dejo de responder (timeout); mantenga el DNIe en el lector. (perfil", 0), 0U)
         << texto;
     if (fin.joinable()) fin.join();
-    EXPECT_TRUE(CDnie::LeerCertificados(lector, texto).empty());
-    EXPECT_EQ(texto, "Servicio PC/SC no disponible (servicio 'Smart Card' detenido).");
+    Control control;
+    EXPECT_EQ(Dnie::LeerTarjeta(lector, control).fallo.motivo, Motivo::SinServicio);
+    EXPECT_EQ(Dnie::LeerTarjeta("", control).fallo.frase,
+              "Servicio PC/SC no disponible (servicio 'Smart Card' detenido).");
 }
 
-TEST(DnieServicio, UnLectorTomadoEnExclusivaPorOtroPrograma) {
-    const CServicioPcsc servicio({"Lector Chip Contact"});
-    ASSERT_EQ(servicio.Error(), "");
-    const std::string lector = servicio.Lector(0);
-    CInsercion tarjeta(servicio.Puerto(0), EscenarioDe(1, false));
-    ASSERT_TRUE(EsperarTarjeta(tarjeta, lector));
-    void* biblioteca = dlopen("libpcsclite.so.1", RTLD_NOW);
-    ASSERT_NE(biblioteca, nullptr);
-    const auto conectar =
-        reinterpret_cast<long (*)(long, const char*, unsigned long, unsigned long, long*, unsigned long*)>(
-            dlsym(biblioteca, "SCardConnect"));
-    unsigned long contexto = 0, protocolo = 0;
-    long otra = 0;
-    ASSERT_EQ(Pcsc::EstablecerContexto(2, contexto), 0);
-    ASSERT_EQ(conectar(static_cast<long>(contexto), lector.c_str(), 1, 3, &otra, &protocolo), 0);
-    std::string texto;
-    EXPECT_TRUE(CDnie::LeerCertificados(lector, texto).empty());
-    EXPECT_EQ(texto, "Lector ocupado por otra aplicacion.");
-    Pcsc::Desconectar(static_cast<unsigned long>(otra));
-    Pcsc::LiberarContexto(contexto);
-    EXPECT_EQ(CDnie::LeerCertificados(lector, texto).size(), 3U) << texto;
+TEST_F(DnieServicio, OtroProgramaTieneElLector) {
+    ASSERT_TRUE(Insertar(EscenarioDe(1, false)));
+    Control control;
+    {
+        OtroPrograma otro(lector, "exclusiva");
+        EXPECT_EQ(Dnie::LeerTarjeta(lector, control).fallo.frase, "Lector ocupado por otra aplicacion.");
+    }
+    OtroPrograma otro(lector, "tener");
+    Dnie::Lectura lectura;
+    const Medida medida = Medir(control, [&] { lectura = Dnie::LeerTarjeta(lector, control); });
+    EXPECT_EQ(lectura.fallo.motivo, Motivo::LectorOcupado) << lectura.fallo.frase;
+    EXPECT_NEAR(medida.palabra, 1.1, 0.3);
+    EXPECT_NEAR(medida.total, 5.1, 0.4);
+    // One that lets go in time is waited for.
+    Dnie::Firmado firmado;
+    std::thread suelta([&] {
+        std::this_thread::sleep_for(2500ms);
+        otro.Terminar();
+    });
+    EXPECT_NEAR(Medir(control, [&] { firmado = Firmar(control); }).palabra, 1.1, 0.3);
+    suelta.join();
+    EXPECT_EQ(firmado.fallo.frase, "");
+    EXPECT_FALSE(control.Ver().ocupado);
+}
+
+TEST_F(DnieServicio, NadieEligeOtraCosaEntreElSelectYElVerify) {
+    ASSERT_TRUE(Insertar(EscenarioDe(2, false)));
+    OtroPrograma otro(lector, "elegir");
+    tarjeta->AntesDe([](int) { std::this_thread::sleep_for(10ms); });
+    for (int i = 0; i < 3; ++i) {
+        Control control;
+        EXPECT_EQ(Firmar(control).fallo.frase, "");
+    }
+    otro.Terminar();
+    // Its selections lie before and after each signature, and none within.
+    const std::string todo = tarjeta->Tarjeta().Transcripcion(), suya = "> 00A4040007A0000000030000";
+    size_t firmas = 0;
+    for (size_t p = 0; (p = todo.find("> 00200080", p)) != std::string::npos; ++firmas) {
+        const size_t desde = todo.rfind("> 00A4040C", p), hasta = todo.find("> 002A9E9A", p);
+        EXPECT_EQ(Apoyo::Cuenta(todo.substr(desde, hasta - desde), suya), 0U);
+        p = hasta;
+    }
+    EXPECT_EQ(firmas, 3U);
+    EXPECT_GT(Apoyo::Cuenta(todo, suya), 3U);
+}
+
+TEST_F(DnieServicio, UnaTarjetaMuda) {
+    ASSERT_TRUE(Insertar(EscenarioDe(2, false)));
+    std::promise<void> puerta;
+    tarjeta->AntesDe([&, abierta = puerta.get_future().share()](int apdu) {
+        if (apdu >= 3) abierta.wait();
+    });
+    Control control;
+    Dnie::Diagnostico d;
+    const Medida medida = Medir(control, [&] { d = Dnie::Diagnosticar(lector, control); });
+    EXPECT_EQ(d.pasos[4].motivo, Motivo::TarjetaMuda) << d.pasos[4].texto;
+    EXPECT_NEAR(medida.palabra, 1.1, 0.3);
+    EXPECT_NEAR(medida.total, 8.1, 0.4);
+    puerta.set_value();
+    const int antes = tarjeta->Tarjeta().Apdus();
+    EXPECT_EQ(Dnie::LeerTarjeta(lector, control).certificados.size(), 3U);
+    EXPECT_GT(tarjeta->Tarjeta().Apdus(), antes);
+}
+
+// Card and reader in place of the service's word for it: connections change that too.
+TEST_F(DnieServicio, ElVigilanteSoloCuentaTarjetas) {
+    std::atomic<int> avisos{0};
+    auto vigilante = std::make_unique<Dnie::Vigilante>([&] { ++avisos; });
+    std::this_thread::sleep_for(300ms);
+    ASSERT_TRUE(Insertar(EscenarioDe(2, false)));
+    EXPECT_TRUE(Esperar([&] { return avisos == 1; }));
+    Control control;
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(Dnie::LeerTarjeta("", control).certificados.size(), 3U);
+    EXPECT_EQ(Firmar(control).fallo.frase, "");
+    std::this_thread::sleep_for(700ms);
+    EXPECT_EQ(avisos, 1);
+    tarjeta.reset();
+    EXPECT_TRUE(Esperar([&] { return avisos == 2; }));
+    servicio.Parar();
+    EXPECT_TRUE(Esperar([&] { return avisos == 3; }));
+    const auto inicio = std::chrono::steady_clock::now();
+    vigilante.reset();
+    EXPECT_LT(std::chrono::steady_clock::now() - inicio, 50ms);
 }

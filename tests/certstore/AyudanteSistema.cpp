@@ -13,7 +13,6 @@
 #include <vector>
 
 #include "certstore/LxCertStore.h"
-#include "certstore/LxTemporales.h"
 #include "signer/LxPdfSigner.h"
 
 using namespace Lx::CertStore;
@@ -77,7 +76,6 @@ void Firmar(const Contexto& ctx, const std::vector<Entrada>& lista, const std::v
 }  // namespace
 
 int main(int argc, char** argv) {
-    const CarpetaPrivada carpeta;
     std::vector<std::string> args(argv + 1, argv + argc);
     std::map<std::string, std::string> opciones;
     for (; args.size() > 2 && args[0].starts_with("--"); args.erase(args.begin(), args.begin() + 2))

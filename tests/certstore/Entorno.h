@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "certstore/LxCertStore.h"
@@ -23,7 +24,11 @@ class Entorno : public testing::Test {
     // Packs an identity, made if need be, into the file `ruta` with this password; `opciones` go to openssl.
     static void CrearPfx(const std::string& ruta, const std::string& nombre, const std::string& clave,
                          const std::string& opciones = "");
-    // Puts a shell script first in PATH under the name openssl. In it, "$REAL" is the real one.
+    // Packs parts of such files, 0 its certificates and 1 its keys, into a new one in this order.
+    static void JuntarPfx(const std::string& ruta, const std::vector<std::pair<std::string, size_t>>& partes,
+                          const std::string& clave);
+    // Puts a shell script first in PATH under the name openssl, for programs that are started. In it, "$REAL" is the
+    // real one.
     void PonerOpenssl(const std::string& guion) const;
 
     // File names in a folder, sorted.

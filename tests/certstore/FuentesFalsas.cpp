@@ -1,43 +1,36 @@
 #include "FuentesFalsas.h"
 
-#include "certstore/Tarjeta.h"
+namespace Lx {
 
-namespace Lx::CertStore {
+namespace CertStore {
 
-void ListarSistema(std::vector<Entrada>& lista, std::string& texto) {
+ListadoSistema LeerSistema(std::vector<Entrada>& lista, Control&) {
+    g_fuentes.llamada += "almacen";
     lista.insert(lista.end(), g_fuentes.almacen.begin(), g_fuentes.almacen.end());
-    texto = g_fuentes.error;
+    return {g_fuentes.fallo.frase, g_fuentes.fallo};
 }
 
-std::vector<unsigned char> FirmarSistema(const X509::Certificado&, const std::vector<unsigned char>&,
-                                         const std::string& pin, bool opcion, std::string& error) {
-    g_fuentes.llamada = "almacen " + pin + (opcion ? " con" : " sin");
-    error = g_fuentes.error;
-    return g_fuentes.firma;
+FirmaSistema FirmarEnSistema(const X509::Certificado&, const std::vector<unsigned char>&, const PreguntaClave& pregunta,
+                             Control&) {
+    g_fuentes.llamada = pregunta ? "almacen con pregunta" : "almacen";
+    return {g_fuentes.firma, g_fuentes.fallo};
 }
 
-namespace Tarjeta {
+}  // namespace CertStore
 
-std::vector<std::string> ListarLectores() {
-    return g_fuentes.lectores;
-}
-int PriorizarLector(const std::vector<std::string>&) {
-    return g_fuentes.preferido;
-}
+namespace Dnie {
 
-std::vector<X509::Certificado> LeerCertificados(const std::string& lector, std::string& error) {
-    g_fuentes.llamada = "leer " + lector;
-    error = g_fuentes.error;
+Lectura LeerTarjeta(const std::string& lector, Control&) {
+    g_fuentes.llamada = "leer " + lector + " ";
     return g_fuentes.tarjeta;
 }
 
-std::vector<unsigned char> Firmar(const std::string& lector, const X509::Certificado&,
-                                  const std::vector<unsigned char>&, const std::string& pin, std::string& error) {
+Firmado FirmarConTarjeta(const std::string& lector, const X509::Certificado&, const std::vector<unsigned char>&,
+                         const std::string& pin, const CertStore::PreguntaClave&, Control&) {
     g_fuentes.llamada = "tarjeta " + lector + " " + pin;
-    error = g_fuentes.error;
-    return g_fuentes.firma;
+    return {g_fuentes.firma, g_fuentes.fallo ? "" : "nota", g_fuentes.fallo, 2, true};
 }
 
-}  // namespace Tarjeta
+}  // namespace Dnie
 
-}  // namespace Lx::CertStore
+}  // namespace Lx

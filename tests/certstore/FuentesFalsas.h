@@ -4,14 +4,13 @@
 #include <string>
 #include <vector>
 
+#include "card/LxTarjeta.h"
 #include "certstore/LxCertStore.h"
 
 struct FuentesFalsas {
-    std::vector<std::string> lectores = {};
-    int preferido = 0;
-    std::vector<Lx::X509::Certificado> tarjeta = {};
+    Lx::Dnie::Lectura tarjeta = {};
     std::vector<Lx::CertStore::Entrada> almacen = {};
-    std::string error = {};                 // of whichever is asked
+    Lx::Aviso fallo = {};                   // of the store, and of whichever signs
     std::vector<unsigned char> firma = {};  // what either of them signs
     std::string llamada = {};               // the last call, with its arguments
 };

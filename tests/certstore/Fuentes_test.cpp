@@ -36,40 +36,56 @@ std::vector<std::string> Etiquetas(const std::vector<Entrada>& lista) {
 
 using Fuentes = Entorno;
 
+Lx::Dnie::Lectura Lectura(const std::string& lector, const std::vector<Lx::X509::Certificado>& certificados,
+                          const std::string& estado = "") {
+    Lx::Dnie::Lectura l;
+    l.lector = lector;
+    for (const auto& c : certificados) l.certificados.push_back({"uso de " + c.subjectCN, c, "", c.nonRepudiation});
+    if (!estado.empty()) l.fallo = {Lx::Motivo::TarjetaIlegible, estado};
+    return l;
+}
+
 TEST_F(Fuentes, ResumenDeTarjetaYAlmacen) {
-    Lx::X509::Certificado ca = Cert("Raiz", "01");
-    ca.isCA = true;
-    const std::vector<Lx::X509::Certificado> dos = {Cert("Ana", "02"), ca, Cert("", "03")};
-    const Apoyo::Filas<const char*, FuentesFalsas, const char*, const char*> kFilas = {
-        {"", {{}, 0, dos}, "", "DNIe: sin lector | NSS (Linux): vacío"},
-        {"", {{"A", "B"}, -1, dos}, "", "DNIe: sin lector | NSS (Linux): vacío"},
-        {"", {{"A", "B"}, 1, dos}, "leer B", "DNIe: 2 de firma | NSS (Linux): vacío"},
-        {"X", {{"A", "B"}, 1, dos}, "leer X", "DNIe: 2 de firma | NSS (Linux): vacío"},
-        {"", {{"A"}, 0, {ca}, {}, "roto."}, "leer A", "DNIe: ninguno | NSS (Linux): roto."},
-        {"", {{"A"}, 0, {}, {}, "roto."}, "leer A", "DNIe: ninguno (roto.) | NSS (Linux): roto."},
-        {"", {{}, 0, {}, {DeAlmacen(ca)}, "roto."}, "", "DNIe: sin lector | NSS (Linux): 1 certificado(s)"},
+    Lx::X509::Certificado ca = Cert("Raiz", "01"), deFirma = Cert("Ana", "02");
+    ca.isCA = deFirma.nonRepudiation = true;
+    const std::vector<Lx::X509::Certificado> dos = {deFirma, ca, Cert("", "03")};
+    const Lx::Aviso roto = {Lx::Motivo::SinAlmacen, "roto."};
+    const Apoyo::Filas<const char*, FuentesFalsas, const char*> kFilas = {
+        {"", {Lectura("", {}, "sin servicio.")}, "DNIe: sin lector | NSS (Linux): vacío"},
+        {"X", {Lectura("B", dos)}, "DNIe: 2 de firma | NSS (Linux): vacío"},
+        {"", {Lectura("A", {ca}, "roto."), {}, roto}, "DNIe: ninguno | NSS (Linux): roto."},
+        {"", {Lectura("A", {}, "roto."), {}, roto}, "DNIe: ninguno (roto.) | NSS (Linux): roto."},
+        {"", {Lectura("", {}), {DeAlmacen(ca)}, roto}, "DNIe: sin lector | NSS (Linux): 1 certificado(s)"},
     };
-    for (const auto& [pedido, fuentes, llamada, dice] : kFilas) {
+    for (const auto& [pedido, fuentes, dice] : kFilas) {
         SCOPED_TRACE(dice);
         g_fuentes = fuentes;
         Contexto ctx;
         ctx.lector = pedido;
-        std::string resumen;
-        const std::vector<Entrada> lista = Listar(ctx, resumen);
-        EXPECT_EQ(resumen, dice);
-        EXPECT_EQ(g_fuentes.llamada, llamada);
-        if (resumen.find("2 de firma") == resumen.npos) continue;
-        EXPECT_THAT(Etiquetas(lista), ElementsAre("DNIe · Ana", "DNIe · (sin nombre)"));
-        EXPECT_EQ("leer " + lista[0].lector, llamada);
-        EXPECT_TRUE(lista[0].conClave);
+        Lx::Control control;
+        const Listado l = ListarFuentes(ctx, control);
+        EXPECT_EQ(l.resumen, dice);
+        EXPECT_EQ(g_fuentes.llamada, "leer " + ctx.lector + " almacen");
+        ASSERT_EQ(l.fuentes.size(), 2U);
+        const FuenteListada& tarjeta = *l.De(Origen::Dnie);
+        EXPECT_EQ(tarjeta.quien, fuentes.tarjeta.lector);
+        EXPECT_EQ(tarjeta.fallo.motivo, fuentes.tarjeta.fallo.motivo);
+        EXPECT_EQ(l.De(Origen::Sistema)->fallo.motivo, fuentes.fallo.motivo);
+        EXPECT_EQ(l.De(Origen::Sistema)->cuantos, fuentes.almacen.size());
+        EXPECT_EQ(l.De(Origen::Pkcs12), nullptr);
+        EXPECT_EQ(tarjeta.cuantos + fuentes.almacen.size(), l.entradas.size());
+        if (tarjeta.cuantos == 0) continue;
+        EXPECT_THAT(Etiquetas(l.entradas), ElementsAre("DNIe · Ana", "DNIe · (sin nombre)"));
+        EXPECT_EQ(l.entradas[0].lector, "B");
+        EXPECT_EQ(l.entradas[0].uso, "uso de Ana");
+        EXPECT_TRUE(l.entradas[0].conClave && l.entradas[0].deFirma && !l.entradas[1].deFirma);
     }
 }
 
 // The same certificate: twice on the card stays, from other sources the first one stays. Expired ones go last.
 TEST_F(Fuentes, RepetidosYOrden) {
     CrearPfx("a.p12", "Pfx", "x");
-    g_fuentes.lectores = {"A"};
-    g_fuentes.tarjeta = {Cert("Vieja", "01", kPasado), Cert("Ana", "02"), Cert("Ana", "02")};
+    g_fuentes.tarjeta = Lectura("A", {Cert("Vieja", "01", kPasado), Cert("Ana", "02"), Cert("Ana", "02")});
     Lx::X509::Certificado otroEmisor = Cert("Otro", "05");
     otroEmisor.issuerDN = "CN=Otro emisor";
     g_fuentes.almacen = {DeAlmacen(Cert("Viejo", "04", kPasado)), DeAlmacen(Cert("Zoe", "05")),
@@ -77,47 +93,80 @@ TEST_F(Fuentes, RepetidosYOrden) {
     Contexto ctx;
     ctx.rutaPkcs12 = base / "a.p12";
     ctx.clavePkcs12 = "x";
-    std::string resumen;
-    EXPECT_THAT(Etiquetas(Listar(ctx, resumen)),
-                ElementsAre("DNIe · Ana", "DNIe · Ana", "NSS · Zoe", "NSS · Ana", "NSS · Otro", "PFX · a.p12",
-                            "DNIe · Vieja", "NSS · Viejo"));
-    EXPECT_EQ(resumen, "DNIe: 3 de firma | NSS (Linux): 5 certificado(s) | PKCS#12: 1 certificado(s) del PKCS#12");
+    Lx::Control control;
+    const Listado todo = ListarFuentes(ctx, control);
+    EXPECT_THAT(Etiquetas(todo.entradas), ElementsAre("DNIe · Ana", "DNIe · Ana", "NSS · Zoe", "NSS · Ana",
+                                                      "NSS · Otro", "PFX · a.p12", "DNIe · Vieja", "NSS · Viejo"));
+    const std::string resto = " | NSS (Linux): 5 certificado(s) | PKCS#12: 1 certificado(s) del PKCS#12";
+    EXPECT_EQ(todo.resumen, "DNIe: 3 de firma" + resto);
 
-    g_fuentes.almacen = {DeAlmacen(LeerCertificado("Pfx"))};
-    g_fuentes.lectores.clear();
-    EXPECT_THAT(Etiquetas(Listar(ctx, resumen)), ElementsAre("NSS · Pfx"));
+    // The card alone: the others aren't asked again.
+    g_fuentes = {Lectura("A", {Cert("Luz", "06")})};
+    const Listado otra = ListarFuentes(ctx, control, &todo);
+    EXPECT_EQ(g_fuentes.llamada, "leer  ");
+    EXPECT_THAT(Etiquetas(otra.entradas),
+                ElementsAre("DNIe · Luz", "NSS · Zoe", "NSS · Ana", "NSS · Otro", "PFX · a.p12", "NSS · Viejo"));
+    EXPECT_EQ(otra.resumen, "DNIe: 1 de firma" + resto);
+    EXPECT_EQ(otra.De(Origen::Pkcs12)->quien, ctx.rutaPkcs12);
+}
+
+// Whether the file of the same certificate could sign, too, is said where the certificate is listed.
+TEST_F(Fuentes, RepetidoEnElFichero) {
+    CrearPfx("a.p12", "Pfx", "x");
+    Lx::X509::Certificado homonimo = LeerCertificado("Pfx");
+    homonimo.der.push_back(0);
+    for (const auto& [clave, cert, dentro] : {std::tuple("x", LeerCertificado("Pfx"), true),
+                                              {"mala", LeerCertificado("Pfx"), false},
+                                              {"x", homonimo, false}}) {
+        SCOPED_TRACE(clave);
+        g_fuentes.almacen = {DeAlmacen(cert)};
+        Contexto ctx;
+        ctx.rutaPkcs12 = base / "a.p12";
+        ctx.clavePkcs12 = clave;
+        Lx::Control control;
+        const Listado l = ListarFuentes(ctx, control);
+        EXPECT_THAT(Etiquetas(l.entradas), ElementsAre("NSS · Pfx"));
+        EXPECT_EQ(l.entradas[0].enFichero, dentro);
+    }
 }
 
 TEST_F(Fuentes, FrasesAlFirmar) {
+    using Lx::Motivo;
     const Lx::X509::Certificado bueno = Cert("Ana", "01");
     Lx::X509::Certificado invalido = bueno;
     invalido.valid = false;
+    const Lx::Aviso nada, bloqueado = {Motivo::PinBloqueado, "PIN bloqueado."}, mudo = {Motivo::Cancelado, ""};
     // Source, certificate, what to sign, PIN, what the source says, what it was asked, what comes out.
-    const Apoyo::Filas<int, Lx::X509::Certificado, std::string, const char*, const char*, const char*, const char*>
-        kFilas = {
-            {0, invalido, "", "1", "", "", "No hay datos que firmar."},
-            {0, invalido, "a", "1", "", "", "El certificado elegido no es valido."},
-            {0, bueno, "a", "", "", "", "Se necesita el PIN de firma del DNIe."},
-            {0, bueno, "a", "1", "PIN bloqueado.", "tarjeta L 1", "PIN bloqueado."},
-            {1, bueno, "a", "1", "", "almacen 1 con", "El almacén del sistema no pudo firmar."},
-            {2, bueno, "a", "", "", "almacen  con", "El almacén del sistema no pudo firmar."},
-            {2, bueno, "a", "1", "rechazado.", "almacen 1 con", "rechazado."},
-            {3, bueno, "a", "1", "", "", "no hay ruta del PKCS#12."},
-            {7, bueno, "a", "1", "", "", "Origen de certificado desconocido."},
+    const Apoyo::Filas<int, Lx::X509::Certificado, std::string, const char*, Lx::Aviso, const char*, Lx::Aviso> kFilas =
+        {
+            {0, invalido, "", "1", nada, "", {Motivo::ClaveNoFirma, "No hay datos que firmar."}},
+            {0, invalido, "a", "1", nada, "", {Motivo::CertificadoInutil, "El certificado elegido no es valido."}},
+            {0, bueno, "a", "", nada, "", {Motivo::PinAusente, "Se necesita el PIN de firma del DNIe."}},
+            {0, bueno, "a", "1", bloqueado, "tarjeta L 1", bloqueado},
+            {0, bueno, "a", "1", nada, "tarjeta L 1", {Motivo::ClaveNoFirma, "El DNIe no firmo."}},
+            {1, bueno, "a", "1", nada, "almacen", {Motivo::AlmacenNoFirma, "El almacén del sistema no pudo firmar."}},
+            {2, bueno, "a", "", mudo, "almacen", {Motivo::Cancelado, "El almacén del sistema no pudo firmar."}},
+            {2, bueno, "a", "1", bloqueado, "almacen", bloqueado},
+            {3, bueno, "a", "1", nada, "", {Motivo::Pkcs12NoExiste, "no hay ruta del PKCS#12."}},
+            {7, bueno, "a", "1", nada, "", {Motivo::CertificadoInutil, "Origen de certificado desconocido."}},
         };
-    for (const auto& [origen, cert, datos, pin, error, llamada, dice] : kFilas) {
-        SCOPED_TRACE(dice);
+    for (const auto& [origen, cert, datos, pin, fallo, llamada, espero] : kFilas) {
+        SCOPED_TRACE(espero.frase);
         g_fuentes = {};
-        g_fuentes.error = error;
+        g_fuentes.fallo = fallo;
         const Entrada e{static_cast<Origen>(origen), "", "L", cert, true};
         Contexto ctx;
         ctx.pin = pin;
         std::vector<unsigned char> firma = {1, 2, 3};
         std::string mensaje = "de antes";
         EXPECT_FALSE(Firmar(e, ctx, {datos.begin(), datos.end()}, firma, mensaje));
-        EXPECT_EQ(mensaje, dice);
+        EXPECT_EQ(mensaje, espero.frase);
         EXPECT_TRUE(firma.empty());
         EXPECT_EQ(g_fuentes.llamada, llamada);
+        Lx::Control control;
+        const FirmaHecha hecha = FirmarCon(e, ctx, {datos.begin(), datos.end()}, {}, control);
+        EXPECT_EQ(hecha.fallo.motivo, espero.motivo);
+        EXPECT_EQ(hecha.intentos, g_fuentes.llamada == "tarjeta L 1" ? 2 : -1);
     }
 }
 
@@ -125,32 +174,34 @@ TEST_F(Fuentes, FrasesAlFirmar) {
 TEST_F(Fuentes, LaClaveHaDeSerLaDelCertificado) {
     const Apoyo::Identidad& ana = Apoyo::IdentidadComun();
     const std::vector<unsigned char> datos = {'h', 'o', 'l', 'a'};
-    std::string mensaje = "de antes";
+    std::string mensaje;
     const std::vector<unsigned char> suya = ana.firmar(datos, mensaje);
     const std::vector<unsigned char> ajena = Apoyo::CrearIdentidad(base).firmar(datos, mensaje);
     Contexto ctx;
     ctx.pin = "1";
-    ctx.opcion = 0;
+    const PreguntaClave pregunta = [](const std::string&, int, bool, std::string&) { return false; };
     Lx::X509::Certificado soloDn = ana.certificado;
     soloDn.subjectCN.clear();
     Lx::X509::Certificado sinNombre = soloDn;
     sinNombre.subjectDN.clear();
     for (const Origen origen : {Origen::Dnie, Origen::Personal, Origen::Sistema}) {
-        std::vector<unsigned char> firma;
+        Lx::Control control;
         g_fuentes.firma = suya;
-        EXPECT_TRUE(Firmar({origen, "", "L", ana.certificado, true}, ctx, datos, firma, mensaje));
-        EXPECT_EQ(firma, suya);
-        EXPECT_EQ(mensaje, "");
-        EXPECT_EQ(g_fuentes.llamada, origen == Origen::Dnie ? "tarjeta L 1" : "almacen 1 sin");
+        const FirmaHecha bien = FirmarCon({origen, "", "L", ana.certificado, true}, ctx, datos, pregunta, control);
+        EXPECT_EQ(bien.firma, suya);
+        EXPECT_FALSE(bien.fallo);
+        EXPECT_EQ(bien.nota, origen == Origen::Dnie ? "nota" : "");
+        EXPECT_EQ(g_fuentes.llamada, origen == Origen::Dnie ? "tarjeta L 1" : "almacen con pregunta");
 
         g_fuentes.firma = ajena;
         for (const auto& [cert, nombre] : {std::pair(ana.certificado, "Ana Núñez Peña"),
                                            {soloDn, "CN=Ana Núñez Peña"},
                                            {sinNombre, "(sin nombre)"}}) {
-            EXPECT_FALSE(Firmar({origen, "", "L", cert, true}, ctx, datos, firma, mensaje));
-            EXPECT_EQ(mensaje,
+            const FirmaHecha mal = FirmarCon({origen, "", "L", cert, true}, ctx, datos, pregunta, control);
+            EXPECT_EQ(mal.fallo.motivo, Lx::Motivo::ClaveAjena);
+            EXPECT_EQ(mal.fallo.frase,
                       "La clave que firmo no corresponde al certificado elegido (" + std::string(nombre) + ").");
-            EXPECT_TRUE(firma.empty());
+            EXPECT_TRUE(mal.firma.empty());
         }
     }
 }

@@ -1,25 +1,20 @@
-// What other processes see of this one: the commands, the files while openssl runs, and what is left at the end.
-#include <fcntl.h>
+// What other processes see of this one: the commands, what is open in them, and what a kill leaves behind.
 #include <gmock/gmock.h>
 #include <signal.h>
-#include <sys/file.h>
-#include <sys/resource.h>
-#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <random>
 #include <thread>
 
 #include "Entorno.h"
-#include "certstore/LxTemporales.h"
 #include "certstore/Pkcs12.h"
 
 namespace fs = std::filesystem;
 using namespace Lx::CertStore;
 using Apoyo::EscribirFichero;
 using Apoyo::LeerFichero;
-using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
@@ -27,240 +22,136 @@ using testing::Not;
 namespace {
 
 constexpr const char* kClave = "clave-que-nadie-ve";
+constexpr const char* kAntes = "DNIe: sin lector | NSS (Linux): vacío | PKCS#12: ";
+const std::string kFirmado = std::string(kAntes) + "1 certificado(s) del PKCS#12\nAna con clave\nfirmado\n";
 
 class Procesos : public Entorno {
   protected:
     void SetUp() override {
         Entorno::SetUp();
         CrearPfx("a.p12", "Ana", kClave);
-        EscribirFichero(base / "clave.txt", std::string(kClave) + "\n");
-        fs::create_directory(ejecucion = base / "ejecucion");
-        fs::permissions(ejecucion, fs::perms::owner_all);
-        setenv("XDG_RUNTIME_DIR", ejecucion.c_str(), 1);
+        fs::remove(base / "clave.txt");
     }
-    void TearDown() override {
-        unsetenv("XDG_RUNTIME_DIR");
-        Entorno::TearDown();
+    // What the helper program says of a.p12; `entorno` goes to env.
+    static std::string Ayudante(const std::string& orden, const std::vector<std::string>& entorno = {}) {
+        std::vector<std::string> argumentos = {"env", "-C", base};
+        argumentos.insert(argumentos.end(), entorno.begin(), entorno.end());
+        argumentos.insert(argumentos.end(), {AYUDANTE, orden, base / "a.p12"});
+        return Apoyo::Exigir(argumentos, std::string(kClave) + "\n");
     }
+};
 
-    // Starts the helper program with these words before and after the path of the file, by an env with `entorno`. Its
-    // output goes to "dicho".
-    [[nodiscard]] static pid_t Lanzar(const std::string& antes, const std::string& despues = "",
-                                      const std::string& entorno = "") {
-        fs::remove(base / "dicho");
-        const std::string orden = "exec env " + entorno + Ruta2Cmd(AYUDANTE) + " " + antes + " " +
-                                  Ruta2Cmd(base / "a.p12") + " " + despues + " <" + Ruta2Cmd(base / "clave.txt") +
-                                  " >" + Ruta2Cmd(base / "dicho") + " 2>/dev/null";
+// The words of each command, and each file that is open in it.
+TEST_F(Procesos, OrdenesYFicherosAbiertos) {
+    PonerOpenssl(R"sh(
+r="${0%/bin/openssl}/registro"
+( for a in "$@"; do printf '[%s]' "$a"; done; echo
+  for f in 0 1 2 3 4 5 6 7 8 9; do [ -e /proc/$$/fd/$f ] && echo "$f $(readlink /proc/$$/fd/$f)"; done ) >>"$r"
+exec "$REAL" "$@"
+)sh");
+    EXPECT_EQ(Ayudante("firmar"), kFirmado);
+    const std::string pfx = base / "a.p12";
+    const std::string nada = "0 /dev/null\n", nadas = nada + "1 /dev/null\n2 /dev/null\n";
+    const std::string memoria = " /memfd:velmora \\(deleted\\)\n", tubo = " pipe:\\[[0-9]+\\]\n";
+    const std::string p12 = "\\[pkcs12\\]\\[-in\\]\\[" + pfx + "\\]\\[-passin\\]\\[file:/dev/fd/3\\]";
+    const std::string claves =
+        p12 + "\\[-nocerts\\]\\[-nodes\\]\\[-out\\]\\[/dev/fd/4\\]\n" + nadas + "3" + memoria + "4" + tubo;
+    const std::string firma =
+        "\\[dgst\\]\\[-sha256\\]\\[-sign\\]\\[/dev/fd/3\\]\\[-out\\]\\[/dev/fd/4\\]\\[/dev/fd/5\\]\n";
+    EXPECT_THAT(LeerFichero(base / "registro"),
+                testing::MatchesRegex("\\[version\\]\n" + nadas + p12 + "\\[-nokeys\\]\\[-clcerts\\]\n" + nada + "1" +
+                                      tubo + "2 /dev/null\n3" + memoria + claves + claves + firma + nadas + "3" +
+                                      memoria + "4" + tubo + "5" + memoria));
+    EXPECT_THAT(Nombres(temp), IsEmpty());
+}
+
+// A program of that name runs only from where nobody else could have put it.
+TEST_F(Procesos, OpensslDeFiar) {
+    const std::string falso = "#!/bin/sh\ntouch " + Ruta2Cmd(base / "corrio") + "\nexec /usr/bin/openssl \"$@\"\n";
+    const Apoyo::Filas<const char*, std::string, const char*, bool> kFilas = {
+        {"suya", base / "bin", "true", true},
+        {"enlace a suya", base / "enlace", "ln -s bin enlace", true},
+        {"relativa", "bin", "true", false},
+        {"la de trabajo", "", "cp bin/openssl .", false},
+        {"un punto", ".", "cp bin/openssl .", false},
+        {"del grupo", base / "bin", "chmod 775 bin", false},
+        {"de todos", base / "bin", "chmod 1777 bin", false},
+        {"fichero del grupo", base / "bin", "chmod 775 bin/openssl", false},
+        {"fichero de todos", base / "bin", "chmod 757 bin/openssl", false},
+        {"no se ejecuta", base / "bin", "chmod 644 bin/openssl", false},
+        {"no es un fichero", base / "bin", "rm bin/openssl; mkfifo -m 700 bin/openssl", false},
+        {"enlace a la de todos", base / "bin", "mkdir -m 777 otra; mv bin/openssl otra; ln -s ../otra/openssl bin",
+         false},
+        {"ajena", base / "bin", "chown 65534 bin", false},
+        {"fichero ajeno", base / "bin", "chown 65534 bin/openssl", false},
+    };
+    for (const auto& [nombre, camino, guion, corre] : kFilas) {
+        SCOPED_TRACE(nombre);
+        if (std::string_view(guion).starts_with("chown") && geteuid() != 0) continue;
+        Orden("rm -rf bin otra enlace openssl corrio; mkdir -m 755 bin");
+        EscribirFichero(base / "bin/openssl", falso);
+        fs::permissions(base / "bin/openssl", fs::perms::owner_all);
+        Orden(guion);
+        EXPECT_EQ(Ayudante("firmar", {"PATH=" + camino + ":/usr/bin:/bin"}), kFirmado);
+        EXPECT_EQ(fs::exists(base / "corrio"), corre);
+    }
+    for (const std::string camino : {"", "bin", ":", "/nada"})
+        EXPECT_THAT(Ayudante("listar", {"PATH=" + camino}),
+                    HasSubstr("para leer el PKCS#12 hace falta el programa 'openssl' en el PATH."));
+}
+
+// What openssl answers is taken for what it is, whatever its status says.
+TEST_F(Procesos, RespuestasDeOpenssl) {
+    const std::string noAbre =
+        "(sin clave privada: openssl no pudo abrir el PKCS#12 (contraseña incorrecta o fichero dañado).)";
+    const std::string uno = std::string(kAntes) + "1 certificado(s) del PKCS#12";
+    const std::string noFirma = "openssl no pudo firmar con la clave del PKCS#12.\n";
+    const Apoyo::Filas<const char*, std::string> kFilas = {
+        {"*-nocerts*) exit 1;;", uno + " " + noAbre + "\nAna\n"},
+        {"*-nocerts*) kill -KILL $$;;", uno + " " + noAbre + "\nAna\n"},
+        {"*-nocerts*) exec yes >/dev/fd/4;;", uno + " " + noAbre + "\nAna\n"},
+        {"*-nokeys*-legacy*) ;; *-nokeys*) \"$REAL\" \"$@\"; exit 1;;", kFirmado},
+        {"*-sign*) exit 0;;", uno + "\nAna con clave\n" + noFirma},
+        {"*-sign*) \"$REAL\" \"$@\"; exit 1;;", kFirmado},
+        {"*version*) exit 1;;",
+         std::string(kAntes) + "para leer el PKCS#12 hace falta el programa 'openssl' en el PATH.\n"},
+    };
+    for (const auto& [caso, dice] : kFilas) {
+        SCOPED_TRACE(caso);
+        PonerOpenssl("\ncase \"$*\" in " + std::string(caso) + " esac\nexec \"$REAL\" \"$@\"\n");
+        EXPECT_EQ(Ayudante("firmar"), dice);
+    }
+    PonerOpenssl("\nexec \"$REAL\" \"$@\"\n");
+    EXPECT_EQ(Ayudante("firmar", {"--ignore-signal=CHLD"}), kFirmado) << "a launcher that hides how children end";
+}
+
+// Killed at any moment of its work, the program leaves neither key nor password nor any file.
+TEST_F(Procesos, MuerteEnCualquierMomento) {
+    constexpr int kVeces = 40;
+    const std::string orden = "exec " + Ruta2Cmd(AYUDANTE) + " bucle " + Ruta2Cmd(base / "a.p12") + " <" +
+                              Ruta2Cmd(base / "entrada") + " >>" + Ruta2Cmd(base / "dicho");
+    EscribirFichero(base / "entrada", std::string(kClave) + "\n");
+    setenv("TMPDIR", temp.c_str(), 1);
+    std::mt19937 azar(7);
+    for (int i = 0; i < kVeces; ++i) {
         const pid_t pid = fork();
         if (pid == 0) {
-            // A job in the background is born deaf to some of them.
-            for (const int senal : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM, SIGCHLD}) signal(senal, SIG_DFL);
-            constexpr rlimit kSinVolcado{0, 0};
-            setrlimit(RLIMIT_CORE, &kSinVolcado);
             execl("/bin/sh", "sh", "-c", orden.c_str(), nullptr);
             _exit(127);
         }
-        return pid;
-    }
-
-    // Until the condition holds, ten seconds at most.
-    template <class F>
-    static void Esperar(F condicion) {
-        bool cumplida = condicion();
-        for (int i = 0; i < 1000 && !cumplida; ++i, cumplida = condicion())
-            std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        EXPECT_TRUE(cumplida);
-    }
-    // The same with "esperar" at the end, once it has said something.
-    [[nodiscard]] static pid_t LanzarYEsperar(const std::string& antes, const std::string& entorno = "") {
-        const pid_t pid = Lanzar(antes, "esperar", entorno);
-        Esperar([] { return LeerFichero(base / "dicho").find('\n') != std::string::npos; });
-        return pid;
-    }
-    static void Matar(pid_t pid, int senal) {
-        kill(pid, senal);
-        EXPECT_EQ(Fin(pid), -senal);
-    }
-    // Exit status, or minus the signal that ended it.
-    [[nodiscard]] static int Fin(pid_t pid) {
+        std::this_thread::sleep_for(std::chrono::microseconds(azar() % 120000));
+        kill(pid, SIGKILL);
         int estado = 0;
-        Esperar([&] { return waitpid(pid, &estado, WNOHANG) == pid; });
-        return WIFSIGNALED(estado) ? -WTERMSIG(estado) : WEXITSTATUS(estado);
-    }
-
-    fs::path ejecucion;
-};
-
-constexpr const char* kAnotar = R"(
-r="${0%/bin/openssl}/registro"
-for a in "$@"; do printf '[%s]' "$a"; done >>"$r"
-echo >>"$r"
-for f in "$TEMP"/lxcert_*; do LC_ALL=C stat -c '%a %F' "$f"; done >>"$r"
-)";
-
-TEST_F(Procesos, OrdenesYPermisos) {
-    PonerOpenssl(std::string(kAnotar) + "exec \"$REAL\" \"$@\"\n");
-    const std::string pfx = base / "a.p12";
-    const std::string modo = "600 regular file\n", vacio = "600 regular empty file\n";
-    for (const char* accion : {"listar", "firmar"}) {
-        SCOPED_TRACE(accion);
-        fs::remove(base / "registro");
-        const pid_t pid = Lanzar(accion);
-        EXPECT_EQ(Fin(pid), 0);
-        const auto nombre = [pid](int n, const char* sufijo) {
-            return (temp / ("lxcert_" + std::to_string(n) + "_" + std::to_string(pid) + sufijo)).string();
-        };
-        const auto con = [&](int n) { return "[pkcs12][-in][" + pfx + "][-passin][file:" + nombre(n, ".pass") + "]"; };
-        std::string espero = "[version]\n";
-        if (accion == std::string("listar")) {
-            espero += con(1) + "[-nokeys][-clcerts]\n" + modo;
-            espero += con(2) + "[-nocerts][-nodes][-out][" + nombre(3, ".key") + "]\n" + modo + vacio;
-        } else {
-            espero += con(1) + "[-nocerts][-nodes][-out][" + nombre(2, ".key") + "]\n" + modo + vacio;
-            espero += "[dgst][-sha256][-sign][" + nombre(2, ".key") + "][-out][" + nombre(4, ".sig") + "][" +
-                      nombre(3, ".msg") + "]\n" + modo + modo + vacio;
-        }
-        const std::string registro = LeerFichero(base / "registro");
-        // Without files the pattern stays as it is, and stat says nothing of it on its standard output.
-        EXPECT_EQ(registro, espero);
-        EXPECT_THAT(registro, Not(HasSubstr(kClave)));
-        EXPECT_THAT(Nombres(temp), IsEmpty()) << "the end of the process removes the listing's key";
-    }
-}
-
-TEST_F(Procesos, SinOpenssl) {
-    fs::create_directory(base / "nada");
-    const std::string sinRuta = "PATH=" + Ruta2Cmd(base / "nada") + " ";
-    EXPECT_EQ(Fin(Lanzar("firmar", "", sinRuta)), 0);
-    EXPECT_EQ(LeerFichero(base / "dicho"), "falta el programa 'openssl' en el PATH.\n");
-    EXPECT_THAT(Nombres(temp), IsEmpty());
-}
-
-TEST_F(Procesos, CarpetaPrivadaHastaElFinal) {
-    const pid_t pid = LanzarYEsperar("--carpeta listar");
-    const std::string carpeta = "velmora_" + std::to_string(pid) + "_";
-    ASSERT_THAT(Nombres(ejecucion), ElementsAre(testing::StartsWith(carpeta)));
-    struct stat st {};
-    ASSERT_EQ(stat((ejecucion / Nombres(ejecucion)[0]).c_str(), &st), 0);
-    EXPECT_EQ(st.st_mode & 07777U, 0700U);
-    EXPECT_EQ(Nombres(ejecucion / Nombres(ejecucion)[0]).size(), 1U);
-    Matar(pid, SIGTERM);
-    EXPECT_THAT(Nombres(ejecucion), IsEmpty());
-    EXPECT_THAT(Nombres(temp), IsEmpty());
-
-    EXPECT_EQ(Fin(Lanzar("--carpeta listar")), 0);
-    EXPECT_THAT(LeerFichero(base / "dicho"), HasSubstr("1 certificado(s) del PKCS#12\n"));
-    EXPECT_THAT(Nombres(ejecucion), IsEmpty());
-}
-
-// A run-time folder that others can enter, that is a link or that is missing is not used.
-TEST_F(Procesos, CarpetaDeEjecucionInservible) {
-    fs::create_directory(base / "abierta");
-    fs::permissions(base / "abierta", fs::perms::all);
-    fs::create_directory_symlink(ejecucion, base / "enlace");
-    for (const char* nombre : {"abierta", "enlace", "no existe"}) {
-        SCOPED_TRACE(nombre);
-        setenv("XDG_RUNTIME_DIR", (base / nombre).c_str(), 1);
-        const pid_t pid = LanzarYEsperar("--carpeta nada");
-        EXPECT_EQ(Nombres(temp).size(), 1U);
-        Matar(pid, SIGINT);
+        EXPECT_EQ(waitpid(pid, &estado, 0), pid);
+        EXPECT_TRUE(WIFSIGNALED(estado)) << "it ended by itself";
         EXPECT_THAT(Nombres(temp), IsEmpty());
     }
-}
-
-TEST_F(Procesos, Senales) {
-    for (const int senal : {SIGHUP, SIGINT, SIGQUIT, SIGPIPE, SIGTERM}) {
-        SCOPED_TRACE(senal);
-        const pid_t pid = LanzarYEsperar("--carpeta listar");
-        Matar(pid, senal);
-        EXPECT_THAT(Nombres(ejecucion), IsEmpty());
+    unsetenv("TMPDIR");
+    EXPECT_THAT(LeerFichero(base / "dicho"), HasSubstr("firmado\n"));
+    for (const fs::directory_entry& e : fs::directory_iterator("/dev/shm")) {
+        if (!e.is_regular_file()) continue;
+        EXPECT_THAT(LeerFichero(e.path()), testing::AllOf(Not(HasSubstr(kClave)), Not(HasSubstr("PRIVATE KEY"))));
     }
-    // What the program was told to ignore stays ignored, but for the one that hides how children end.
-    const pid_t pid = LanzarYEsperar("--carpeta listar", "--ignore-signal=HUP,CHLD ");
-    EXPECT_THAT(LeerFichero(base / "dicho"), HasSubstr("1 certificado(s) del PKCS#12\n"));
-    kill(pid, SIGHUP);
-    Matar(pid, SIGTERM);
-}
-
-// The keyboard's interrupt reaches openssl too, and while it runs the program itself is deaf to it.
-TEST_F(Procesos, InterrupcionDeOpenssl) {
-    const Apoyo::Filas<const char*, const char*> kFilas = {
-        {"listar", "-nokeys"}, {"listar", "-nocerts"}, {"firmar", "-nocerts"}, {"firmar", "-sign"}};
-    for (const auto& [accion, donde] : kFilas) {
-        PonerOpenssl("case \"$*\" in *" + std::string(donde) + "*) kill -INT $$;; esac\nexec \"$REAL\" \"$@\"\n");
-        for (const char* carpeta : {"", "--carpeta "}) {
-            SCOPED_TRACE(carpeta + std::string(accion) + " " + donde);
-            EXPECT_EQ(Fin(Lanzar(std::string(carpeta) + accion)), -SIGINT);
-            EXPECT_THAT(Nombres(temp), IsEmpty());
-            EXPECT_THAT(Nombres(ejecucion), IsEmpty());
-        }
-    }
-}
-
-// An openssl that outlives the program must not bring the key back.
-TEST_F(Procesos, SenalMientrasCorreOpenssl) {
-    PonerOpenssl(R"(b="${0%/bin/openssl}"
-case "$*" in
-*-nocerts*) touch "$b/empieza"; while [ ! -e "$b/sigue" ]; do sleep 0.02; done; "$REAL" "$@"; touch "$b/acaba";;
-*) exec "$REAL" "$@";;
-esac)");
-    const pid_t pid = Lanzar("--carpeta listar");
-    Esperar([] { return fs::exists(base / "empieza"); });
-    Matar(pid, SIGTERM);
-    EscribirFichero(base / "sigue", "");
-    Esperar([] { return fs::exists(base / "acaba"); });
-    EXPECT_THAT(Nombres(ejecucion), IsEmpty());
-}
-
-TEST_F(Procesos, CarpetasAbandonadas) {
-    const pid_t muerto = LanzarYEsperar("--carpeta listar");
-    Matar(muerto, SIGKILL);
-    ASSERT_EQ(Nombres(ejecucion).size(), 1U);
-    const std::string abandonada = Nombres(ejecucion)[0];
-
-    const std::string pid = std::to_string(muerto);
-    std::vector<std::string> quedan = {"velmora_" + std::to_string(getpid()) + "_abcdef",  // alive
-                                       "velmora_" + pid + "_abcde",                        // not our names
-                                       "velmora_" + pid + "_abcdefg",
-                                       "velmora_" + pid + "_abc.ef",
-                                       "velmora_0" + pid + "_abcdef",
-                                       "velmora__abcdef",
-                                       "velmora_-1_abcdef",
-                                       "velmora_99999999999_abcdef",
-                                       "xvelmora_" + pid + "_abcdef",
-                                       "velmora_" + pid + "_locked"};
-    for (const std::string& nombre : quedan) {
-        fs::create_directory(ejecucion / nombre);
-        EscribirFichero(ejecucion / nombre / "f", "");
-    }
-    const int cerrojo = open((ejecucion / quedan.back()).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
-    ASSERT_EQ(flock(cerrojo, LOCK_EX | LOCK_NB), 0);
-    if (geteuid() == 0) {
-        quedan.push_back("velmora_" + pid + "_ajena0");
-        fs::create_directory(ejecucion / quedan.back());
-        EscribirFichero(ejecucion / quedan.back() / "f", "");
-        ASSERT_EQ(chown((ejecucion / quedan.back()).c_str(), 65534, 65534), 0);
-    }
-    fs::create_directory(base / "otra");
-    EscribirFichero(base / "otra" / "f", "");
-    quedan.push_back("velmora_" + pid + "_enlace");
-    fs::create_directory_symlink(base / "otra", ejecucion / quedan.back());
-
-    EXPECT_EQ(Fin(Lanzar("--carpeta nada")), 0);
-    close(cerrojo);
-    EXPECT_FALSE(fs::exists(ejecucion / abandonada));
-    EXPECT_THAT(Nombres(ejecucion), testing::UnorderedElementsAreArray(quedan));
-    for (const std::string& nombre : quedan) EXPECT_TRUE(fs::exists(ejecucion / nombre / "f")) << nombre;
-}
-
-// A child that was forked and ends by exit() leaves its parent's files alone.
-TEST_F(Procesos, HijoSinExec) {
-    FicheroTemporal f;
-    ASSERT_TRUE(f.Crear(".msg", {"a"}));
-    const pid_t pid = fork();
-    if (pid == 0) std::exit(0);
-    EXPECT_EQ(Fin(pid), 0);
-    EXPECT_EQ(LeerFichero(f.Ruta()), "a");
 }
 
 }  // namespace

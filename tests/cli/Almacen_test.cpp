@@ -27,11 +27,11 @@ class FirmarConAlmacen : public Cli {
 TEST_F(FirmarConAlmacen, UnaClaveDadaTieneUnIntentoYValeParaTodos) {
     Correr(0, "firmar --clave-almacen-desde=- contrato.pdf b.pdf", "", std::string(kBuena) + "\n");
     EXPECT_TRUE(Apoyo::PdfValido(En("b_firmao.pdf"), *identidad_));
-    const std::string frase = "la contraseña de --clave-almacen-desde no es la de ";
+    const std::string frase = "la contraseña que se dio no es la de ";
     const Apoyo::Salida mal = Correr(1, "firmar --json --clave-almacen-desde=mala contrato.pdf b.pdf c.pdf", frase);
     EXPECT_EQ(
         DeJson(mal.texto, "[(e['motivo'], e['error'][:13]) for e in d['documentos']]"),
-        "[('ClaveDeAlmacen', 'el almacen NS'), ('NoIntentado', 'no se intentó'), ('NoIntentado', 'no se intentó')]");
+        "[('ClaveDeAlmacen', 'la contraseña'), ('NoIntentado', 'no se intentó'), ('NoIntentado', 'no se intentó')]");
     EXPECT_EQ(Apoyo::Cuenta(mal.errores, frase), 1U);
     // The same certificate is in both, and the file's password is the one that was given.
     Correr(0, "firmar $ID --salida=s.pdf contrato.pdf");

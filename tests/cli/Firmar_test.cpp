@@ -71,21 +71,27 @@ TEST_F(FirmarDocumentos, UnDocumentoMaloNoParaALosDemas) {
 TEST_F(FirmarDocumentos, NadaDeLoQueHabiaSePierde) {
     Guion(
         "echo antes >antes.pdf; ln contrato.pdf duro.pdf; ln -s contrato.pdf enlace.pdf; ln -s nada roto.pdf; "
-        "mkdir carpeta; echo nada >malo.pdf");
+        "mkdir carpeta; echo nada >malo.pdf; "
+        "echo otro >otro; ln -s otro alotro.pdf; mkfifo tubo");
     const Nombres antes = Nuevos();
     const std::string intacto = Leer("contrato.pdf");
     const std::string imposible = "SalidaImposible. Consejo: elige otro nombre, o una carpeta",
+                      ocupado = "SalidaExiste. Consejo: elige otro nombre; con",
+                      ajeno = "SalidaAjena. Consejo: elige otro nombre: lo que hay",
                       original = "SalidaEsEntrada. Consejo: elige otro nombre para",
                       malo = "NoEsPdf. Consejo: comprueba que es el documento";
     const Apoyo::Filas<std::string, const char*, std::string> filas = {
-        {"--salida=antes.pdf contrato.pdf", "ya existe antes.pdf", imposible},
-        {"--salida=roto.pdf contrato.pdf", "ya existe roto.pdf", imposible},
+        {"--salida=antes.pdf contrato.pdf", "ya existe antes.pdf", ocupado},
+        {"--salida=roto.pdf contrato.pdf", "roto.pdf ya existe y no es un fichero normal", ajeno},
+        {"--salida=roto.pdf --forzar contrato.pdf", "no es un fichero normal", ajeno},
+        {"--salida=alotro.pdf --forzar contrato.pdf", "no es un fichero normal", ajeno},
+        {"--salida=tubo --forzar contrato.pdf", "no es un fichero normal", ajeno},
         {"--salida=antes.pdf --forzar malo.pdf", "no es un PDF", malo},
         {"--salida=contrato.pdf --forzar contrato.pdf", "es el propio documento", original},
         {"--salida=./duro.pdf --forzar contrato.pdf", "es el propio documento", original},
         {"--salida=enlace.pdf --forzar contrato.pdf", "es el propio documento", original},
-        {"--salida=carpeta --forzar contrato.pdf", "no es un fichero normal", imposible},
-        {"--salida=/dev/null --forzar contrato.pdf", "no es un fichero normal", imposible},
+        {"--salida=carpeta --forzar contrato.pdf", "no es un fichero normal", ajeno},
+        {"--salida=/dev/null --forzar contrato.pdf", "no es un fichero normal", ajeno},
         {"--salida=carpeta/ contrato.pdf", "no es un nombre de fichero", imposible},
         {"--salida=nada/x.pdf contrato.pdf", "no se pudo abrir nada/x.pdf para escritura. Motivo: no existe.",
          imposible},
@@ -107,17 +113,18 @@ TEST_F(FirmarDocumentos, NadaDeLoQueHabiaSePierde) {
 }
 
 TEST_F(FirmarDocumentos, ForzarSustituyeTrasElExito) {
-    Guion("echo antes >real.pdf; chmod 640 real.pdf; ln -s real.pdf enlace.pdf");
-    Correr(0, "firmar $ID --salida=enlace.pdf --forzar contrato.pdf");
-    EXPECT_TRUE(fs::is_symlink(En("enlace.pdf")));
+    Guion("echo antes >real.pdf; chmod 640 real.pdf; chmod 600 contrato.pdf");
+    Correr(0, "firmar $ID --salida=real.pdf --forzar contrato.pdf");
     EXPECT_TRUE(Apoyo::PdfValido(En("real.pdf"), *identidad_));
     EXPECT_EQ(fs::status(En("real.pdf")).permissions(), fs::perms(0640));
+    Correr(0, "firmar $ID contrato.pdf");
+    EXPECT_EQ(fs::status(En("contrato_firmao.pdf")).permissions(), fs::perms(0600));
 }
 
 TEST_F(FirmarDocumentos, ElUltimoNombreTampocoSePisa) {
     Escribir("contrato_firmao.pdf", "");
     for (int i = 2; i <= 999; ++i) Escribir("contrato_firmao" + std::to_string(i) + ".pdf", "");
-    Correr(1, "firmar $ID contrato.pdf", "ya existe contrato_firmao999.pdf: no se sustituye.");
+    Correr(1, "firmar $ID contrato.pdf", "hasta la número 999: no se sustituye ninguna.");
     EXPECT_EQ(Leer("contrato_firmao999.pdf"), "");
 }
 
@@ -197,7 +204,7 @@ TEST_F(Eleccion, SinDecirCualSeMuestranTodos) {
     const Apoyo::Salida s =
         Correr(3, "firmar $ID contrato.pdf", "hay 2 certificados utilizables: elige uno con --certificado.");
     for (const char* fila : {"1    Ana María Ñañez  PKCS#12  Ana María Ñañez  ", "Berta Vieja", "  sí     caducado",
-                             "  sí     es de una CA", "  sí     no es RSA"})
+                             "  sí     es de una CA", "  no     no es RSA"})
         EXPECT_THAT(s.errores, HasSubstr(fila));
     EXPECT_EQ(Nuevos(), Nombres{"lista.pem"});
     const std::string json = Correr(3, "certificados --json $ID --pkcs12=nada").texto;

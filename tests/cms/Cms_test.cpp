@@ -25,6 +25,12 @@ TEST(Cms, LongitudesDer) {
                                           {256U, "\x04\x82\x01\x00"s},
                                           {65536U, "\x04\x83\x01\x00\x00"s}})
         EXPECT_EQ(Der(0x04, std::string(largo, 'x')), cabecera + std::string(largo, 'x'));
+    for (const auto& [n, entero] : {std::pair(uint64_t{0}, "\x02\x01\x00"s),
+                                    {127, "\x02\x01\x7F"s},
+                                    {128, "\x02\x02\x00\x80"s},
+                                    {0x0102, "\x02\x02\x01\x02"s},
+                                    {UINT64_MAX, "\x02\x09\x00"s + std::string(8, '\xFF')}})
+        EXPECT_EQ(Lx::Der::Entero(n), entero) << n;
 }
 
 // A certificate down to its key, with the pieces that matter by parameter.
@@ -108,7 +114,8 @@ TEST(Cms, LoQueDiceOpenssl) {
     const std::string texto = Apoyo::Exigir({"openssl", "cms", "-cmsout", "-print", "-inform", "DER"}, cms);
     for (const char* parte : {"eContent: <ABSENT>", "crls:\n      <ABSENT>", "unsignedAttrs:\n          <ABSENT>",
                               "algorithm: sha256 (2.16.840.1.101.3.4.2.1)\n        parameter: <ABSENT>",
-                              "algorithm: sha256 (2.16.840.1.101.3.4.2.1)\n          parameter: <ABSENT>"})
+                              "algorithm: sha256 (2.16.840.1.101.3.4.2.1)\n          parameter: <ABSENT>",
+                              "algorithm: rsaEncryption (1.2.840.113549.1.1.1)\n          parameter: NULL"})
         EXPECT_EQ(Apoyo::Cuenta(texto, parte), 1U) << parte;
 }
 

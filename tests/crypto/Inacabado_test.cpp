@@ -4,13 +4,12 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <signal.h>
-#include <sys/wait.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
 #include <cstdlib>
 #include <filesystem>
-#include <functional>
 
 #include "tests/apoyo/Apoyo.h"
 
@@ -18,20 +17,10 @@ namespace Lx::Api {
 namespace {
 
 namespace fs = std::filesystem;
+using Apoyo::Aparte;
 
 class InacabadoTest : public testing::Test {
   protected:
-    // `hacer` in a process of its own: its status, 128 and more for a signal.
-    static int Aparte(const std::function<void()>& hacer) {
-        const pid_t hijo = fork();
-        if (hijo == 0) {
-            hacer();
-            _exit(0);
-        }
-        int estado = 0;
-        EXPECT_EQ(waitpid(hijo, &estado, 0), hijo);
-        return WIFEXITED(estado) ? WEXITSTATUS(estado) : 128 + WTERMSIG(estado);
-    }
     [[nodiscard]] long Hay() const {
         return std::distance(fs::directory_iterator(carpeta_.Ruta()), fs::directory_iterator());
     }
@@ -58,11 +47,9 @@ TEST_F(InacabadoTest, UnaSenalSeLosLleva) {
         signal(senal, antes);
         std::array<Inacabado, 3> varios;
         for (Inacabado& i : varios)
-            if (!i.Crear(destino_)) _exit(1);
-        if (Hay() != 3) _exit(2);
+            if (!i.Crear(destino_)) return false;
         varios[1].Soltar();
-        raise(senal);
-        if (Hay() != 3) _exit(3);  // it was ignored
+        return Hay() == 3 && raise(senal) == 0 && Hay() == 3;
     };
     // Only the one that was given up stays, or all: what the program does about a signal is its own affair.
     const Apoyo::Filas<int, void (*)(int), int, long> filas = {
@@ -71,17 +58,15 @@ TEST_F(InacabadoTest, UnaSenalSeLosLleva) {
     };
     for (const auto& [senal, antes, estado, quedan] : filas) {
         SCOPED_TRACE(std::to_string(senal) + " " + std::to_string(estado));
-        EXPECT_EQ(Aparte([&, s = senal, a = antes] { herir(s, a); }), estado);
+        EXPECT_EQ(Aparte([&, s = senal, a = antes] { return herir(s, a); }), estado);
         EXPECT_EQ(Hay(), quedan);
         for (const auto& e : fs::directory_iterator(carpeta_.Ruta())) fs::remove(e);
     }
-}
-
-TEST_F(InacabadoTest, TambienAlSalir) {
+    // At the end of the program too.
     EXPECT_EQ(Aparte([&] {
                   static auto* const perdido = new Inacabado;
-                  if (!perdido->Crear(destino_)) _exit(1);
-                  std::exit(5);
+                  if (perdido->Crear(destino_)) std::exit(5);
+                  return false;
               }),
               5);
     EXPECT_EQ(Hay(), 0);
@@ -93,8 +78,7 @@ TEST_F(InacabadoTest, LosDelPadreNoSonDelHijo) {
     ASSERT_TRUE(uno.Crear(destino_) && otro.Crear(destino_));
     EXPECT_EQ(Aparte([&] {
                   Inacabado suyo;
-                  if (!suyo.Crear(destino_) || Hay() != 3) _exit(1);
-                  raise(SIGTERM);
+                  return suyo.Crear(destino_) && Hay() == 3 && raise(SIGTERM) == 0;
               }),
               128 + SIGTERM);
     EXPECT_EQ(Hay(), 2);
@@ -118,41 +102,75 @@ TEST_F(InacabadoTest, LosManejadoresVuelven) {
     EXPECT_EQ(Aparte([&] {
                   {
                       Inacabado uno;
-                      if (!uno.Crear(destino_)) _exit(1);
+                      if (!uno.Crear(destino_)) return false;
                       struct sigaction encima {};
                       encima.sa_handler = Seguir;
                       sigaction(SIGTERM, &encima, &g_debajo);
                   }
                   Inacabado otro;
-                  if (!otro.Crear(destino_)) _exit(1);
                   alarm(10);
-                  raise(SIGTERM);
+                  return otro.Crear(destino_) && manejador(SIGTERM) == Seguir && raise(SIGTERM) == 0;
               }),
               128 + SIGTERM);
-    EXPECT_EQ(Hay(), 0);
 }
 
 TEST_F(InacabadoTest, Nombres) {
+    const std::string tomado = carpeta_ / "tomado";
+    Apoyo::EscribirFichero(tomado, "de otro");
     {
         Inacabado uno, otro, ninguno;
-        const Descriptor fd = uno.Crear(destino_);
+        const mode_t antes = umask(027);
+        const Descriptor fd = uno.Crear(destino_, 0751);
+        umask(antes);
         ASSERT_TRUE(fd && otro.Crear(destino_));
         EXPECT_THAT(uno.Ruta(), testing::StartsWith(carpeta_ / ".velmora_"));
         EXPECT_NE(uno.Ruta(), otro.Ruta());
         ASSERT_EQ(write(fd.Valor(), "x", 1), 1);
         EXPECT_FALSE(Enlazar(fd.Valor(), otro.Ruta()));
         EXPECT_EQ(errno, EEXIST);
+        EXPECT_FALSE(uno.RenombrarSinPisar(tomado));
+        EXPECT_EQ(errno, EEXIST);
         EXPECT_FALSE(uno.Renombrar(carpeta_ / "no/hay"));
-        EXPECT_TRUE(uno.Renombrar(destino_));
+        EXPECT_TRUE(uno.RenombrarSinPisar(destino_));
         EXPECT_EQ(uno.Ruta(), "");
+        EXPECT_TRUE(otro.Renombrar(tomado));
         EXPECT_FALSE(ninguno.Crear(carpeta_ / "no/hay"));
         EXPECT_EQ(errno, ENOENT);
         Inacabado lleno[12];
         for (Inacabado& i : lleno) EXPECT_TRUE(i.Crear(destino_)) << "more than there are places";
         EXPECT_EQ(Hay(), 14);
     }
-    EXPECT_EQ(Hay(), 1);
-    EXPECT_EQ(Apoyo::LeerFichero(destino_), "x");
+    EXPECT_EQ(Hay(), 2);
+    EXPECT_EQ(Apoyo::LeerFichero(destino_) + Apoyo::LeerFichero(tomado), "x");
+    struct stat st {};
+    EXPECT_TRUE(stat(destino_.c_str(), &st) == 0 && (st.st_mode & 0777) == 0750);
+}
+
+// What ended programs of this user left, and nothing else.
+TEST_F(InacabadoTest, LoQueDejoUnMuerto) {
+    EXPECT_EQ(Aparte([&] {
+                  Inacabado uno;
+                  return uno.Crear(destino_) && raise(SIGKILL) == 0;
+              }),
+              128 + SIGKILL);
+    ASSERT_EQ(Hay(), 1);
+    const std::string suyo = fs::directory_iterator(carpeta_.Ruta())->path();
+    const std::string muerto = suyo.substr(0, suyo.rfind('_') + 1), vivo = std::to_string(getpid());
+    for (const std::string& otro :
+         {muerto + "zz.tmp", muerto + ".tmp", muerto + "ab.tmpx", muerto + "ab", carpeta_ / ".velmora_0_ab.tmp",
+          carpeta_ / ".velmora_-2_ab.tmp", carpeta_ / ".velmora_.tmp", carpeta_ / ".velmora_" + vivo + "_ab.tmp",
+          muerto.substr(0, muerto.size() - 1) + "-ab.tmp", muerto + "de0.tmp"})
+        Apoyo::EscribirFichero(otro, "");
+    fs::create_symlink(destino_, muerto + "e.tmp");
+    const bool ajeno = chown((muerto + "de0.tmp").c_str(), 12345, 0) == 0;
+    Inacabado trabaja;  // in another container: its process has no number here
+    const Descriptor fd = trabaja.Crear(destino_);
+    fs::rename(trabaja.Ruta(), muerto + "c.tmp");
+    const long habia = Hay();
+    Inacabado::QuitarAbandonados(carpeta_ / "no/hay.pdf");
+    Inacabado::QuitarAbandonados(destino_);
+    EXPECT_FALSE(fs::exists(suyo));
+    EXPECT_EQ(Hay(), habia - (ajeno ? 1 : 2));
 }
 
 }  // namespace

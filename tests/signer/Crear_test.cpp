@@ -1,5 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include "signer/LxPdfSigner.h"
 #include "signer/Motor.h"
@@ -122,6 +125,48 @@ TEST_F(Crear, SinFirmaDejaElDocumento) {
     const Resultado r = LxPdfSigner::Crear("/no/hay.pdf", "Hola", rsa, 8192, identidad_.firmar, {});
     EXPECT_FALSE(r.escrito || r.firmado);
     EXPECT_EQ(r.error, "no se pudo abrir /no/hay.pdf para escritura.");
+    // No room: half a document must not stay.
+    const auto estrecho = [&] {
+        const rlimit poco{200, 200};
+        signal(SIGXFSZ, SIG_IGN);
+        if (setrlimit(RLIMIT_FSIZE, &poco) != 0) return false;
+        const Resultado f = LxPdfSigner::Crear(carpeta_ / "f.pdf", "Hola", {}, 8192, nullptr, {});
+        return !f.escrito && f.motivo == Lx::Motivo::SalidaIncompleta &&
+               f.error == "escritura incompleta de " + (carpeta_ / "f.pdf") + ".";
+    };
+    EXPECT_EQ(Apoyo::Aparte(estrecho), 0);
+    EXPECT_NE(access((carpeta_ / "f.pdf").c_str(), F_OK), 0);
+}
+
+// With options the document is signed or it isn't there.
+TEST_F(Crear, EnteroONada) {
+    const auto crear = [&](const Callback& firmar, const LxPdfSigner::Opciones& opciones) {
+        return LxPdfSigner::Crear(salida_, "Hola", identidad_.certificado, firmar, {}, opciones);
+    };
+    const Callback calla = [](const auto&, std::string&) { return std::vector<unsigned char>{}; };
+    const std::string noHay = "no hay certificado valido para firmar.";
+    const Apoyo::Filas<Callback, bool, std::string> casos = {
+        {nullptr, false, noHay},
+        {calla, false, "la tarjeta no firmo."},
+        {identidad_.firmar, false, ""},
+        {identidad_.firmar, false, "ya existe " + salida_ + ": no se sustituye."},
+        {calla, true, "la tarjeta no firmo."},
+        {identidad_.firmar, true, ""},
+    };
+    std::string antes;
+    for (const auto& [firmar, reemplazar, error] : casos) {
+        const Resultado r = crear(firmar, {1, "", false, reemplazar});
+        EXPECT_EQ(r.error, error);
+        EXPECT_EQ(r.escrito && r.firmado && r.salida == salida_ && r.motivo == Lx::Motivo::Ninguno, error.empty());
+        const std::string ahora = LeerFichero(salida_);
+        EXPECT_EQ(ahora != antes, error.empty());
+        EXPECT_TRUE(ahora.empty() || Apoyo::PdfValido(salida_, identidad_));
+        antes = ahora;
+    }
+    Lx::Control control;
+    control.Cancelar();
+    EXPECT_EQ(crear(identidad_.firmar, {1, "", false, true, {}, &control}).motivo, Lx::Motivo::Cancelado);
+    EXPECT_EQ(LeerFichero(salida_), antes);
 }
 
 }  // namespace

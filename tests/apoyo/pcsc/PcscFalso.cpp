@@ -10,14 +10,16 @@ namespace {
 
 // The interface gives codes without sign, whatever the width of its long.
 long Codigo(const char* funcion) {
+    if (ElPcscFalso().antes) ElPcscFalso().antes(funcion);
     const auto& codigos = ElPcscFalso().codigos;
     const auto it = codigos.find(funcion);
     return it == codigos.end() ? 0 : static_cast<long>(it->second);
 }
 
 std::unique_ptr<PcscFalso>& Instancia() {
-    static std::unique_ptr<PcscFalso> instancia;
-    return instancia;
+    // Stays at the end: a call may still be waiting in it.
+    static auto* const instancia = new std::unique_ptr<PcscFalso>;
+    return *instancia;
 }
 
 }  // namespace
@@ -56,6 +58,7 @@ long SCardEstablishContext(unsigned long ambito, const void*, const void*, long*
 }
 
 long SCardReleaseContext(long contexto) {
+    (void)Apoyo::Codigo("SCardReleaseContext");
     if (contexto != kAsa) ElPcscFalso().desvios += "SCardReleaseContext of no context\n";
     --ElPcscFalso().contextos;
     return 0;
@@ -87,6 +90,7 @@ long SCardConnect(long contexto, const char* lector, unsigned long modo, unsigne
 
 long SCardDisconnect(long tarjeta, unsigned long despues) {
     auto& falso = ElPcscFalso();
+    if (falso.enTransaccion) falso.desvios += "SCardDisconnect within a transaction\n";
     if (tarjeta != kAsa + 1 || despues != 0) falso.desvios += "SCardDisconnect with wrong arguments\n";
     --falso.tarjetas;
     return 0;
@@ -96,6 +100,7 @@ long SCardStatus(long, char* nombre, unsigned long* longitudNombre, unsigned lon
                  unsigned char* atr, unsigned long* longitudAtr) {
     if (const long code = Apoyo::Codigo("SCardStatus")) return code;
     auto& falso = ElPcscFalso();
+    if (falso.fuera) return 0x80100069L;
     if (*longitudNombre != 512 || *longitudAtr != 36) falso.desvios += "SCardStatus with wrong lengths\n";
     nombre[0] = '\0';
     *longitudNombre = 1;
@@ -106,13 +111,56 @@ long SCardStatus(long, char* nombre, unsigned long* longitudNombre, unsigned lon
     return 0;
 }
 
-long SCardTransmit(long, const void* cabecera, const unsigned char* apdu, unsigned long longitud, void* recibo,
+long SCardBeginTransaction(long tarjeta) {
+    auto& falso = ElPcscFalso();
+    if (const long code = Apoyo::Codigo("SCardBeginTransaction")) return code;
+    if (tarjeta != kAsa + 1 || falso.enTransaccion) falso.desvios += "SCardBeginTransaction out of place\n";
+    falso.enTransaccion = true;
+    return 0;
+}
+
+long SCardEndTransaction(long tarjeta, unsigned long despues) {
+    (void)Apoyo::Codigo("SCardEndTransaction");
+    auto& falso = ElPcscFalso();
+    if (tarjeta != kAsa + 1 || !falso.enTransaccion) falso.desvios += "SCardEndTransaction out of place\n";
+    falso.enTransaccion = false;
+    falso.finales.push_back(despues);
+    return 0;
+}
+
+long SCardReconnect(long tarjeta, unsigned long modo, unsigned long protocolos, unsigned long antes,
+                    unsigned long* protocolo) {
+    auto& falso = ElPcscFalso();
+    if (tarjeta != kAsa + 1 || modo != 2 || protocolos != 3 || antes != 0)
+        falso.desvios += "SCardReconnect with wrong arguments\n";
+    *protocolo = 2;
+    return Apoyo::Codigo("SCardReconnect");
+}
+
+struct EstadoLector {
+    const char* nombre;
+    void* suyo;
+    unsigned long conocido, actual, longitudAtr;
+    unsigned char atr[33];
+};
+
+long SCardGetStatusChange(long, unsigned long, EstadoLector* lectores, unsigned long cuantos) {
+    if (const long code = Apoyo::Codigo("SCardGetStatusChange")) return code;
+    for (unsigned long i = 0; i < cuantos; ++i) lectores[i].actual = ElPcscFalso().estadoLector;
+    return 0;
+}
+
+long SCardTransmit(long tarjeta, const void* cabecera, const unsigned char* apdu, unsigned long longitud, void* recibo,
                    unsigned char* respuesta, unsigned long* longitudRespuesta) {
     auto& falso = ElPcscFalso();
     const auto* envio = static_cast<const Cabecera*>(cabecera);
     if (envio->protocolo != 2 || envio->longitud != 16 || recibo != nullptr || *longitudRespuesta != 65536) {
         falso.desvios += "SCardTransmit with wrong arguments\n";
     }
+    if (tarjeta == kAsa + 1 && !falso.enTransaccion) falso.desvios += "SCardTransmit outside a transaction\n";
+    if (falso.fuera && apdu[1] == 0x20 && longitud > 5) falso.desvios += "VERIFY after the card has left\n";
+    ++falso.transmisiones;
+    (void)Apoyo::Codigo("SCardTransmit");
     Bytes datos;
     const long code = falso.transmitir(Bytes(apdu, apdu + longitud), datos);
     if (code != 0) return code;

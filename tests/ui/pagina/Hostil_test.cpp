@@ -1,17 +1,24 @@
 // A page program that a document has taken over may say what it likes.
 #include <gtest/gtest.h>
 
+#include <cerrno>
+#include <chrono>
+#include <filesystem>
 #include <memory>
 
+#include "ayudante/Intermediario.h"
+#include "ayudante/LxMuros.h"
+#include "ayudante/LxProtocolo.h"
 #include "tests/apoyo/Apoyo.h"
-#include "ui/platform/pdf/Documento.h"
-#include "ui/platform/pdf/Protocolo.h"
+#include "ui/platform/pdf/PageDocument.h"
 
 namespace {
 
-using Lx::Pdf::Estado;
+using namespace std::chrono_literals;
+using Lx::Ayudante::Estado;
 
-std::string Hex(const Lx::Pdf::Respuesta& r, size_t bytes = sizeof(Lx::Pdf::Respuesta)) {
+template <class Registro>
+std::string HexDe(const Registro& r, size_t bytes = sizeof(Registro)) {
     std::string datos(reinterpret_cast<const char*>(&r), sizeof r), texto;
     datos.resize(bytes, 'x');
     for (char c : datos) {
@@ -22,7 +29,14 @@ std::string Hex(const Lx::Pdf::Respuesta& r, size_t bytes = sizeof(Lx::Pdf::Resp
     return texto + "\n";
 }
 
-const std::string kTresHojas = Hex({0, Estado::Bien, 3, 0});
+std::string Hex(const Lx::Ayudante::Respuesta& r, size_t bytes = sizeof(Lx::Ayudante::Respuesta)) {
+    return HexDe(r, bytes);
+}
+std::string Saluda(uint32_t seccomp = 1, uint32_t intermediario = 1, int32_t landlock = 0, size_t bytes = 12) {
+    return HexDe(Lx::Ayudante::Saludo{seccomp, intermediario, landlock}, bytes);
+}
+
+const std::string kTresHojas = Saluda() + Hex({0, Estado::Bien, 3, 0});
 
 TEST(Hostil, SoloSeCreeLoQueCuadraConLoPedido) {
     const Apoyo::CarpetaTemporal carpeta;
@@ -61,17 +75,124 @@ TEST(Hostil, SoloSeCreeLoQueCuadraConLoPedido) {
 TEST(Hostil, NiAlAbrir) {
     const Apoyo::CarpetaTemporal carpeta;
     const std::string ruta = carpeta / "guion";
-    for (const std::string& saludo : {Hex({0, Estado::Bien, 0, 0}), Hex({0, Estado::Bien, -1, 0}),
-                                      Hex({1, Estado::Bien, 3, 0}), Hex({0, Estado{9}, 3, 0}), Hex({}, 3)}) {
-        Apoyo::EscribirFichero(ruta, saludo);
+    const std::string danado = "No se pudo abrir el PDF (archivo inexistente o dañado).", una = Hex({0, {}, 1, 0});
+    const std::string mudo = "No se pudo dibujar la pagina: el programa que la dibuja no responde.";
+    const auto falta = [](bool seccomp) { return Lx::Ayudante::ExplicarFalta({seccomp, false, 0}); };
+    struct Caso {
+        std::string guion, frase;
+        std::chrono::milliseconds plazo{20'000}, tarda{0};
+    };
+    const Caso casos[] = {
+        {Saluda() + Hex({0, Estado::Bien, 0, 0}), danado},
+        {Saluda() + Hex({0, Estado::Bien, -1, 0}), danado},
+        {Saluda() + Hex({1, Estado::Bien, 3, 0}), danado},
+        {Saluda() + Hex({0, Estado{9}, 3, 0}), danado},
+        {Saluda() + Hex({}, 3), danado},
+        {Saluda() + Saluda(), danado},
+        {Saluda(1, 0, 1) + una, ""},
+        {Saluda(2, 1, 0) + una, danado},
+        {Saluda(1, 2, 0) + una, danado},
+        {Saluda(1, 0, -1) + una, danado},
+        {Saluda(1, 1, 0, 11) + una, danado},
+        {Saluda(1, 1, 0, 4000) + una, danado},
+        {Saluda(0, 1, 6) + una, falta(false)},
+        {Saluda(1, 0, 0) + una, falta(true)},
+        {"\n", danado},
+        {"escucha\n" + una, ""},
+        {Saluda() + "00", "El PDF tarda demasiado en abrirse.", 200ms, 200ms},
+        {"00", mudo, 20s, 5s},
+    };
+    for (const auto& [guion, frase, plazo, tarda] : casos) {
+        SCOPED_TRACE(guion.substr(0, 80));
+        Apoyo::EscribirFichero(ruta, guion);
         std::string error;
-        EXPECT_EQ(Lx::Pdf::Open(ruta, error), nullptr) << saludo;
-        EXPECT_EQ(error, "No se pudo abrir el PDF (archivo inexistente o dañado).");
+        const auto inicio = std::chrono::steady_clock::now();
+        const bool abierto = Lx::Pdf::PageDocument::Open(ruta, error, plazo) != nullptr;
+        const auto pasado = std::chrono::steady_clock::now() - inicio;
+        EXPECT_EQ(error, frase);
+        EXPECT_EQ(abierto, frase.empty());
+        EXPECT_GE(pasado, tarda);
+        EXPECT_LT(pasado, tarda + 2s);
     }
-    Apoyo::EscribirFichero(ruta, "00");  // half a line: it says nothing
-    std::string error;
-    EXPECT_EQ(Lx::Pdf::Documento::Abrir(ruta, error, std::chrono::milliseconds(200)), nullptr);
-    EXPECT_EQ(error, "El PDF tarda demasiado en abrirse.");
+}
+
+// The real walls, tried from inside.
+TEST(Hostil, LosMurosAguantan) {
+    const Apoyo::Filas<std::string, int> casos{
+        {"socket", EPERM},
+        {"kill", EPERM},
+        {"tgkill", EPERM},
+        {"ptrace", EPERM},
+        {"memoria", EPERM},
+        {"execve", EPERM},
+        {"fork", EPERM},
+        {"sendmsg", EPERM},
+        {"codigo", EPERM},
+        {"volverlo", EPERM},
+        {"leer /etc/passwd", EACCES},
+        {"leer /proc/self/environ", EACCES},
+        {"leer etc/fonts/fonts.conf", EACCES},
+        {"leer /etc/fonts/../passwd", EACCES},
+        {"leer /etc/fonts/no_esta", ENOENT},
+        {"leer /" + std::string(5000, 'a'), EFAULT},
+        {"sin_nombre", EFAULT},
+        {"escribir /etc/fonts/fonts.conf", EPERM},
+        {"openat2 /etc/fonts/fonts.conf", EPERM},
+        {"carpeta /etc/fonts/fonts.conf", ENOTDIR},
+        {"leer /etc/fonts/fonts.conf", 0},
+        {"carpeta /usr/share/fonts", 0},
+        {"leer " + std::filesystem::directory_iterator("/usr/share/fonts")->path().string(), 0},
+        {"leer " + std::filesystem::directory_iterator("/etc/fonts/conf.d")->path().string(), 0},
+    };
+    const Apoyo::CarpetaTemporal carpeta;
+    std::string guion = "muros\n" + Hex({0, Estado::Bien, static_cast<int>(casos.size()), 0}), error;
+    for (const auto& [intento, _] : casos) guion += intento + "\n";
+    Apoyo::EscribirFichero(carpeta / "guion", guion);
+    const auto doc = Lx::Pdf::PageDocument::Open(carpeta / "guion", error);
+    ASSERT_TRUE(doc) << error;
+    for (const auto& [intento, errno_] : casos) {
+        Lx::Pdf::Raster raster;
+        ASSERT_TRUE(doc->RenderPage(0, 1, raster, error)) << intento << error;
+        EXPECT_EQ(raster.height - 1, errno_) << intento;
+    }
+}
+
+// What is looked at by who opens files for the program, in a tree with links that lead out of it.
+TEST(Hostil, SoloSeAbreLoQueEstaEnLasCarpetas) {
+    const Apoyo::CarpetaTemporal carpeta;
+    Apoyo::Exigir(
+        {"sh", "-c", "cd " + carpeta.Ruta() + R"( && mkdir dentro dentro2 fuera dentro/sub && echo si > dentro/a &&
+                       echo no > fuera/b && echo no > dentro2/c && ln -s ../fuera/b dentro/enlace && ln -s a dentro/bien &&
+                       ln -s ../fuera dentro/salida && ln -s ../dentro2/c dentro/otra && ln -s ../dentro fuera/vuelta &&
+                       ln -s ../otra/letra dentro/letra && mkdir otra && echo si > otra/letra && mkfifo dentro/tubo &&
+                       ln -s lazo dentro/lazo && ln -s otra nombre)"});
+    const Apoyo::Filas<std::string, int> casos{
+        {"/dentro/a", 0},
+        {"/dentro", 0},
+        {"/dentro/", 0},
+        {"/dentro//a", 0},
+        {"/dentro/bien", 0},
+        {"/dentro/letra", 0},
+        {"/dentro/enlace", EACCES},
+        {"/dentro/salida/b", EACCES},
+        {"/dentro/otra", EACCES},
+        {"/dentro2/c", EACCES},
+        {"/fuera/b", EACCES},
+        {"/fuera/vuelta/a", EACCES},
+        {"/dentro/tubo", EACCES},
+        {"/dentro/sub/../a", EACCES},
+        {"/dentro/no", ENOENT},
+        {"/dentro/a/b", ENOTDIR},
+        {"/dentro/lazo", ELOOP},
+        {"", EACCES},
+    };
+    const std::vector<std::string> carpetas{carpeta / "dentro", carpeta / "otra"};
+    for (const auto& [ruta, espera] : casos) {
+        SCOPED_TRACE(ruta);
+        int error = 0;
+        const auto abierto = Lx::Ayudante::AbrirPermitido(carpeta.Ruta() + ruta, 0, carpetas, error);
+        EXPECT_EQ(abierto ? 0 : error, espera);
+    }
 }
 
 }  // namespace

@@ -2,10 +2,14 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <linux/seccomp.h>
+#include <seccomp.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
@@ -14,15 +18,16 @@
 #include <map>
 #include <thread>
 
+#include "ayudante/LxMuros.h"
 #include "tests/apoyo/Apoyo.h"
-#include "ui/platform/pdf/Documento.h"
+#include "ui/platform/pdf/PageDocument.h"
 
 namespace {
 
 using namespace std::chrono_literals;
 using Apoyo::CarpetaTemporal;
 using Apoyo::EscribirFichero;
-using Lx::Pdf::Documento;
+using Lx::Pdf::PageDocument;
 using Lx::Pdf::Raster;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -112,16 +117,16 @@ class Pagina : public testing::Test {
         doc.reset();
         EXPECT_THAT(Hijos(), IsEmpty()) << "a process was left behind";
     }
-    void Abrir(const std::string& pdf, std::chrono::milliseconds plazo = Documento::kPlazo) {
+    void Abrir(const std::string& pdf, std::chrono::milliseconds plazo = PageDocument::kLimit) {
         EscribirFichero(ruta, pdf);
-        doc = Documento::Abrir(ruta, error, plazo);
+        doc = PageDocument::Open(ruta, error, plazo);
         ASSERT_TRUE(doc) << error;
     }
     bool Dibujar(int pagina, int ancho) { return doc->RenderPage(pagina, ancho, raster, error); }
 
     CarpetaTemporal carpeta;
     std::string ruta = carpeta / "documento.pdf";
-    std::unique_ptr<Documento> doc;
+    std::unique_ptr<PageDocument> doc;
     Raster raster;
     std::string error;
 };
@@ -219,26 +224,45 @@ TEST_F(Pagina, ConservaElSelloDeUnaFirma) {
     }
 }
 
+// As a program without walls draws them: by their names alone, and by a table of characters that isn't in the document
+// either.
 TEST_F(Pagina, DibujaLetrasQueElDocumentoNoTrae) {
-    const std::string letra = "/Resources << /Font << /A << /Type /Font /Subtype /Type1 /BaseFont /Helvetica >> >> >>";
-    Abrir(ConHojas({{"0 0 200 100", letra, "BT /A 120 Tf 10 10 Td (MMM) Tj ET"}}));
-    ASSERT_TRUE(Dibujar(0, 200)) << error;
-    size_t negros = 0;
-    for (size_t i = 0; i < raster.pixels.size(); i += 4) negros += raster.pixels[i] < 64 ? 1 : 0;
-    EXPECT_GT(negros, 2000U);
+    const std::string china =
+        "<< /Type /Font /Subtype /Type0 /BaseFont /STSong-Light /Encoding /UniGB-UCS2-H /DescendantFonts [<< /Type "
+        "/Font "
+        "/Subtype /CIDFontType0 /BaseFont /STSong-Light /CIDSystemInfo << /Registry (Adobe) /Ordering (GB1) "
+        "/Supplement 4 "
+        ">> /FontDescriptor << /Type /FontDescriptor /FontName /STSong-Light /Flags 6 /FontBBox [0 -200 1000 900] "
+        "/ItalicAngle 0 /Ascent 800 /Descent -200 /CapHeight 800 /StemV 80 >> >>] >>";
+    const std::string letras =
+        "/Resources << /Font << /A << /Type /Font /Subtype /Type1 /BaseFont /Helvetica >> /B " + china + " >> >>";
+    Abrir(ConHojas({{"0 0 200 100", letras, "BT /A 60 Tf 10 50 Td (MMM) Tj /B 40 Tf 0 -45 Td <004D0041004D> Tj ET"}}));
+    ASSERT_TRUE(Dibujar(0, 400)) << error;
+    const std::string suya = Apoyo::Exigir({"pdftoppm", "-scale-to-x", "400", "-scale-to-y", "200", ruta});
+    const std::string cabecera = "P6\n400 200\n255\n";
+    ASSERT_EQ(suya.substr(0, cabecera.size()), cabecera);
+    size_t negros[2] = {}, distintos = 0;
+    for (size_t i = 0; i < raster.pixels.size() / 4; ++i) {
+        negros[i / 40'000] += raster.pixels[4 * i] < 64 ? 1 : 0;
+        for (size_t k = 0; k < 3; ++k)
+            distintos += raster.pixels[4 * i + k] != static_cast<unsigned char>(suya[cabecera.size() + 3 * i + k]);
+    }
+    EXPECT_GT(negros[0], 2000U);
+    EXPECT_GT(negros[1], 500U);
+    EXPECT_EQ(distintos, 0U);
 }
 
 TEST_F(Pagina, UnaHojaLentaNoParaNadaMas) {
     Abrir(LentaYRoja(), 1500ms);
-    const auto inicio = Documento::Reloj::now();
+    const auto inicio = PageDocument::Clock::now();
     EXPECT_FALSE(doc->WaitForPage(0, 200, 0));
     EXPECT_FALSE(doc->WaitForPage(0, 200, 100));
-    EXPECT_LT(Documento::Reloj::now() - inicio, 500ms);
+    EXPECT_LT(PageDocument::Clock::now() - inicio, 500ms);
     // Another page is wanted: the slow one goes, and its process with it.
     const pid_t primero = Hijos().at(0);
     ASSERT_TRUE(Dibujar(1, 200)) << error;
     EXPECT_EQ(Color(raster, 50, 50), "ff0000ff");
-    EXPECT_LT(Documento::Reloj::now() - inicio, 1200ms);
+    EXPECT_LT(PageDocument::Clock::now() - inicio, 1200ms);
     EXPECT_NE(Hijos().at(0), primero);
 
     EXPECT_FALSE(Dibujar(0, 200));
@@ -301,6 +325,54 @@ TEST_F(Pagina, ElProgramaEstaEncerrado) {
                                   testing::Pair("0", "/dev/null"), testing::Pair("1", "/dev/null"),
                                   testing::Pair("2", "/dev/null"), testing::Pair("3", testing::StartsWith("socket:")),
                                   testing::Pair("4", "/memfd:documen"), testing::Pair("5", "/memfd:pixeles")));
+}
+
+// From here on this process and those that it starts live on a kernel without Landlock and with less of seccomp.
+enum class Quita { Nada, Avisos, QuienLosOiga, Todo };
+void Quitar(Quita que) {
+    scmp_filter_ctx sin = seccomp_init(SCMP_ACT_ALLOW);
+    const auto rehusar = [&sin](int llamada, scmp_arg_cmp cuando) {
+        seccomp_rule_add_array(sin, SCMP_ACT_ERRNO(EINVAL), llamada, 1, &cuando);
+    };
+    constexpr auto kAvisos = SECCOMP_FILTER_FLAG_NEW_LISTENER;
+    seccomp_rule_add(sin, SCMP_ACT_ERRNO(ENOSYS), SCMP_SYS(landlock_create_ruleset), 0);
+    if (que == Quita::Avisos) rehusar(SCMP_SYS(seccomp), {1, SCMP_CMP_MASKED_EQ, kAvisos, kAvisos});
+    if (que == Quita::QuienLosOiga) rehusar(SCMP_SYS(seccomp), {0, SCMP_CMP_EQ, SECCOMP_GET_NOTIF_SIZES, 0});
+    if (que == Quita::Todo) {
+        seccomp_rule_add(sin, SCMP_ACT_ERRNO(ENOSYS), SCMP_SYS(seccomp), 0);
+        rehusar(SCMP_SYS(prctl), {0, SCMP_CMP_EQ, PR_SET_SECCOMP, 0});
+    }
+    if (seccomp_load(sin) != 0) _exit(1);
+}
+
+TEST_F(Pagina, SinMurosNoSeDibuja) {
+    using Lx::Ayudante::ExplicarMuros;
+    EXPECT_THAT(ExplicarMuros(Lx::Ayudante::Muros{true, true, 6}), HasSubstr("ficheros y Landlock (versión 6)."));
+    EXPECT_THAT(ExplicarMuros(Lx::Ayudante::Muros{true, false, 6}), HasSubstr("y Landlock (versión 6); no hay"));
+    EXPECT_THAT(ExplicarMuros({}), HasSubstr("falta o no responde"));
+    EscribirFichero(ruta, ConHojas({{}}));
+    const std::string aislada =
+        "Lectura de PDF aislada: filtro de llamadas .seccomp. e intermediario de ficheros; Landlock no está en este "
+        "núcleo.";
+    const std::string sinFicheros = "No se dibujan páginas: este sistema no ofrece ni intermediario de ficheros .*";
+    const std::string sinFiltro = "No se dibujan páginas: este sistema no ofrece el filtro de llamadas .*";
+    const Apoyo::Filas<Quita, std::string> casos{
+        {Quita::Nada, "^" + aislada + "\n$"},
+        {Quita::Avisos, "^" + sinFicheros + "\n" + sinFicheros + "$"},
+        {Quita::QuienLosOiga, "^" + sinFicheros + "\n" + sinFicheros + "$"},
+        {Quita::Todo, "^" + sinFiltro + "\n" + sinFiltro + "$"},
+    };
+    for (const auto& [que, espera] : casos) {
+        EXPECT_EXIT(
+            {
+                Quitar(que);
+                std::fprintf(stderr, "%s\n", ExplicarMuros(Lx::Ayudante::MurosEnVigor()).c_str());
+                doc = PageDocument::Open(ruta, error);
+                std::fputs(error.c_str(), stderr);
+                _exit(doc ? 0 : 3);
+            },
+            testing::ExitedWithCode(que == Quita::Nada ? 0 : 3), espera);
+    }
 }
 
 }  // namespace

@@ -1,0 +1,176 @@
+// The post of JSON through the real libcurl, and against one that only records.
+#include <arpa/inet.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <string>
+#include <thread>
+
+#include "red/LxHttp.h"
+#include "tests/apoyo/Apoyo.h"
+
+namespace {
+
+using namespace Lx::Api;
+using testing::HasSubstr;
+
+// A server on loopback for one request that ends in a brace; it answers with `respuesta` or, when that is empty, not at
+// all.
+class Servidor {
+  public:
+    explicit Servidor(const std::string& respuesta) {
+        sockaddr_in d{};
+        d.sin_family = AF_INET;
+        d.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t largo = sizeof d;
+        auto* generica = reinterpret_cast<sockaddr*>(&d);
+        if (bind(oyente_, generica, largo) != 0 || listen(oyente_, 1) != 0) ADD_FAILURE() << "no loopback port";
+        getsockname(oyente_, generica, &largo);
+        url_ = "http://127.0.0.1:" + std::to_string(ntohs(d.sin_port)) + "/ruta?x=1";
+        hilo_ = std::thread([this, respuesta] { Atender(respuesta); });
+    }
+    ~Servidor() {
+        (void)Cerrar();
+        close(oyente_);
+    }
+    Servidor(const Servidor&) = delete;
+    Servidor& operator=(const Servidor&) = delete;
+
+    [[nodiscard]] const std::string& Url() const { return url_; }
+    // Ends the server; what it was asked.
+    std::string Cerrar() {
+        shutdown(oyente_, SHUT_RDWR);
+        if (hilo_.joinable()) hilo_.join();
+        return peticion_;
+    }
+
+  private:
+    void Atender(const std::string& respuesta) {
+        const int cliente = accept(oyente_, nullptr, nullptr);
+        char trozo[4096];
+        while (!peticion_.ends_with('}') || respuesta.empty()) {
+            const ssize_t n = recv(cliente, trozo, sizeof trozo, 0);
+            if (n <= 0) break;
+            peticion_.append(trozo, static_cast<size_t>(n));
+        }
+        (void)send(cliente, respuesta.data(), respuesta.size(), MSG_NOSIGNAL);
+        if (cliente >= 0) close(cliente);
+    }
+
+    const int oyente_ = socket(AF_INET, SOCK_STREAM, 0);
+    std::string url_;
+    std::string peticion_;
+    std::thread hilo_;
+};
+
+TEST(PostJson, MandaElTextoYDevuelveLaRespuesta) {
+    const Apoyo::Filas<std::string, int, std::string> filas = {
+        {"HTTP/1.1 200 OK\r\nContent-Length: 12\r\n\r\n{\"a\":\"\xC3\xB1\"}\n\n", 200, "{\"a\":\"\xC3\xB1\"}\n\n"},
+        {"HTTP/1.1 500 Mal\r\nConnection: close\r\n\r\nhasta el cierre", 500, "hasta el cierre"},
+    };
+    const std::string json = std::string("{\"texto\":\"\0 y ", 14) + std::string(5000, 'x') + "\"}";
+    for (const auto& [respuesta, status, cuerpo] : filas) {
+        SCOPED_TRACE(status);
+        Servidor servidor(respuesta);
+        const HttpResult r = PostJson(servidor.Url(), json, 0);
+        EXPECT_EQ(r.error, "");
+        EXPECT_EQ(r.status, status);
+        EXPECT_EQ(r.body, cuerpo);
+        const std::string peticion = servidor.Cerrar();
+        EXPECT_THAT(peticion, testing::StartsWith("POST /ruta?x=1 HTTP/1.1\r\n"));
+        EXPECT_THAT(peticion, testing::EndsWith("\r\n\r\n" + json));
+    }
+}
+
+TEST(PostJson, FallosDelTransporte) {
+    EXPECT_EQ(PostJson("", "{}", 1000).error, "URL vacia.");
+    Servidor mudo("");
+    const HttpResult tarde = PostJson(mudo.Url(), "{}", 200);
+    EXPECT_EQ(tarde.status, 0);
+    EXPECT_THAT(tarde.error, HasSubstr("Timeout"));
+    Servidor cortado("HTTP/1.1 200 OK\r\nContent-Length: 100\r\n\r\nla mitad");
+    const HttpResult mitad = PostJson(cortado.Url(), "{}", 2000);
+    EXPECT_EQ(mitad.status, 0);
+    EXPECT_EQ(mitad.body, "") << "what came before the failure is dropped";
+    EXPECT_NE(mitad.error, "");
+    (void)cortado.Cerrar();
+    const HttpResult rechazado = PostJson(cortado.Url(), "{}", 2000);
+    EXPECT_EQ(rechazado.status, 0);
+    EXPECT_THAT(rechazado.error, HasSubstr("connect"));
+}
+
+// Only what is meant for the web is asked, whatever else the library knows.
+TEST(PostJson, SoloHttp) {
+    const Apoyo::CarpetaTemporal carpeta;
+    Apoyo::EscribirFichero(carpeta / "secreto", "secreto");
+    for (const std::string& url : {"file://" + (carpeta / "secreto"), std::string("ftp://127.0.0.1:9/x"),
+                                   std::string("gopher://127.0.0.1:9/x"), std::string("FILE:///etc/passwd")}) {
+        const HttpResult r = PostJson(url, "{}", 2000);
+        EXPECT_THAT(r.error, HasSubstr("rotocol")) << url;
+        EXPECT_EQ(r.body, "");
+    }
+    Servidor otro("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nsi");
+    Servidor desvia("HTTP/1.1 302 Found\r\nLocation: " + otro.Url() + "\r\nContent-Length: 0\r\n\r\n");
+    EXPECT_EQ(PostJson(desvia.Url(), "{}", 2000).status, 302) << "and it isn't followed";
+}
+
+TEST(PostJson, RespuestaDesmedida) {
+    constexpr size_t kTope = size_t{16} << 20;
+    for (const size_t tamano : {kTope, kTope + 1}) {
+        Servidor servidor("HTTP/1.1 200 OK\r\nConnection: close\r\n\r\n" + std::string(tamano, 'x'));
+        const HttpResult r = PostJson(servidor.Url(), "{}", 10000);
+        EXPECT_EQ(r.body.size(), tamano == kTope ? tamano : 0);
+        EXPECT_EQ(r.error, tamano == kTope ? "" : "La respuesta HTTP es demasiado grande.");
+    }
+}
+
+// What the helper says of a post, with this folder first for its libraries.
+std::string Publicar(const std::string& carpeta, const std::string& modo, const std::string& url, const char* ms) {
+    return Apoyo::Exigir({"env", "LD_LIBRARY_PATH=" + carpeta, "CURL_FALSA=" + modo, AYUDANTE_RED, url, ms});
+}
+
+constexpr const char* kSinBiblioteca = "0||No se encontro libcurl (instale el paquete 'libcurl4').\n";
+
+// Files that aren't libraries, found first under the names that the program asks for, stand for libraries that aren't
+// there.
+TEST(PostJson, SinBiblioteca) {
+    const Apoyo::CarpetaTemporal carpeta;
+    Servidor servidor("HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\nsi");
+    Apoyo::EscribirFichero(carpeta / "libcurl.so.4", "nada");
+    if (Apoyo::Ejecutar({"sh", "-c", "ldconfig -p | grep -q 'libcurl-gnutls.so.4 '"}).codigo == 0) {
+        EXPECT_EQ(Publicar(carpeta.Ruta(), "", servidor.Url(), "2000"), "200|si|\n");
+    }
+    Apoyo::EscribirFichero(carpeta / "libcurl-gnutls.so.4", "nada");
+    EXPECT_EQ(Publicar(carpeta.Ruta(), "", servidor.Url(), "2000"), kSinBiblioteca);
+}
+
+// The numbers are those of libcurl's headers: 10002 URL, 47 POST, 10015 POSTFIELDS, 60 POSTFIELDSIZE, 10023 HTTPHEADER,
+// 155 TIMEOUT_MS, 20011 WRITEFUNCTION, 10001 WRITEDATA, 10318 PROTOCOLS_STR, 181 PROTOCOLS (1 http, 2 https).
+TEST(PostJson, LlamadasALaBiblioteca) {
+    const std::string nueva = "10318 http,https\n", vieja = nueva + "181 3\n", fin = "free\ncleanup\n";
+    const auto orden = [](const std::string& ms) {
+        return "global 3\nappend Content-Type: application/json\nappend +Accept: application/json\n10002 http://x/\n"
+               "47 1\n10015 {}\n60 2\n10023 lista\n155 " +
+               ms + "\n20011 ...\n10001 ...\n";
+    };
+    const struct {
+        std::string cual, modo;
+        const char* ms;
+        std::string salida;
+    } filas[] = {
+        {"completa", "", "0", orden("15000") + nueva + fin + "201||\n"},
+        {"completa", "vieja", "1", orden("1") + vieja + fin + "201||\n"},
+        {"completa", "sin protocolos", "1", orden("1") + vieja + fin + "0||No se pudo iniciar la peticion HTTP.\n"},
+        {"completa", "error", "1", orden("1") + nueva + fin + "0||libcurl error 7\n"},
+        {"completa", "nula", "1", "global 3\n0||No se pudo iniciar la peticion HTTP.\n"},
+        {"incompleta", "", "1", kSinBiblioteca},
+    };
+    for (const auto& fila : filas) {
+        SCOPED_TRACE(fila.cual + fila.modo + fila.ms);
+        EXPECT_EQ(Publicar(CURL_FALSAS "/" + fila.cual, fila.modo, "http://x/", fila.ms), fila.salida);
+    }
+}
+
+}  // namespace
