@@ -7,7 +7,6 @@
 #include "app/AjusteTexto.h"
 #include "app/Teclado.h"
 #include "crypto/LxApi.h"
-#include "ui/LxApp.h"
 #include "ui/LxButton.h"
 #include "ui/LxEdit.h"
 #include "ui/LxFileDialog.h"
@@ -157,10 +156,9 @@ void CMainWindow::OnChar(unsigned ch) {
 
 // Opening a document may take its time: the window is there before.
 void CMainWindow::CargarLuego() {
-    inicio_ = std::make_shared<int>();
+    inicio_ = true;
     visor_->visible = false;
-    Lx::LxApp::s_pApp->backend->CallLater(0, [this, viva = std::weak_ptr<int>(inicio_)] {
-        if (viva.expired()) return;
+    correo_->Luego(0, [this] {
         visor_->visible = true;
         CargarInicial();
     });

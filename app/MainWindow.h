@@ -79,7 +79,7 @@ class CMainWindow : public Lx::CWindow {
 
     Orvanta::Paleta::Colores paleta_;
     std::string inicial_;
-    std::shared_ptr<int> inicio_;  // since the first painting; what comes after it ends with the window
+    bool inicio_ = false;  // the first document is being opened, or was
     std::string documento_;
     int pagina_ = 0;
     int paginas_ = 0;

@@ -95,7 +95,10 @@ bool CMainWindow::ElegirCertificado(Firma::Encargo& encargo) {
 void CMainWindow::ContarResultado(const Firma::Firmados& firmados) {
     const LxPdfSigner::Resultado& r = firmados.documentos.front().r;
     if (!r.firmado) {
-        if (r.motivo == Lx::Motivo::Cancelado) return MostrarEstado(kCancelada, false);
+        if (r.motivo == Lx::Motivo::Cancelado) {
+            MostrarEstado(kCancelada, false);
+            return aviso_->Mostrar(kCancelada, false);
+        }
         // The document is on the screen: it opens without a password.
         const std::string motivo = r.motivo == Lx::Motivo::Cifrado ? kProtegido : r.error;
         MostrarEstado(motivo.empty() ? "No se pudo firmar." : motivo, true);
