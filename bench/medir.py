@@ -203,7 +203,8 @@ def medir_memoria(t):
         entrada = t.entrada("grande.pdf" if millones == 100 else "hueca.pdf", clase, millones * MB)
         hechas = [t.firmar_sin_disco(entrada) for _ in range(3 if millones == 100 else 1)]
         memoria = max(m.memoria for m in hechas) / MB
-        t.fila(que, f"{memoria:.1f} MB, in {hechas[0].segundos:.1f} s", "<= 48 MB", memoria <= 48)
+        t.fila(que, f"{memoria:.1f} MB, in {hechas[0].segundos:.1f} s; {hechas[0].disco:.1f} s of fsync apart",
+               "<= 48 MB", memoria <= 48)
 
 
 def rechazables(t):

@@ -16,12 +16,13 @@ namespace {
 
 using namespace std::chrono_literals;
 
-constexpr auto kPaso = 50ms;      // how soon a cancel is seen
-constexpr auto kPalabra = 1s;     // a call that takes longer is told of
-constexpr auto kConexion = 5s;    // until the card is connected
-constexpr auto kSilencio = 8s;    // between two answers of the card
-constexpr auto kCierre = 5s;      // until everything is given back
-constexpr int kReconexiones = 3;  // for another program that resets the card again and again
+constexpr auto kPaso = 50ms;                // how soon a cancel is seen
+constexpr auto kPalabra = 1s;               // a call that takes longer is told of
+constexpr auto kConexion = 5s;              // until the card is connected
+constexpr auto kSilencio = 8s;              // between two answers of the card
+constexpr auto kCierre = 5s;                // until everything is given back
+constexpr unsigned kSinDatos = 0x8010002F;  // an answer without a status word is none
+constexpr int kReconexiones = 3;            // for another program that resets the card again and again
 
 // A command, wiped when it goes: it may hold a PIN.
 struct Orden {
@@ -114,7 +115,8 @@ bool Canal::Vencido(Espera espera, Instante ahora) const {
 
 Aviso Canal::MotivoDe(Espera espera) const {
     // While somebody else has a transaction the service keeps new connections waiting too.
-    if (espera == Espera::Conexion && hilo_->enUso) espera = Espera::Transaccion;
+    const Conexion& c = hilo_->conexion;
+    if (espera == Espera::Conexion && hilo_->enUso && !c.enTransaccion) espera = Espera::Transaccion;
     static constexpr struct {
         Espera espera;
         Motivo motivo;
@@ -212,7 +214,8 @@ long Canal::Transmitir(const Bytes& apdu, Bytes& respuesta) {
     const bool conReinicio = reiniciar;
     const long code = Llamar(Espera::Tarjeta, [orden = std::make_shared<const Orden>(apdu), conReinicio](Conexion& c) {
         c.reiniciar = conReinicio;
-        return Pcsc::Transmitir(c.tarjeta, c.protocolo, orden->bytes, c.respuesta);
+        const long enviado = Pcsc::Transmitir(c.tarjeta, c.protocolo, orden->bytes, c.respuesta);
+        return enviado == 0 && c.respuesta.size() < 2 ? Codigo(kSinDatos) : enviado;
     });
     if (code == 0) {
         respuesta_ = std::chrono::steady_clock::now();

@@ -13,6 +13,7 @@ namespace Lx::Dnie {
 namespace {
 
 constexpr unsigned kEspera = 2000;  // ms; how long a thread may outlive its watcher
+constexpr unsigned kPausa = 100;    // ms; between two looks, whatever the service says
 
 // How the readers stand, as far as it is told.
 using Vista = std::vector<Pcsc::LectorVisto>;
@@ -55,9 +56,9 @@ struct Vigilante::Estado {
         if (quien && cambio) quien();
         return static_cast<bool>(aviso);
     }
-    bool Dormir() {
+    bool Dormir(unsigned ms) {
         std::unique_lock guarda(cerrojo);
-        return !fin.wait_for(guarda, std::chrono::milliseconds(kEspera), [this] { return !aviso; });
+        return !fin.wait_for(guarda, std::chrono::milliseconds(ms), [this] { return !aviso; });
     }
     void Vigilar();
 };
@@ -79,7 +80,7 @@ void Vigilante::Estado::Vigilar() {
         Vista ahora;
         std::copy_if(vista.begin(), vista.end(), std::back_inserter(ahora),
                      [](const Pcsc::LectorVisto& l) { return l.nombre != Pcsc::kLectoresNuevos; });
-        sigue = Avisar(!primera && !Iguales(ahora, contada)) && (code == 0 || Dormir());
+        sigue = Avisar(!primera && !Iguales(ahora, contada)) && Dormir(code == 0 ? kPausa : kEspera);
         contada = std::move(ahora);
         primera = false;
     }

@@ -92,8 +92,7 @@ FirmaHecha FirmarCon(const Entrada& entrada, const Contexto& ctx, const std::vec
     FirmaHecha hecha = fila->firmar(entrada, ctx, datos, pregunta, control);
     if (!hecha.firma.empty() && !EsDelCertificado(entrada.cert, datos, hecha.firma)) {
         hecha = {};
-        hecha.fallo = {Motivo::ClaveAjena,
-                       "La clave que firmo no corresponde al certificado elegido (" + NombreDe(entrada.cert) + ")."};
+        hecha.fallo.motivo = Motivo::ClaveAjena;
     }
     if (!hecha.firma.empty()) {
         hecha.fallo = {};
@@ -101,7 +100,10 @@ FirmaHecha FirmarCon(const Entrada& entrada, const Contexto& ctx, const std::vec
     }
     hecha.nota.clear();
     if (!hecha.fallo) hecha.fallo.motivo = fila->motivo;
-    if (hecha.fallo.frase.empty()) hecha.fallo.frase = fila->sinMotivo;
+    std::string& frase = hecha.fallo.frase;
+    if (frase.empty() && hecha.fallo.motivo == Motivo::ClaveAjena)
+        frase = "La clave que firmo no corresponde al certificado elegido (" + NombreDe(entrada.cert) + ").";
+    if (frase.empty()) frase = fila->sinMotivo;
     return hecha;
 }
 

@@ -30,11 +30,15 @@ struct Opciones {
     // which sees no object streams and can be fooled: only for callers that need that reading's exact outcome.
     bool referencias = false;
 
-    // What follows counts with `referencias` only, when the output comes into being whole or not at all.
-    bool reemplazar = false;  // an existing file may be replaced; it keeps its permissions
-    // Asked for another name when the output's was taken meanwhile; empty: there is none. Without it that is a failure.
+    // What follows counts with `referencias` only, when the output comes into being whole or not at all, as private as
+    // the input. What has its name is never opened, a symbolic link there neither followed nor replaced.
+    bool reemplazar = false;  // an existing regular file may be replaced; the new one gets its permissions
+    // Asked for another name in the same folder when the output's is taken, even at the last moment; empty: there is
+    // none. Without it that is a failure.
     std::function<std::string(const std::string& ocupado)> otroNombre{};
-    Lx::Control* control = nullptr;  // progress and cancelling; null: nobody looks
+    // Progress, and cancelling until the callback is called; from then on only the callback may heed it. Null: nobody
+    // looks.
+    Lx::Control* control = nullptr;
 };
 
 struct Resultado {

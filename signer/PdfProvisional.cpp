@@ -71,7 +71,11 @@ Destino DestinoDe(const std::string& salida, const Opciones& opciones, const LxP
 }
 
 bool AsegurarEnDisco(int fd) {
-    return fsync(fd) == 0 || errno == EINVAL || errno == ENOTSUP || errno == EROFS;
+    int hecho = 0;
+    do {
+        hecho = fsync(fd);
+    } while (hecho != 0 && errno == EINTR);
+    return hecho == 0 || errno == EINVAL || errno == ENOTSUP || errno == EROFS;
 }
 
 bool ReservarEspacio(int fd, uint64_t desde, uint64_t hasta) {
@@ -107,7 +111,7 @@ bool Provisional::OtroNombre() {
     constexpr int kNombres = 1000;
     if (!destino_.otroNombre || ++nombres_ > kNombres) return false;
     std::string otra = destino_.otroNombre(destino_.ruta);
-    if (otra.empty() || otra == destino_.ruta) return false;
+    if (otra.empty()) return false;
     destino_.ruta = std::move(otra);
     return true;
 }

@@ -2,8 +2,9 @@
 
 #include <functional>
 
-#include "card/LxDnie.h"
+#include "card/LxTarjeta.h"
 #include "tests/apoyo/Apoyo.h"
+#include "tests/card/Medida.h"
 #include "tests/card/Mundo.h"
 
 using namespace Lx;
@@ -54,49 +55,55 @@ const std::string kSinSoporte = "comando no soportado por la tarjeta. SW=";
 const std::string kNoFirmo = "No se pudo firmar. | ";
 const std::string kNoVerifica = "…La tarjeta no emitio una firma verificable con el certificado elegido (SW=";
 
-// What the fault makes of a listing and of a signature; empty: it must work.
-const Apoyo::Filas<const char*, Cambio, std::string, std::string>& Filas() {
-    static const Apoyo::Filas<const char*, Cambio, std::string, std::string> filas = {
-        {"the files are missing", [](Escenario& e) { e.ficheros.clear(); }, "(perfil DNIe…", ""},
-        {"reading wants a secure channel", Leyendo("6982"), kCanal + "6982 (perfil…", ""},
-        {"the same by 6985", Leyendo("6985"), kCanal + "6985 (perfil…", ""},
-        {"the same by 6A81", Leyendo("6A81"), kCanal + "6A81 (perfil…", ""},
-        {"no READ BINARY", Leyendo("6D00"), kSinSoporte + "6D00 (perfil…", ""},
-        {"6Cxx to reading", Leyendo("6C10"), "la tarjeta rechazo el comando. SW=6C10 (perfil…", ""},
-        {"an empty file", ConFicheros({}), "…(perfil DNIe", ""},
-        {"a file of one byte", ConFicheros({0x30}), "…(perfil DNIe", ""},
-        {"noise in the files", ConFicheros(Ruido()), "…(perfil DNIe", ""},
-        {"a length beyond it", ConFicheros({0x30, 0x84, 0x7F, 0xFF, 0xFF, 0xFF}), "…(perfil DNIe", ""},
-        {"a file without end", ConFicheros(Apoyo::Bytes(60000, 0x30)), "…(perfil DNIe", ""},
+// What the fault makes of a listing and of a signature; empty: it must work. Then the signature's reason, where it is
+// the same for all cards.
+const Apoyo::Filas<const char*, Cambio, std::string, std::string, Motivo>& Filas() {
+    static const Apoyo::Filas<const char*, Cambio, std::string, std::string, Motivo> filas = {
+        {"the files are missing", [](Escenario& e) { e.ficheros.clear(); }, "(perfil DNIe…", "", Motivo::Ninguno},
+        {"reading wants a secure channel", Leyendo("6982"), kCanal + "6982 (perfil…", "", Motivo::Ninguno},
+        {"the same by 6985", Leyendo("6985"), kCanal + "6985 (perfil…", "", Motivo::Ninguno},
+        {"the same by 6A81", Leyendo("6A81"), kCanal + "6A81 (perfil…", "", Motivo::Ninguno},
+        {"no READ BINARY", Leyendo("6D00"), kSinSoporte + "6D00 (perfil…", "", Motivo::Ninguno},
+        {"6Cxx to reading", Leyendo("6C10"), "la tarjeta rechazo el comando. SW=6C10 (perfil…", "", Motivo::Ninguno},
+        {"an empty file", ConFicheros({}), "…(perfil DNIe", "", Motivo::Ninguno},
+        {"a file of one byte", ConFicheros({0x30}), "…(perfil DNIe", "", Motivo::Ninguno},
+        {"noise in the files", ConFicheros(Ruido()), "…(perfil DNIe", "", Motivo::Ninguno},
+        {"a length beyond it", ConFicheros({0x30, 0x84, 0x7F, 0xFF, 0xFF, 0xFF}), "…(perfil DNIe", "", Motivo::Ninguno},
+        {"a file without end", ConFicheros(Apoyo::Bytes(60000, 0x30)), "…(perfil DNIe", "", Motivo::Ninguno},
         {"PIN wants a secure channel", ConSw(0x20, "6982"), "",
-         "La tarjeta exige canal seguro (CAN) antes de usar la clave (SW=6982)."},
-        {"PIN and 6985", ConSw(0x20, "6985"), "", "La tarjeta exige condiciones no satisfechas (SW=6985)."},
-        {"PIN and 6A80", ConSw(0x20, "6A80"), "", "La tarjeta no admite ese PIN (longitud o formato). SW=6A80"},
-        {"wrong PIN", [](Escenario& e) { e.pin = "0000"; }, "", "PIN incorrecto: quedan 194 intento(s)."},
+         "La tarjeta exige canal seguro (CAN) antes de usar la clave (SW=6982).", Motivo::ClaveNoFirma},
+        {"PIN and 6985", ConSw(0x20, "6985"), "", "La tarjeta exige condiciones no satisfechas (SW=6985).",
+         Motivo::ClaveNoFirma},
+        {"PIN and 6A80", ConSw(0x20, "6A80"), "", "La tarjeta no admite ese PIN (longitud o formato). SW=6A80",
+         Motivo::PinIncorrecto},
+        {"wrong PIN", [](Escenario& e) { e.pin = "0000"; }, "", "PIN incorrecto: quedan 194 intento(s).",
+         Motivo::PinIncorrecto},
         {"PIN blocked", ConSw(0x20, "6983"), "",
-         "PIN bloqueado: hay que desbloquearlo con el codigo PUK/clave de desbloqueo."},
-        {"6Cxx to VERIFY", ConSw(0x20, "6C04"), "", "Verificacion de PIN rechazada: SW=6C04"},
+         "PIN bloqueado: hay que desbloquearlo con el codigo PUK/clave de desbloqueo.", Motivo::PinBloqueado},
+        {"6Cxx to VERIFY", ConSw(0x20, "6C04"), "", "Verificacion de PIN rechazada: SW=6C04", Motivo::ClaveNoFirma},
         {"the answer to VERIFY is lost", Con({{.ins = 0x20, .sinGastar = true}}), "",
-         "La tarjeta dejo de responder (timeout)."},
+         "La tarjeta dejo de responder (timeout).", Motivo::TarjetaRetirada},
         {"key references refused", [](Escenario& e) { e.claves.clear(); }, "",
-         kNoFirmo + "referencia de datos no encontrada (6A88)…"},
-        {"MSE: 6A81", ConSw(0x22, "6A81"), "", kNoFirmo + "funcion no soportada / referencia inexistente (6A81)…"},
-        {"MSE: 6A86", ConSw(0x22, "6A86"), "", kNoFirmo + "P1/P2 incorrecto (6A86)…"},
-        {"no PSO", ConSw(0x2A, "6D00"), "", kNoFirmo + "instruccion no soportada (6D00)…"},
-        {"PSO: 6985", ConSw(0x2A, "6985"), "", kNoFirmo + "condiciones de uso no satisfechas (6985)…"},
+         kNoFirmo + "referencia de datos no encontrada (6A88)…", Motivo::ClaveNoFirma},
+        {"MSE: 6A81", ConSw(0x22, "6A81"), "", kNoFirmo + "funcion no soportada / referencia inexistente (6A81)…",
+         Motivo::ClaveNoFirma},
+        {"MSE: 6A86", ConSw(0x22, "6A86"), "", kNoFirmo + "P1/P2 incorrecto (6A86)…", Motivo::ClaveNoFirma},
+        {"no PSO", ConSw(0x2A, "6D00"), "", kNoFirmo + "instruccion no soportada (6D00)…", Motivo::ClaveNoFirma},
+        {"PSO: 6985", ConSw(0x2A, "6985"), "", kNoFirmo + "condiciones de uso no satisfechas (6985)…",
+         Motivo::ClaveNoFirma},
         {"PSO never has enough of the PIN", ConSw(0x2A, "6982"), "",
-         kNoFirmo + "seguridad no satisficha, hace falta PIN o CAN (6982)…"},
-        {"another key signs", [](Escenario& e) { e.identidad = "otra"; }, "", kNoVerifica},
-        {"an empty signature", ConSw(0x2A, "9000"), "", kNoVerifica},
-        {"a short signature", ConSw(0x2A, "AABBCC9000"), "", kNoVerifica},
-        {"PSO without an answer", ConSw(0x2A, ""), "", kNoFirmo + "sin respuesta (timeout)…"},
+         kNoFirmo + "seguridad no satisficha, hace falta PIN o CAN (6982)…", Motivo::ClaveNoFirma},
+        {"another key signs", [](Escenario& e) { e.identidad = "otra"; }, "", kNoVerifica, Motivo::ClaveAjena},
+        {"an empty signature", ConSw(0x2A, "9000"), "", kNoVerifica, Motivo::ClaveAjena},
+        {"a short signature", ConSw(0x2A, "AABBCC9000"), "", kNoVerifica, Motivo::ClaveAjena},
+        {"PSO without an answer", ConSw(0x2A, ""), "", kNoFirmo + "sin respuesta (timeout)…", Motivo::TarjetaRetirada},
         {"61xx without end to PSO", Con({{.ins = 0x2A, .respuesta = "6110"}, {.ins = 0xC0, .respuesta = "AA6110"}}), "",
-         "…" + kNoFirmo + "SW=6110"},
-        {"mute from the start", ConSw(-1, ""), kTimeout, "…"},
-        {"one byte to everything", ConSw(-1, "90"), kTimeout, "…"},
-        {"61xx to everything", ConSw(-1, "6110"), "…SW=6110", "…"},
-        {"6Cxx to everything", ConSw(-1, "6C10"), "…SW=6C10", "…"},
-        {"every command refused", ConSw(-1, "6E00"), "…" + kSinSoporte + "6E00", "…"},
+         "…" + kNoFirmo + "SW=6110", Motivo::ClaveNoFirma},
+        {"mute from the start", ConSw(-1, ""), kTimeout, "…", Motivo::TarjetaRetirada},
+        {"one byte to everything", ConSw(-1, "90"), kTimeout, "…", Motivo::TarjetaRetirada},
+        {"61xx to everything", ConSw(-1, "6110"), "…SW=6110", "…", Motivo::Ninguno},
+        {"6Cxx to everything", ConSw(-1, "6C10"), "…SW=6C10", "…", Motivo::Ninguno},
+        {"every command refused", ConSw(-1, "6E00"), "…" + kSinSoporte + "6E00", "…", Motivo::Ninguno},
     };
     return filas;
 }
@@ -106,22 +113,26 @@ const Apoyo::Filas<const char*, Cambio, std::string, std::string>& Filas() {
 TEST(DnieFallos, CadaFalloEnCadaTarjetaYLector) {
     const auto cert = CertificadoDe("firma");
     for (const auto& [perfil, sinContacto] : kParejas) {
-        for (const auto& [caso, cambiar, lista, firmado] : Filas()) {
+        for (const auto& [caso, cambiar, lista, firmado, motivo] : Filas()) {
             SCOPED_TRACE(NombrePareja(perfil, sinContacto) + ": " + caso);
             Escenario e = Apoyo::EscenarioDe(perfil, sinContacto);
             cambiar(e);
-            std::string texto;
+            Control control;
             Mundo lectura(e);
-            EXPECT_EQ(CDnie::LeerCertificados(lectura.lector, texto).empty(), !lista.empty());
-            EXPECT_TRUE(lista.empty() || Coincide(lista, texto)) << texto;
-            EXPECT_EQ(CDnie::UltimoError(), lista.empty() ? "" : texto);
+            const auto leida = Dnie::LeerTarjeta(lectura.lector, control);
+            EXPECT_EQ(leida.certificados.empty(), !lista.empty());
+            EXPECT_TRUE(lista.empty() || Coincide(lista, leida.fallo.frase)) << leida.fallo.frase;
+            EXPECT_EQ(leida.fallo.motivo == Motivo::Ninguno, lista.empty());
             EXPECT_EQ(lectura.tarjeta.Verificaciones(), 0);
             lectura.Comprobar();
 
             Mundo firma(e);
-            EXPECT_EQ(CDnie::Firmar(firma.lector, cert, kDatos, kPin, texto).empty(), !firmado.empty());
-            EXPECT_TRUE(firmado.empty() || Coincide(firmado, texto)) << texto;
-            EXPECT_EQ(CDnie::UltimoError(), firmado.empty() ? "" : texto);
+            const auto r = Dnie::FirmarConTarjeta(firma.lector, cert, kDatos, kPin, {}, control);
+            EXPECT_EQ(r.firma.empty(), !firmado.empty());
+            EXPECT_TRUE(firmado.empty() || Coincide(firmado, r.fallo.frase)) << r.fallo.frase;
+            EXPECT_TRUE(r.fallo.motivo == motivo || (motivo == Motivo::Ninguno && !firmado.empty()))
+                << NombreDe(r.fallo.motivo);
+            EXPECT_EQ(r.pinEnviado, firma.tarjeta.Verificaciones() > 0);
             firma.Comprobar();
         }
     }
@@ -169,30 +180,34 @@ TEST(DnieFallos, ElServicioFallaAlConectar) {
     const std::string sinTarjeta = "No hay tarjeta en el lector. Acerque el DNIe y pulse Actualizar.";
     const std::string muda =
         "El lector no detecta la tarjeta (apagada/muda). Reinserte el DNIe bien en la ranura y pulse Actualizar.";
-    const Apoyo::Filas<const char*, unsigned long, std::string> filas = {
-        {"SCardEstablishContext", 0x8010001D, "Servicio PC/SC no disponible (servicio 'Smart Card' detenido)."},
-        {"SCardEstablishContext", 0x8010001E, "Servicio PC/SC detenido."},
-        {"SCardEstablishContext", 0x8010000B, "Error PC/SC 0x8010000B"},
-        {"SCardConnect", 0x8010000B, "Lector ocupado por otra aplicacion."},
-        {"SCardConnect", 0x80100009, "Lector no disponible."},
-        {"SCardConnect", 0x8010000C, sinTarjeta},
-        {"SCardConnect", 0x80100069, sinTarjeta},
+    const Apoyo::Filas<const char*, unsigned long, std::string, Motivo> filas = {
+        {"SCardEstablishContext", 0x8010001D, "Servicio PC/SC no disponible (servicio 'Smart Card' detenido).",
+         Motivo::SinServicio},
+        {"SCardEstablishContext", 0x8010001E, "Servicio PC/SC detenido.", Motivo::SinServicio},
+        {"SCardEstablishContext", 0x8010000F, "Error PC/SC 0x8010000F", Motivo::SinServicio},
+        {"SCardConnect", 0x8010000B, "Lector ocupado por otra aplicacion.", Motivo::LectorOcupado},
+        {"SCardConnect", 0x80100009, "Lector no disponible.", Motivo::LectorDesconocido},
+        {"SCardConnect", 0x8010000C, sinTarjeta, Motivo::SinTarjeta},
+        {"SCardConnect", 0x80100069, sinTarjeta, Motivo::SinTarjeta},
         {"SCardConnect", 0x8010001A,
-         "El lector no completo la operacion con la tarjeta. Reinsertela y pulse Actualizar."},
-        {"SCardConnect", 0x80100066, muda},
-        {"SCardConnect", 0x80100067, muda},
-        {"SCardConnect", 0x80100017, "Error PC/SC 0x80100017"},
-        {"SCardStatus", 0x80100069, sinTarjeta},
+         "El lector no completo la operacion con la tarjeta. Reinsertela y pulse Actualizar.", Motivo::TarjetaMuda},
+        {"SCardConnect", 0x80100066, muda, Motivo::TarjetaMuda},
+        {"SCardConnect", 0x80100067, muda, Motivo::TarjetaMuda},
+        {"SCardConnect", 0x80100017, "Error PC/SC 0x80100017", Motivo::LectorDesconocido},
+        {"SCardBeginTransaction", 0x80100069, sinTarjeta, Motivo::SinTarjeta},
+        {"SCardStatus", 0x80100069, sinTarjeta, Motivo::SinTarjeta},
     };
-    for (const auto& [funcion, code, esperado] : filas) {
+    for (const auto& [funcion, code, esperado, motivo] : filas) {
         SCOPED_TRACE(esperado);
         Mundo mundo(Apoyo::EscenarioDe(2, true));
         mundo.pcsc.codigos[funcion] = code;
         std::string texto;
         EXPECT_TRUE(CDnie::LeerCertificados(mundo.lector, texto).empty());
         EXPECT_EQ(texto, esperado);
-        EXPECT_TRUE(CDnie::Firmar(mundo.lector, cert, kDatos, kPin, texto).empty());
-        EXPECT_EQ(texto, esperado);
+        Control control;
+        const auto firmado = Dnie::FirmarConTarjeta(mundo.lector, cert, kDatos, kPin, {}, control);
+        EXPECT_EQ(firmado.fallo.frase, esperado);
+        EXPECT_EQ(firmado.fallo.motivo, motivo);
         EXPECT_TRUE(CDnie::LeerAtr(mundo.lector).empty());
         EXPECT_EQ(CDnie::UltimoError(), esperado);
         EXPECT_EQ(mundo.tarjeta.Apdus(), 0);
@@ -220,6 +235,87 @@ TEST(DnieFallos, LoQueSeCompruebaAntesDeConectar) {
     EXPECT_EQ(texto, "Elija un lector.");
     EXPECT_EQ(mundo.tarjeta.Apdus(), 0);
     EXPECT_TRUE(mundo.pcsc.ambitos.empty());
+}
+
+// What a listing that gives nothing, or not all, is told by.
+TEST(DnieFallos, PorQueNoHayCertificados) {
+    const Apoyo::Filas<const char*, Cambio, size_t, bool, Motivo> filas = {
+        {"all", [](Escenario&) {}, 3, false, Motivo::Ninguno},
+        {"no file for signing", [](Escenario& e) { e.ficheros.erase("CE82"); }, 2, true, Motivo::Ninguno},
+        {"the old file for signing", [](Escenario& e) { e.ficheros["001D"] = e.ficheros["CE82"]; }, 4, false,
+         Motivo::Ninguno},
+        {"no file at all", [](Escenario& e) { e.ficheros.clear(); }, 0, true, Motivo::TarjetaIlegible},
+        {"another card", ConSw(-1, "6A82"), 0, false, Motivo::TarjetaAjena},
+        {"no answer", ConSw(-1, ""), 0, false, Motivo::TarjetaMuda},
+        {"taken out", Con({{.desde = 4, .retirar = true}}), 0, true, Motivo::TarjetaRetirada},
+    };
+    for (const auto& [caso, cambiar, cuantos, perdida, motivo] : filas) {
+        SCOPED_TRACE(caso);
+        Escenario e = Apoyo::EscenarioDe(2, false);
+        cambiar(e);
+        Mundo mundo(e);
+        Control control;
+        const auto r = Dnie::LeerTarjeta("", control);
+        EXPECT_EQ(r.lector, mundo.lector);
+        EXPECT_EQ(r.certificados.size(), cuantos);
+        EXPECT_EQ(r.firmaPerdida, perdida);
+        EXPECT_EQ(r.fallo.motivo, motivo) << NombreDe(r.fallo.motivo);
+        for (const auto& c : r.certificados) EXPECT_EQ(c.deFirma, c.etiqueta == "Firma Digital (DNIe)");
+        mundo.Comprobar();
+    }
+    Mundo vacio(Apoyo::EscenarioDe(2, false));
+    vacio.pcsc.lectores.clear();
+    Control control;
+    EXPECT_EQ(Dnie::LeerTarjeta("", control).fallo.motivo, Motivo::SinLector);
+    EXPECT_TRUE(CDnie::ListarLectores().empty());
+    EXPECT_EQ(CDnie::UltimoError(), "No hay lectores de tarjetas conectados.");
+    vacio.Comprobar();
+}
+
+// Whatever happens between the directory of the key and the PIN: it goes to the card that was prepared, or to none.
+TEST(DnieFallos, ElPinSoloVaALaTarjetaPreparada) {
+    const Apoyo::Filas<const char*, int, unsigned long, int, Motivo> filas = {
+        // the second, third… status, what it says (0: the job is cancelled then), PINs sent
+        {"taken out", 2, 0x80100069, 0, Motivo::TarjetaRetirada},
+        {"reset", 2, 0x80100068, 0, Motivo::TarjetaRetirada},
+        {"cancelled", 2, 0, 0, Motivo::Cancelado},
+        {"taken out before the second pass", 3, 0x80100069, 1, Motivo::TarjetaRetirada},
+        {"cancelled too late", 3, 0, 2, Motivo::Ninguno},
+    };
+    for (const auto& [caso, cual, code, verificaciones, motivo] : filas) {
+        SCOPED_TRACE(caso);
+        Escenario e = Apoyo::EscenarioDe(2, false);
+        e.fallos = {{.ins = 0x2A, .veces = 1, .respuesta = "6982"}};
+        Mundo mundo(e);
+        Control control;
+        mundo.pcsc.antes = [&, n = cual, code = code](const std::string& funcion) mutable {
+            if (funcion != "SCardStatus" || --n != 0) return;
+            if (code == 0) control.Cancelar();
+            mundo.pcsc.codigos[funcion] = code;
+        };
+        const auto r = Dnie::FirmarConTarjeta(mundo.lector, CertificadoDe("firma"), kDatos, kPin, {}, control);
+        EXPECT_EQ(r.fallo.motivo, motivo) << r.fallo.frase;
+        EXPECT_EQ(mundo.tarjeta.Verificaciones(), verificaciones);
+        EXPECT_EQ(r.pinEnviado, verificaciones != 0);
+        EXPECT_EQ(control.Ver().comprometido, verificaciones != 0);
+        EXPECT_EQ(ElSistemaFalso().veces, 0);
+        EXPECT_TRUE(Esperar([&] { return mundo.pcsc.contextos == 0; }));
+    }
+}
+
+// Another program resets the card between our connection and our transaction.
+TEST(DnieFallos, OtroProgramaLaReinicia) {
+    for (const auto& [veces, bien] : {std::pair{1, true}, {3, true}, {4, false}}) {
+        Mundo mundo(Apoyo::EscenarioDe(2, false));
+        mundo.pcsc.antes = [&, n = veces](const std::string& funcion) mutable {
+            if (funcion == "SCardBeginTransaction") mundo.pcsc.codigos[funcion] = n-- > 0 ? 0x80100068 : 0;
+        };
+        Control control;
+        const auto r = Dnie::LeerTarjeta(mundo.lector, control);
+        EXPECT_EQ(r.certificados.size(), bien ? 3U : 0U);
+        EXPECT_EQ(r.fallo.motivo, bien ? Motivo::Ninguno : Motivo::TarjetaRetirada);
+        mundo.Comprobar();
+    }
 }
 
 TEST(DnieFallos, VerificarSoloElPin) {

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "card/LxDnie.h"
+#include "card/LxTarjeta.h"
 #include "tests/apoyo/Apoyo.h"
 #include "tests/card/Mundo.h"
 
@@ -37,6 +37,12 @@ TEST(DnieFlujos, ListarYFirmarConCadaTarjetaEnCadaLector) {
                              " · 3 certificado(s) · " + std::to_string(kApdus[i]) + " APDUs");
         EXPECT_EQ(lectura.tarjeta.Transcripcion(), Apoyo::LeerFichero(LX_TRANSCRIPCIONES "listar_" + nombre));
         lectura.Comprobar();
+        if (!sinContacto) {  // a name that says nothing stands for a reader with contacts
+            Mundo otro(Apoyo::EscenarioDe(perfil, false));
+            otro.pcsc.lectores = {"Foo USB 0"};
+            EXPECT_EQ(Etiquetas(CDnie::LeerCertificados("Foo USB 0", texto)), kTres);
+            EXPECT_EQ(otro.tarjeta.Transcripcion(), lectura.tarjeta.Transcripcion());
+        }
 
         Mundo mundo(Apoyo::EscenarioDe(perfil, sinContacto));
         const auto firma = CDnie::Firmar(mundo.lector, CertificadoDe("firma"), kDatos, kPin, texto);
@@ -147,19 +153,22 @@ TEST(DnieFlujos, LasClavesSePruebanEnOrden) {
 
 // A key that wants the PIN right before its use gets it once more, and only then.
 TEST(DnieFlujos, LaSegundaPasada) {
-    const Apoyo::Filas<int, int, bool, int, const char*> filas = {
-        // PSO refused with 6982 so many times, PINs sent, signed, commands (0: any), what it says
-        {0, 1, true, 0, "Firmado"},
-        {1, 2, true, 0, "Firmado"},
-        {2, 2, true, 0, "Firmado"},
-        {9, 2, false, 0, "No se pudo firmar"},
-        {9, 2, false, 7, "PIN incorrecto: quedan 194 intento(s)."},  // the second VERIFY is refused and ends it all
+    constexpr int kMse = 0x22, kPso = 0x2A;
+    const Apoyo::Filas<int, int, int, bool, int, const char*> filas = {
+        // refused with 6982, so many times, PINs sent, signed, commands (0: any), what it says
+        {kPso, 0, 1, true, 0, "Firmado"},
+        {kPso, 1, 2, true, 0, "Firmado"},
+        {kPso, 2, 2, true, 0, "Firmado"},
+        {kPso, 9, 2, false, 0, "No se pudo firmar"},
+        {kPso, 9, 2, false, 7, "PIN incorrecto: quedan 194 intento(s)."},  // the second VERIFY is refused: the end
+        {kMse, 1, 1, true, 0, "Firmado"},
+        {kMse, 9, 1, false, 0, "No se pudo firmar"},
     };
-    for (const auto& [veces, verificaciones, firma, apdus, texto] : filas) {
+    for (const auto& [ins, veces, verificaciones, firma, apdus, texto] : filas) {
         SCOPED_TRACE(texto + std::to_string(veces));
         Escenario e = Apoyo::EscenarioDe(2, false);
         e.claves = {0x82, 0x81, 0x83};
-        e.fallos = {{.ins = 0x2A, .veces = veces, .respuesta = "6982"}};
+        e.fallos = {{.ins = ins, .veces = veces, .respuesta = "6982"}};
         if (apdus != 0) e.fallos.push_back({.ins = 0x20, .desde = 4, .respuesta = "63C2"});
         Mundo mundo(e);
         std::string info;
@@ -200,4 +209,18 @@ TEST(DnieFlujos, ElAlmacenDelSistemaEsLoUltimo) {
     EXPECT_EQ(info, "Firmado con el minidriver de Linux (24 bits, SHA-256 039058C6F2C0CB49)");
     EXPECT_EQ(ElSistemaFalso().pin, "");
     mundo.Comprobar();
+    // The job is free again while the store asks its question, and what it was cancelled for meanwhile counts.
+    Control control;
+    ElSistemaFalso().alFirmar = [&] { EXPECT_FALSE(control.Ver().comprometido); };
+    const auto pedir = [&] {
+        return Dnie::FirmarConTarjeta(mundo.lector, CertificadoDe("firma"), kDatos, kPin, {}, control);
+    };
+    EXPECT_EQ(pedir().firma, (Apoyo::Bytes{1, 2, 3}));
+    mundo.pcsc.antes = [&](const std::string& funcion) {
+        if (funcion != "SCardTransmit" || !control.Ver().comprometido) return;
+        EXPECT_FALSE(control.Cancelar());
+    };
+    EXPECT_EQ(pedir().fallo.motivo, Motivo::Cancelado);
+    EXPECT_EQ(ElSistemaFalso().veces, 2);
+    EXPECT_EQ(mundo.pcsc.contextos, 0);
 }

@@ -138,6 +138,8 @@ TEST(Iso7816, LeeFicheros) {
         {"6282 ends it though the element goes on", cert, 510, 255, 0x6282, Binario, 510, 2},
         {"a short chunk before the end is known", cert, 4000, 200, 0x9000, Binario, 200, 1},
         {"an element in the first chunk", {0x04, 0x05}, 300, 255, 0x9000, Binario, 7, 1},
+        {"four bytes of length", {0x30, 0x84, 0x00, 0x00, 0x01, 0x00}, 600, 255, 0x9000, Binario, 262, 2},
+        {"five are none", {0x30, 0x85, 0x00, 0x00, 0x00, 0x01, 0x00}, 600, 255, 0x9000, Binario, 600, 3},
         {"indefinite length", {0x30, 0x80}, 600, 255, 0x9000, Binario, 600, 3},
         {"a long tag", {0x7F, 0x81, 0x01, 0x03}, 300, 255, 0x9000, Binario, 7, 1},
         {"a tag that never ends", sinFin, 300, 255, 0x9000, Binario, 300, 2},

@@ -3,16 +3,12 @@
 
 #include <string>
 
+#include "crypto/LxDer.h"
+
 namespace PruebaDer {
 
 inline std::string Elem(int tag, const std::string& contenido) {
-    std::string e(1, static_cast<char>(tag));
-    const size_t n = contenido.size();
-    if (n >= 0x80) e += n > 0xFFFF ? '\x83' : '\x82';
-    if (n > 0xFFFF) e += static_cast<char>(n >> 16);
-    if (n >= 0x80) e += static_cast<char>(n >> 8);
-    e += static_cast<char>(n);
-    return e + contenido;
+    return Lx::Der::Elemento(static_cast<unsigned char>(tag), contenido);
 }
 
 inline std::string Sec(const std::string& contenido) {

@@ -140,8 +140,10 @@ TEST_F(Crear, SinFirmaDejaElDocumento) {
 
 // With options the document is signed or it isn't there.
 TEST_F(Crear, EnteroONada) {
+    int hojas = 0;
     const auto crear = [&](const Callback& firmar, const LxPdfSigner::Opciones& opciones) {
-        return LxPdfSigner::Crear(salida_, "Hola", identidad_.certificado, firmar, {}, opciones);
+        return LxPdfSigner::Crear(salida_, "Hoja " + std::to_string(++hojas), identidad_.certificado, firmar, {},
+                                  opciones);
     };
     const Callback calla = [](const auto&, std::string&) { return std::vector<unsigned char>{}; };
     const std::string noHay = "no hay certificado valido para firmar.";

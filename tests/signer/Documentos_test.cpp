@@ -4,9 +4,7 @@
 
 #include <map>
 
-#include "crypto/LxApi.h"
 #include "signer/LxPdfSigner.h"
-#include "signer/PdfFichero.h"
 #include "tests/apoyo/Apoyo.h"
 
 namespace LxPdfSigner {
@@ -90,26 +88,6 @@ TEST_F(Documentos, UnByteCambiadoSeNota) {
         const Apoyo::Veredicto veredicto = Apoyo::Juzgar(UnBitCambiado(bueno, pos), identidad_);
         EXPECT_FALSE(veredicto.pdfsig || veredicto.openssl) << veredicto.texto;
     }
-}
-
-// The self-check reads what lies on the disk, in pieces: a file of several of them, whole and with one bit changed.
-TEST_F(Documentos, LaAutocomprobacionLeeElFicheroEscrito) {
-    std::string pdf = Apoyo::LeerFichero(Ruta("groff.pdf"));
-    pdf.insert(pdf.find('\n') + 1, "%" + std::string(5'000'000, 'x') + "\n");
-    pdf.erase(pdf.rfind("startxref"));
-    const size_t xref = pdf.rfind("xref\n");
-    Apoyo::EscribirFichero(Ruta("grande.pdf"), pdf + "startxref\n" + std::to_string(xref) + "\n%%EOF\n");
-    ASSERT_TRUE(FirmarComo("grande.pdf", "grande_firmado.pdf", {0, ""}).firmado);
-
-    const std::string firmado = Apoyo::LeerFichero(Ruta("grande_firmado.pdf"));
-    const auto firmas = Apoyo::FirmasDe(firmado);
-    ASSERT_EQ(firmas.size(), 1U);
-    const std::vector<unsigned char> digest = Lx::Api::Sha256(firmas[0].contenido);
-    EXPECT_TRUE(Interno::Verificar(Ruta("grande_firmado.pdf"), digest));
-    for (const size_t pos : {size_t{2'000'000}, firmas[0].antes - 1, firmado.size() - 2})
-        EXPECT_FALSE(Interno::Verificar(UnBitCambiado(firmado, pos), digest)) << pos;
-    Apoyo::EscribirFichero(Ruta("malo.pdf"), firmado + "\n");
-    EXPECT_FALSE(Interno::Verificar(Ruta("malo.pdf"), digest)) << "bytes after the signed range";
 }
 
 }  // namespace

@@ -1,0 +1,187 @@
+// Calls of the service that don't come back, or come back late.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <memory>
+#include <ostream>
+
+#include "card/LxTarjeta.h"
+#include "tests/apoyo/Apoyo.h"
+#include "tests/card/Medida.h"
+#include "tests/card/Mundo.h"
+
+using namespace Lx;
+
+namespace {
+
+struct Bloqueo {
+    const char* caso;
+    const char* funcion;   // does not return
+    int cual;              // the first time, the second…
+    unsigned long estado;  // of the reader
+    Motivo motivo;
+    double segundos;
+    int ordenes;  // commands that were sent by then
+};
+
+void PrintTo(const Bloqueo& b, std::ostream* salida) {
+    *salida << b.caso;
+}
+
+constexpr unsigned long kSolo = 0x20, kConOtros = 0x120;  // SCARD_STATE_PRESENT, SCARD_STATE_INUSE
+
+const Bloqueo kBloqueos[] = {
+    {"Contexto", "SCardEstablishContext", 1, kSolo, Motivo::SinServicio, 5, 0},
+    {"Conexion", "SCardConnect", 1, kSolo, Motivo::TarjetaMuda, 5, 0},
+    {"ConexionConOtros", "SCardConnect", 1, kConOtros, Motivo::LectorOcupado, 5, 0},
+    {"Transaccion", "SCardBeginTransaction", 1, kSolo, Motivo::LectorOcupado, 5, 0},
+    {"Estado", "SCardStatus", 1, kConOtros, Motivo::TarjetaMuda, 5, 0},
+    {"Select", "SCardTransmit", 1, kConOtros, Motivo::TarjetaMuda, 8, 1},
+    {"Verify", "SCardTransmit", 4, kSolo, Motivo::TarjetaMuda, 8, 4},
+};
+
+class TarjetaLenta : public testing::TestWithParam<Bloqueo> {
+  protected:
+    // The next call that is to be held waits until Abrir.
+    void Cerrar(const std::string& funcion, int cual) {
+        puerta_ = std::make_shared<std::promise<void>>();
+        mundo.pcsc.antes = [=, abierta = puerta_->get_future().share(),
+                            n = std::make_shared<int>(cual)](const std::string& f) {
+            if (f == funcion && --*n == 0) abierta.wait();
+        };
+    }
+    // Nothing stays open then, and nothing more is sent.
+    void Abrir(int ordenes) {
+        puerta_->set_value();
+        EXPECT_TRUE(Esperar([&] { return mundo.pcsc.contextos == 0 && mundo.pcsc.tarjetas == 0; }));
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        EXPECT_EQ(mundo.pcsc.transmisiones, ordenes);
+        EXPECT_EQ(mundo.pcsc.desvios, "");
+    }
+    Dnie::Firmado Firmar(Control& control) {
+        return Dnie::FirmarConTarjeta(mundo.lector, cert_, kDatos, kPin, {}, control);
+    }
+
+    Mundo mundo{Apoyo::EscenarioDe(2, false)};
+
+  private:
+    const X509::Certificado cert_ = CertificadoDe("firma");
+    std::shared_ptr<std::promise<void>> puerta_;
+};
+
+}  // namespace
+
+TEST_P(TarjetaLenta, SeDejaATiempo) {
+    const Bloqueo& b = GetParam();
+    const bool conPin = b.ordenes == 4;
+    mundo.pcsc.estadoLector = b.estado;
+    Cerrar(b.funcion, b.cual);
+    Control control;
+    Dnie::Firmado r;
+    const Medida m = Medir(control, [&] { r = Firmar(control); });
+    EXPECT_EQ(r.fallo.motivo, b.motivo) << r.fallo.frase;
+    EXPECT_NEAR(m.palabra, 1.25, 0.25);
+    EXPECT_NEAR(m.total, b.segundos + 0.45, 0.45);
+    EXPECT_EQ(r.pinEnviado, conPin);
+    EXPECT_EQ(control.Ver().comprometido, conPin);
+    EXPECT_EQ(ElSistemaFalso().veces, 0);
+    Abrir(b.ordenes);
+}
+
+TEST_P(TarjetaLenta, SeCancelaEnseguida) {
+    const Bloqueo& b = GetParam();
+    if (b.ordenes == 4) return;  // not once the key is in use
+    Cerrar(b.funcion, b.cual);
+    Control control;
+    Dnie::Firmado r;
+    const Medida m = Medir(
+        control, [&] { r = Firmar(control); }, 0.3);
+    EXPECT_EQ(r.fallo.motivo, Motivo::Cancelado) << r.fallo.frase;
+    EXPECT_LT(m.total, 0.5);
+    Abrir(b.ordenes);
+}
+
+INSTANTIATE_TEST_SUITE_P(Fallos, TarjetaLenta, testing::ValuesIn(kBloqueos),
+                         [](const auto& fila) { return fila.param.caso; });
+
+// Each command takes two seconds, the job over eight: it is a slow card, not a mute one.
+TEST_F(TarjetaLenta, LaQueContestaNoSeDeja) {
+    mundo.pcsc.antes = [](const std::string& f) {
+        if (f == "SCardTransmit") std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    };
+    Control control;
+    Dnie::Firmado r;
+    EXPECT_GT(Medir(control, [&] { r = Firmar(control); }).total, 8.5);
+    EXPECT_EQ(r.fallo.frase, "");
+    mundo.Comprobar();
+}
+
+// What was signed stays signed; the store is not asked while the card isn't free for it.
+TEST_F(TarjetaLenta, ElFinalNoLlega) {
+    Cerrar("SCardEndTransaction", 1);
+    Control control;
+    Dnie::Firmado r;
+    EXPECT_NEAR(Medir(control, [&] { r = Firmar(control); }).total, 5.45, 0.45);
+    EXPECT_EQ(r.firma.size(), 256U);
+    Abrir(6);
+    mundo.tarjeta.Reiniciar();
+    control.Soltar();
+    const int antes = mundo.pcsc.transmisiones;
+    mundo.pcsc.transmitir = [orden = mundo.pcsc.transmitir](const auto& apdu, auto& respuesta) -> long {
+        respuesta = {0x6A, 0x88};
+        return apdu[1] == 0x22 ? 0 : orden(apdu, respuesta);
+    };
+    Cerrar("SCardEndTransaction", 1);
+    EXPECT_GT(Medir(control, [&] { r = Firmar(control); }).total, 5.0);
+    EXPECT_EQ(r.fallo.motivo, Motivo::TarjetaMuda) << r.fallo.frase;
+    EXPECT_EQ(ElSistemaFalso().veces, 0);
+    Abrir(antes + 7);
+}
+
+// A driver's own time-outs are no answers.
+TEST_F(TarjetaLenta, LosErroresNoSonRespuestas) {
+    mundo.pcsc.transmitir = [](const auto&, auto&) -> long {
+        std::this_thread::sleep_for(std::chrono::milliseconds(3000));
+        return 0x8010002FL;
+    };
+    Control control;
+    Dnie::Lectura r;
+    EXPECT_NEAR(Medir(control, [&] { r = Dnie::LeerTarjeta("", control); }).total, 8.45, 0.45);
+    EXPECT_EQ(r.fallo.motivo, Motivo::TarjetaMuda) << r.fallo.frase;
+    EXPECT_TRUE(Esperar([&] { return mundo.pcsc.contextos == 0; }));
+    EXPECT_EQ(mundo.pcsc.transmisiones, 3);
+}
+
+TEST_F(TarjetaLenta, ElVigilanteNoEsperaAlServicio) {
+    Cerrar("SCardGetStatusChange", 2);
+    std::atomic<int> avisos{0};
+    auto vigilante = std::make_unique<Dnie::Vigilante>([&] { ++avisos; });
+    EXPECT_TRUE(Esperar([&] { return mundo.pcsc.contextos == 1; }));
+    std::this_thread::sleep_for(std::chrono::milliseconds(300));
+    mundo.pcsc.estadoLector = 0x10;
+    const auto inicio = std::chrono::steady_clock::now();
+    vigilante.reset();
+    EXPECT_LT(std::chrono::steady_clock::now() - inicio, std::chrono::milliseconds(50));
+    Abrir(0);
+    EXPECT_EQ(avisos, 0);
+}
+
+// The program ends, and cleanly, with a thread in the service for good; with a watcher there too.
+TEST_F(TarjetaLenta, ElProgramaTerminaConUnHiloDejado) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            Cerrar("SCardTransmit", 2);
+            Control control;
+            std::thread fin([&] {
+                std::this_thread::sleep_for(std::chrono::milliseconds(200));
+                control.Cancelar();
+            });
+            const Dnie::Vigilante vigilante([] {});
+            (void)Firmar(control);
+            fin.join();
+            std::exit(control.Ver().cancelado ? 0 : 3);
+        },
+        testing::ExitedWithCode(0), "");
+}
