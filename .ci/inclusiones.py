@@ -21,7 +21,7 @@ PERMITIDOS = {
     "ui": set(),
     "ui/platform/qt": {"ui"},
     "ui/platform/pdf": {"ui", "ayudante", "pdf", "crypto"},
-    "app": {"ui", "signer", "certstore", "certstore/sistema", "crypto"},
+    "app": {"ui", "firma", "crypto"},
     "cli": {"firma", "crypto"},
 }
 # These may include everything, private headers too, and nothing may include them.

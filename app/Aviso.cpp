@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "app/Texto.h"
+#include "app/AjusteTexto.h"
 #include "ui/LxWindow.h"
 
 namespace Paleta = Orvanta::Paleta;
@@ -14,12 +14,17 @@ constexpr int kAlto = 18;  // of a line
 constexpr int kMargen = 12;
 constexpr int kFranja = 4;  // the coloured edge at the left
 constexpr int kCruz = 8;    // side of the mark that closes it
+constexpr int kBarra = 6;
+constexpr int kAnchoBoton = 94;
+constexpr int kAltoBoton = 30;
 constexpr float kRadio = 6;
+constexpr int kPasos = 20;  // of a bar without an end, from side to side
 
 }  // namespace
 
 void CAviso::OnPaint(Lx::CCanvas* canvas) {
-    const Lx::Color color = paleta_[error_ ? Paleta::kError : Paleta::kExito];
+    const Lx::Color color =
+        progreso_ ? Lx::ThemeColor(Lx::ColorRole::Accent) : paleta_[error_ ? Paleta::kError : Paleta::kExito];
     canvas->FillRoundRect(rect, kRadio, paleta_[Paleta::kPanel]);
     canvas->FillRect({rect.x, rect.y + kMargen / 2, kFranja, rect.h - kMargen}, color);
     canvas->DrawRoundRect(rect, kRadio, HasFocus() ? color : paleta_[Paleta::kBorde], 1);
@@ -30,9 +35,30 @@ void CAviso::OnPaint(Lx::CCanvas* canvas) {
         p.y += kAlto;
         i = fin + 1;
     }
+    progreso_ ? PintarBarra(*canvas) : PintarCruz(*canvas);
+}
+
+void CAviso::PintarCruz(Lx::CCanvas& canvas) const {
     const Lx::Rect x{rect.x + rect.w - kMargen - kCruz, rect.y + kMargen + 3, kCruz, kCruz};
-    canvas->DrawLine({x.x, x.y}, {x.x + x.w, x.y + x.h}, paleta_[Paleta::kTextoSuave], 1.5F);
-    canvas->DrawLine({x.x + x.w, x.y}, {x.x, x.y + x.h}, paleta_[Paleta::kTextoSuave], 1.5F);
+    canvas.DrawLine({x.x, x.y}, {x.x + x.w, x.y + x.h}, paleta_[Paleta::kTextoSuave], 1.5F);
+    canvas.DrawLine({x.x + x.w, x.y}, {x.x, x.y + x.h}, paleta_[Paleta::kTextoSuave], 1.5F);
+}
+
+void CAviso::PintarBarra(Lx::CCanvas& canvas) const {
+    const int izquierda = rect.x + kMargen + kFranja;
+    const int ancho = rect.w - 2 * kMargen - kFranja - (boton_ == nullptr ? 0 : kAnchoBoton + kMargen);
+    const Lx::Rect pista{izquierda, rect.y + rect.h - kMargen - kBarra, ancho, kBarra};
+    canvas.FillRoundRect(pista, kBarra / 2.0F, Lx::ThemeColor(Lx::ColorRole::Track));
+    Lx::Rect hecho = pista;
+    if (parte_ >= 0) {
+        hecho.w = static_cast<int>(parte_ * ancho);
+    } else {
+        // Forth and back.
+        const int lugar = paso_ % (2 * kPasos);
+        hecho.w = ancho / 4;
+        hecho.x += (ancho - hecho.w) * std::min(lugar, 2 * kPasos - lugar) / kPasos;
+    }
+    if (hecho.w > 0) canvas.FillRoundRect(hecho, kBarra / 2.0F, Lx::ThemeColor(Lx::ColorRole::Accent));
 }
 
 void CAviso::OnEvent(Lx::Event& ev) {
@@ -43,45 +69,72 @@ void CAviso::OnEvent(Lx::Event& ev) {
         (ev.type == EventType::KeyDown && (tecla == Lx::KeyCode::Escape || tecla == Lx::KeyCode::Enter)) ||
         (ev.type == EventType::Char && ev.key == ' ');
     if (Lx::IsMouseEvent(ev.type)) ev.handled = true;
-    if (!quita) return;
+    if (!quita || progreso_) return;
     ev.handled = true;
     Quitar();
 }
 
 Lx::AccessibleInfo CAviso::Accessibility() const {
     Lx::AccessibleInfo info;
-    info.role = Lx::AccessibleRole::Button;
+    info.role = progreso_ ? Lx::AccessibleRole::Label : Lx::AccessibleRole::Button;
     info.name = texto_;
-    info.description = "Cerrar el aviso";
+    if (!progreso_) info.description = "Cerrar el aviso";
     return info;
 }
 
 bool CAviso::DoAccessibleAction(Lx::AccessibleAction action, const std::string&, int) {
-    if (action != Lx::AccessibleAction::Press) return false;
+    if (action != Lx::AccessibleAction::Press || progreso_) return false;
     Quitar();
     return true;
 }
 
+void CAviso::PonerBoton(Lx::CButton* boton) {
+    boton_ = boton;
+    boton_->visible = false;
+}
+
 void CAviso::Mostrar(const std::string& texto, bool error) {
-    texto_ = texto;
     error_ = error;
+    progreso_ = false;
+    Ensenar(texto);
+}
+
+void CAviso::MostrarProgreso(const std::string& texto, double parte) {
+    if (texto.empty()) return Quitar();
+    progreso_ = true;
+    parte_ = parte;
+    ++paso_;
+    Ensenar(texto);
+}
+
+void CAviso::Ensenar(const std::string& texto) {
+    texto_ = texto;
     visible = true;
     Colocar(franja_);
 }
 
 void CAviso::Quitar() {
     if (!visible) return;
-    visible = false;
+    visible = progreso_ = false;
     Invalidate(nullptr);
     auto* ventana = dynamic_cast<Lx::CWindow*>(parent);
-    if (ventana != nullptr && ventana->focus == this) ventana->SetFocusControl(despues_);
+    const bool tenia =
+        ventana != nullptr && (ventana->focus == this || (boton_ != nullptr && ventana->focus == boton_));
+    if (boton_ != nullptr) boton_->visible = false;
+    if (tenia) ventana->SetFocusControl(despues_);
 }
 
 void CAviso::Colocar(const Lx::Rect& franja) {
     franja_ = franja;
-    lineas_ = Orvanta::EnLineas(texto_, kTamano, franja.w - 3 * kMargen - kFranja - kCruz);
+    const int derecha = !progreso_ ? kMargen + kCruz : boton_ == nullptr ? 0 : kMargen + kAnchoBoton;
+    lineas_ = Orvanta::EnLineas(texto_, kTamano, franja.w - 2 * kMargen - kFranja - derecha);
     const int lineas = static_cast<int>(std::count(lineas_.begin(), lineas_.end(), '\n')) + 1;
-    const int alto = lineas * kAlto + 2 * kMargen - 4;
+    const int alto = lineas * kAlto + 2 * kMargen - 4 + (progreso_ ? kBarra + 8 : 0);
     rect = {franja.x, franja.y + franja.h - alto, franja.w, alto};
+    if (boton_ != nullptr) {
+        boton_->visible = EnProgreso();
+        boton_->rect = {rect.x + rect.w - kMargen - kAnchoBoton, rect.y + (rect.h - kAltoBoton) / 2, kAnchoBoton,
+                        kAltoBoton};
+    }
     Invalidate(nullptr);
 }

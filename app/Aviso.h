@@ -1,10 +1,11 @@
-// A notice over the bottom of the page: the whole of a message for which the status line is too narrow or too quiet.
+// A notice over the bottom of the window: the whole of a message for which the status line is too narrow or too quiet,
+// or what a job is doing and how far it is.
 #pragma once
 
 #include <string>
 
 #include "app/Paleta.h"
-#include "ui/LxControl.h"
+#include "ui/LxButton.h"
 
 class CAviso : public Lx::CControl {
   public:
@@ -14,21 +15,35 @@ class CAviso : public Lx::CControl {
     }
 
     void OnPaint(Lx::CCanvas* canvas) override;
-    // A click, Enter, space or Escape takes it away.
+    // A click, Enter, space or Escape takes a message away; what a job is doing stays.
     void OnEvent(Lx::Event& ev) override;
     [[nodiscard]] Lx::AccessibleInfo Accessibility() const override;
     bool DoAccessibleAction(Lx::AccessibleAction action, const std::string& text, int index) override;
 
+    // A button of the same window that stands in the notice while that tells of a job.
+    void PonerBoton(Lx::CButton* boton);
+
     void Mostrar(const std::string& texto, bool error);
+    // `parte` goes from 0 to 1; negative: nobody knows. Without a text the notice goes.
+    void MostrarProgreso(const std::string& texto, double parte);
+    [[nodiscard]] bool EnProgreso() const { return visible && progreso_; }
     void Quitar();
     // As wide as `franja` and at its bottom, as high as the text needs.
     void Colocar(const Lx::Rect& franja);
 
   private:
+    void Ensenar(const std::string& texto);
+    void PintarBarra(Lx::CCanvas& canvas) const;
+    void PintarCruz(Lx::CCanvas& canvas) const;
+
     Orvanta::Paleta::Colores paleta_;
     Lx::CControl* despues_;
+    Lx::CButton* boton_ = nullptr;
     std::string texto_;
     std::string lineas_;
     bool error_ = false;
+    bool progreso_ = false;
+    double parte_ = -1;
+    int paso_ = 0;  // of a bar that only shows that something goes on
     Lx::Rect franja_;
 };

@@ -1,6 +1,6 @@
 #include "app/ClaveDialog.h"
 
-#include "app/Texto.h"
+#include "app/AjusteTexto.h"
 #include "ui/LxEdit.h"
 
 namespace {

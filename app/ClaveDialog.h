@@ -8,7 +8,7 @@
 class CClaveDialog : public CDialogoSecreto {
   public:
     // `almacen` is a folder or a token's name; `intento` counts from 1; `ultimo`: one more mistake locks it. `clave`
-    // receives the password when DoModal gives 1; it must outlive the dialog.
+    // receives the password when DoModal gives kAccepted; it must outlive the dialog.
     CClaveDialog(Lx::CWindow* padre, const Orvanta::Paleta::Colores& paleta, const std::string& almacen, int intento,
                  bool ultimo, std::string& clave);
 

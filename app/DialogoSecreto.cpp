@@ -12,8 +12,6 @@ namespace {
 
 constexpr unsigned kParpadeo = 1;
 constexpr unsigned kPeriodo = 530;  // ms
-constexpr int kAceptado = 1;
-constexpr int kCancelado = 2;
 // Far above what any card or store takes: one that is too long must be refused, and not be cut and sent.
 constexpr int kLargo = 255;
 
@@ -68,11 +66,11 @@ void CDialogoSecreto::OnAceptar() {
     }
     Lx::Limpiar(secreto_);
     secreto_ = edicion_->GetText();
-    EndDialog(kAceptado);
+    EndDialog(Lx::kAccepted);
 }
 
 void CDialogoSecreto::OnCancelar() {
-    EndDialog(kCancelado);
+    EndDialog(Lx::kCancelled);
 }
 
 void CDialogoSecreto::OnTimer(unsigned id) {
@@ -84,13 +82,13 @@ void CDialogoSecreto::OnTimer(unsigned id) {
 void CDialogoSecreto::OnSetFocus() {
     Lx::Event ev;
     ev.type = Lx::EventType::SetFocus;
-    if (edicion_ != nullptr) edicion_->OnEvent(ev);
+    edicion_->OnEvent(ev);
 }
 
 void CDialogoSecreto::OnKillFocus() {
     Lx::Event ev;
     ev.type = Lx::EventType::KillFocus;
-    if (edicion_ != nullptr) edicion_->OnEvent(ev);
+    edicion_->OnEvent(ev);
 }
 
 void CDialogoSecreto::OnKeyDown(Lx::KeyCode key, unsigned) {

@@ -8,14 +8,13 @@
 
 class CDialogoSecreto : public Lx::CDialog {
   public:
-    // 2: cancelled.
     void OnCancelar();
     void OnTimer(unsigned id) override;
     void OnSetFocus() override;
     void OnKillFocus() override;
     void OnKeyDown(Lx::KeyCode key, unsigned modifiers) override;
     void OnChar(unsigned ch) override;
-    // 1, with the secret in its place, unless there is none yet.
+    // Ends the dialog, with the secret in its place, unless there is none yet.
     virtual void OnAceptar();
 
   protected:

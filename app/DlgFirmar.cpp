@@ -1,11 +1,9 @@
 #include "app/DlgFirmar.h"
 
-#include <algorithm>
 #include <iterator>
-#include <string_view>
 
+#include "app/Pregunta.h"
 #include "app/Teclado.h"
-#include "app/Texto.h"
 #include "crypto/LxSecreto.h"
 #include "ui/LxButton.h"
 #include "ui/LxComboBox.h"
@@ -15,60 +13,32 @@
 #include "ui/LxListView.h"
 
 namespace Paleta = Orvanta::Paleta;
-using Lx::CertStore::Entrada;
 using Lx::CertStore::Origen;
 
 namespace {
 
-constexpr int kAceptado = 1;
-constexpr int kCancelado = 2;
-constexpr unsigned kPrimera = 1;  // also for a choice that is none
-constexpr unsigned kEspecificas = 4;
-
 // In the order of the list, which is not that of the engine's modes.
 constexpr struct {
     const char* texto;
-    unsigned modo;
+    LxPdfSigner::Sello modo;
 } kSellos[] = {
-    {"Primera pagina (defecto)", kPrimera},   {"Todas las paginas", 3},     {"Ultima pagina", 2},
-    {"Paginas especificas...", kEspecificas}, {"Invisible (sin sello)", 0},
+    {"Primera pagina (defecto)", LxPdfSigner::kPrimera},
+    {"Todas las paginas", LxPdfSigner::kTodas},
+    {"Ultima pagina", LxPdfSigner::kUltima},
+    {"Paginas especificas...", LxPdfSigner::kPaginas},
+    {"Invisible (sin sello)", LxPdfSigner::kInvisible},
 };
 
-constexpr size_t kLargoEmisor = 45;  // in characters; one as long as this is cut
-constexpr size_t kCorteEmisor = 43;
-
-[[nodiscard]] std::string EmisorDe(const Entrada& e) {
-    const std::string& emisor = e.cert.issuerCN.empty() ? e.cert.issuerDN : e.cert.issuerCN;
-    if (Orvanta::FinDeCaracteres(emisor, kLargoEmisor) == emisor.npos) return emisor;
-    return emisor.substr(0, Orvanta::FinDeCaracteres(emisor, kCorteEmisor)) + ".";
-}
-
-[[nodiscard]] const char* LugarDeClave(const Entrada& e) {
-    if (e.origen == Origen::Dnie) return "en la tarjeta (DNIe)";
-    if (e.origen != Origen::Pkcs12) return "lista";
-    return e.conClave ? "del fichero" : "sin clave";
-}
-
-[[nodiscard]] std::vector<std::string> FilaDe(const Entrada& e) {
-    const std::string vence = e.cert.FechaVencimiento();
-    return {e.cert.subjectCN.empty() ? "Certificado" : e.cert.subjectCN, Lx::CertStore::NombreOrigen(e.origen),
-            EmisorDe(e), vence.empty() ? "-" : vence, LugarDeClave(e)};
-}
-
-// What the summary says of a PKCS#12 file begins with the number of its certificates, or says why there are none.
-[[nodiscard]] bool FalloPkcs12(const std::string& resumen) {
-    constexpr std::string_view kParte = " | PKCS#12: ";
-    const size_t i = resumen.find(kParte);
-    if (i == resumen.npos) return false;
-    const char c = resumen.c_str()[i + kParte.size()];
-    return c < '0' || c > '9';
+[[nodiscard]] std::string ConMayuscula(std::string frase) {
+    if (!frase.empty() && frase[0] >= 'a' && frase[0] <= 'z') frase[0] = static_cast<char>(frase[0] - 'a' + 'A');
+    return frase;
 }
 
 }  // namespace
 
 CDlgFirmar::CDlgFirmar(Lx::CWindow* padre, const Paleta::Colores& paleta, const std::string& documento,
                        const Lx::CertStore::Contexto& ctx)
-    : CDialog(padre), paleta_(paleta), documento_(documento), ctx_(ctx) {
+    : CDialog(padre), paleta_(paleta), documento_(documento), ctx_(ctx), correo_(std::make_shared<Correo>()) {
     title = "Selecciona el certificado digital";
     rect = {0, 0, 660, 520};
     backColor = paleta_[Paleta::kFondo];
@@ -76,6 +46,7 @@ CDlgFirmar::CDlgFirmar(Lx::CWindow* padre, const Paleta::Colores& paleta, const 
 }
 
 CDlgFirmar::~CDlgFirmar() {
+    correo_->Cerrar();
     Lx::Limpiar(ctx_.pin);
     Lx::Limpiar(ctx_.clavePkcs12);
 }
@@ -86,10 +57,20 @@ bool CDlgFirmar::OnInit() {
     MontarSello();
     MontarBotones();
     MontarPkcs12();
-    Recargar();
-    Seleccionar(0);
+    aviso_ = new CAviso(paleta_, lista_);
+    AddControl(aviso_);
+    aviso_->Colocar({28, 40, 604, 243});
+    vigilante_ =
+        std::make_unique<Lx::Firma::Vigilante>([correo = correo_, this] { correo->Enviar([this] { OnTarjeta(); }); });
     SetFocusControl(lista_);
+    Recargar();
     return true;
+}
+
+void CDlgFirmar::OnDestroy() {
+    vigilante_.reset();
+    tarea_.Abandonar();
+    CDialog::OnDestroy();
 }
 
 Lx::CLabel* CDlgFirmar::Etiqueta(const std::string& texto, const Lx::Rect& donde, Paleta::Rol color, int tamano) {
@@ -106,7 +87,6 @@ void CDlgFirmar::MontarLista() {
     for (const char* columna : {"Certificado", "Origen", "Emisor", "Vencimiento"}) lista_->AddColumn(columna, 0);
     lista_->SetMode(Lx::CListView::kCards);
     lista_->SetSelected(-1);
-    lista_->SetPlaceholder("Inserta el DNIe, o indica abajo un fichero PKCS#12 y pulsa Intro.");
     lista_->OnSelectionChanged(this, &CDlgFirmar::OnLista);
     lista_->OnActivate(this, &CDlgFirmar::OnActivar);
 
@@ -147,9 +127,9 @@ void CDlgFirmar::MontarPkcs12() {
     rutaPkcs12_ = AddEdit(ctx_.rutaPkcs12, {88, 450, 262, 28});
     rutaPkcs12_->SetPlaceholder("Fichero .pfx o .p12");
     rutaPkcs12_->OnEnter(this, &CDlgFirmar::OnEnterPkcs12);
-    Lx::CButton* examinar = AddButton("Examinar...", {358, 450, 94, 28});
-    Paleta::VestirBoton(*examinar, paleta_, false);
-    examinar->OnClick(this, &CDlgFirmar::OnExaminar);
+    examinar_ = AddButton("Examinar...", {358, 450, 94, 28});
+    Paleta::VestirBoton(*examinar_, paleta_, false);
+    examinar_->OnClick(this, &CDlgFirmar::OnExaminar);
     clavePkcs12_ = AddEdit("", {460, 450, 184, 28});
     clavePkcs12_->SetMasked(true);
     clavePkcs12_->SetPlaceholder("Contraseña");
@@ -157,12 +137,6 @@ void CDlgFirmar::MontarPkcs12() {
     clavePkcs12_->OnEnter(this, &CDlgFirmar::OnEnterPkcs12);
     detalle_ = Etiqueta("", {16, 484, 628, 32}, Paleta::kTextoSuave, 10);
 }
-
-void CDlgFirmar::OnTimer(unsigned) {}
-
-void CDlgFirmar::OnSetFocus() {}
-
-void CDlgFirmar::OnKillFocus() {}
 
 void CDlgFirmar::OnKeyDown(Lx::KeyCode key, unsigned) {
     if (key == Lx::KeyCode::Escape) OnCancelar();
@@ -173,104 +147,41 @@ void CDlgFirmar::OnChar(unsigned ch) {
     if (ch == ' ') Orvanta::PulsarFoco(*this);
 }
 
-void CDlgFirmar::Recargar() {
-    SetBusy(true);
-    FlushPaint();
-    entradas_ = Lx::CertStore::Listar(ctx_, resumen_);
-    SetBusy(false);
-    lista_->Clear();
-    bool tarjeta = false;
-    for (const Entrada& e : entradas_) {
-        lista_->AddItem(FilaDe(e));
-        tarjeta = tarjeta || e.origen == Origen::Dnie;
-    }
-    // A reader that gives no card any more must not keep the next listing from choosing another one.
-    if (!tarjeta) ctx_.lector.clear();
-    MostrarEstado(resumen_ + (entradas_.empty() ? "  |  No hay ningun certificado disponible."
-                                                : "  |  " + std::to_string(entradas_.size()) + " certificado(s)."));
-    haySeleccion_ = false;
-    firmar_->SetEnabled(false);
-}
-
-void CDlgFirmar::MostrarEstado(const std::string& texto) {
-    estado_->SetText(texto);
-    const bool cabe = Orvanta::Cabe(texto, estado_->fontSize, estado_->rect.w);
-    detalle_->SetTextColor(paleta_[FalloPkcs12(texto) ? Paleta::kError : Paleta::kTextoSuave]);
-    detalle_->SetText(cabe ? "" : Orvanta::EnLineas(texto, detalle_->fontSize, detalle_->rect.w));
-}
-
-void CDlgFirmar::Seleccionar(int fila) {
-    if (fila < 0 || fila >= lista_->GetCount()) return;
-    lista_->SetSelected(fila);
-    OnLista(fila);
-}
-
-void CDlgFirmar::OnLista(int indice) {
-    haySeleccion_ = indice >= 0 && static_cast<size_t>(indice) < entradas_.size();
-    if (haySeleccion_) {
-        seleccion_ = entradas_[static_cast<size_t>(indice)];
-        ctx_.lector = seleccion_.origen == Origen::Dnie ? seleccion_.lector : "";
-    }
-    firmar_->SetEnabled(haySeleccion_);
-    if (haySeleccion_) Invalidate(nullptr);
-}
-
-void CDlgFirmar::OnActivar(int) {
-    OnAceptar();
-}
-
 void CDlgFirmar::TomarPkcs12() {
-    if (rutaPkcs12_ != nullptr) ctx_.rutaPkcs12 = rutaPkcs12_->GetText();
-    if (clavePkcs12_ == nullptr) return;
+    ctx_.rutaPkcs12 = rutaPkcs12_->GetText();
     Lx::Limpiar(ctx_.clavePkcs12);
     ctx_.clavePkcs12 = clavePkcs12_->GetText();
 }
 
-void CDlgFirmar::OnActualizar() {
-    TomarPkcs12();
-    Recargar();
-    Seleccionar(0);
-}
-
 void CDlgFirmar::OnSelSello(int indice) {
     const bool valido = indice >= 0 && static_cast<size_t>(indice) < std::size(kSellos);
-    modo_ = valido ? kSellos[indice].modo : kPrimera;
-    edicionPaginas_->SetEnabled(modo_ == kEspecificas);
-    if (modo_ == kEspecificas) SetFocusControl(edicionPaginas_);
-    etiquetaPaginas_->SetTextColor(paleta_[modo_ == kEspecificas ? Paleta::kTexto : Paleta::kTextoSuave]);
+    modo_ = valido ? kSellos[indice].modo : LxPdfSigner::kPrimera;
+    edicionPaginas_->SetEnabled(modo_ == LxPdfSigner::kPaginas);
+    if (modo_ == LxPdfSigner::kPaginas) SetFocusControl(edicionPaginas_);
+    etiquetaPaginas_->SetTextColor(paleta_[modo_ == LxPdfSigner::kPaginas ? Paleta::kTexto : Paleta::kTextoSuave]);
     ActualizarOpts();
     Invalidate(nullptr);
 }
 
 void CDlgFirmar::ActualizarOpts() {
-    paginas_ = modo_ == kEspecificas ? edicionPaginas_->GetText() : "";
+    paginas_ = modo_ == LxPdfSigner::kPaginas ? edicionPaginas_->GetText() : "";
 }
 
 void CDlgFirmar::OnEnterLista(const std::string&) {
     ActualizarOpts();
 }
 
-// Who has just named a file means one of its certificates.
-void CDlgFirmar::OnEnterPkcs12(const std::string&) {
-    TomarPkcs12();
-    Recargar();
-    const auto suya =
-        std::find_if(entradas_.begin(), entradas_.end(), [](const Entrada& e) { return e.origen == Origen::Pkcs12; });
-    Seleccionar(suya == entradas_.end() ? 0 : static_cast<int>(suya - entradas_.begin()));
-}
-
 void CDlgFirmar::OnExaminar() {
     Lx::CFileDialog dialogo(this);
     dialogo.SetTitle("Elegir certificado PKCS#12");
     dialogo.SetFilter("*.pfx;*.p12");
-    if (rutaPkcs12_ != nullptr) dialogo.SetInitialPath(rutaPkcs12_->GetText());
-    if (dialogo.DoModal() != 1) return;
-    if (rutaPkcs12_ != nullptr) rutaPkcs12_->SetText(dialogo.GetPath());
+    dialogo.SetInitialPath(rutaPkcs12_->GetText());
+    if (dialogo.DoModal() != Lx::kAccepted) return;
+    rutaPkcs12_->SetText(dialogo.GetPath());
     ctx_.rutaPkcs12 = dialogo.GetPath();
     TomarPkcs12();
     Recargar();
-    Seleccionar(0);
-    if (clavePkcs12_ != nullptr && clavePkcs12_->GetText().empty()) SetFocusControl(clavePkcs12_);
+    if (clavePkcs12_->GetText().empty()) SetFocusControl(clavePkcs12_);
 }
 
 void CDlgFirmar::OnAceptar() {
@@ -278,11 +189,26 @@ void CDlgFirmar::OnAceptar() {
         MostrarEstado("Elige un certificado de la lista.");
         return;
     }
+    if (!aptitud_.Salvable()) {
+        MostrarEstado(ConMayuscula(Lx::Firma::Explicar(seleccion_, aptitud_).frase), true);
+        return;
+    }
+    if (!aptitud_.Apto() && !AceptaImpedimentos()) return;
     TomarPkcs12();
     ActualizarOpts();
-    EndDialog(kAceptado);
+    EndDialog(Lx::kAccepted);
+}
+
+bool CDlgFirmar::AceptaImpedimentos() {
+    std::string frase;
+    for (const Lx::Motivo m : aptitud_.impedimentos)
+        frase += ConMayuscula(Lx::Firma::Explicar(seleccion_, {{m}}).frase) + " ";
+    CPregunta pregunta(this, paleta_,
+                       {"Certificado no apto", frase + "¿Firmar con él de todos modos?", "Firmar con él", "No firmar"});
+    // While it was asked, the card may have gone.
+    return pregunta.DoModal() == Lx::kAccepted && haySeleccion_;
 }
 
 void CDlgFirmar::OnCancelar() {
-    EndDialog(kCancelado);
+    EndDialog(Lx::kCancelled);
 }

@@ -4,11 +4,9 @@
 #include <climits>
 #include <system_error>
 
+#include "app/AjusteTexto.h"
 #include "app/Teclado.h"
-#include "app/Texto.h"
 #include "crypto/LxApi.h"
-#include "crypto/LxSecreto.h"
-#include "ui/LxApp.h"
 #include "ui/LxButton.h"
 #include "ui/LxEdit.h"
 #include "ui/LxFileDialog.h"
@@ -38,19 +36,14 @@ constexpr int kAltoPie = 28;
 
 }  // namespace
 
-CMainWindow::CMainWindow() : paleta_(Paleta::kColores) {
+CMainWindow::CMainWindow() : paleta_(Paleta::DelTema()), correo_(std::make_shared<Correo>()) {
     title = "Velmora 2026";
     rect = {0, 0, 900, 680};
     backColor = paleta_[Paleta::kFondo];
-    Lx::CertStore::PonerPreguntaClave([this](const std::string& almacen, int intento, bool ultimo, std::string& clave) {
-        return PreguntarClave(almacen, intento, ultimo, clave);
-    });
 }
 
 CMainWindow::~CMainWindow() {
-    Lx::CertStore::PonerPreguntaClave({});
-    Lx::Limpiar(recordado_.pin);
-    Lx::Limpiar(recordado_.clavePkcs12);
+    correo_->Cerrar();
 }
 
 // --- Building
@@ -100,11 +93,11 @@ void CMainWindow::MontarBotones() {
 
 void CMainWindow::MontarEstado() {
     visor_ = AddPdfView({kMargen, 100, 100, 100});
-    visor_->background = Paleta::Opaco(0xE2E6EE);
+    visor_->background = Lx::ThemeColor(Lx::ColorRole::AppView);
     visor_->OnPageChanged(this, &CMainWindow::OnPagina);
     estado_ = AddLabel("", {kMargen, 0, 100, 14});
     estado_->fontSize = 11;
-    estado_->SetTextColor(Paleta::kBlanco);
+    estado_->SetTextColor(Lx::ThemeColor(Lx::ColorRole::AppOnFooter));
     credito_ = AddLabel("Creado por Zerbin  :", {0, 0, 200, 14});
     credito_->fontSize = 11;
     credito_->bold = true;
@@ -112,6 +105,10 @@ void CMainWindow::MontarEstado() {
     credito_->SetTextColor(paleta_[Paleta::kCredito]);
     aviso_ = new CAviso(paleta_, visor_);
     AddControl(aviso_);
+    Lx::CButton* cancelar = AddButton("Cancelar", {});
+    Paleta::VestirCancelar(*cancelar, paleta_);
+    cancelar->OnClick(this, &CMainWindow::OnCancelar);
+    aviso_->PonerBoton(cancelar);
 }
 
 void CMainWindow::OnSize(unsigned, const Lx::Size& size) {
@@ -140,14 +137,10 @@ void CMainWindow::OnPaint(Lx::CCanvas* canvas) {
     if (!inicio_) CargarLuego();
 }
 
-bool CMainWindow::OnClose() {
-    return true;
-}
-
 // Whatever has the focus, the keys that turn pages do, unless it wanted them itself.
 void CMainWindow::OnKeyDown(Lx::KeyCode key, unsigned modifiers) {
-    if (key == Lx::KeyCode::Escape) aviso_->Quitar();
-    if (visor_ == nullptr || focus == visor_) return;
+    if (key == Lx::KeyCode::Escape) tarea_.EnMarcha() ? OnCancelar() : aviso_->Quitar();
+    if (focus == visor_) return;
     Lx::Event ev;
     ev.type = Lx::EventType::KeyDown;
     ev.key = static_cast<uint16_t>(key);
@@ -163,10 +156,9 @@ void CMainWindow::OnChar(unsigned ch) {
 
 // Opening a document may take its time: the window is there before.
 void CMainWindow::CargarLuego() {
-    inicio_ = std::make_shared<int>();
+    inicio_ = true;
     visor_->visible = false;
-    Lx::LxApp::s_pApp->backend->CallLater(0, [this, viva = std::weak_ptr<int>(inicio_)] {
-        if (viva.expired()) return;
+    correo_->Luego(0, [this] {
         visor_->visible = true;
         CargarInicial();
     });
@@ -198,15 +190,16 @@ void CMainWindow::Abrir(const std::string& ruta) {
 }
 
 void CMainWindow::OnAbrir() {
+    if (!Libre()) return;
     Lx::CFileDialog dialogo(this);
     dialogo.SetTitle("Abrir documento PDF");
     dialogo.SetFilter("*.pdf");
     dialogo.SetInitialPath(documento_);
-    if (dialogo.DoModal() == 1) Abrir(dialogo.GetPath());
+    if (dialogo.DoModal() == Lx::kAccepted) Abrir(dialogo.GetPath());
 }
 
 void CMainWindow::OnDropFile(const std::string& path) {
-    Abrir(path);
+    if (Libre()) Abrir(path);
 }
 
 bool CMainWindow::AcceptsFiles() const {
@@ -222,7 +215,7 @@ void CMainWindow::CargarDocumento(const std::string& ruta) {
     aviso_->Quitar();
     if (visor_->LoadDocument(ruta)) {
         documento_ = ruta;
-        PonerEstado(ruta, Paleta::kBlanco);
+        PonerEstado(ruta, Lx::ThemeColor(Lx::ColorRole::AppOnFooter));
         PonerHoja();
     } else {
         MostrarEstado("Error al abrir " + ruta + ": " + visor_->GetLastError(), true);
@@ -236,13 +229,11 @@ void CMainWindow::PonerEstado(const std::string& texto, const Lx::Color& color) 
 }
 
 void CMainWindow::MostrarEstado(const std::string& texto, bool error) {
-    mensaje_ = texto;
-    esError_ = error;
     if (error) {
-        PonerEstado(mensaje_, paleta_[Paleta::kError]);
-        aviso_->Mostrar(mensaje_, true);
+        PonerEstado(texto, paleta_[Paleta::kError]);
+        aviso_->Mostrar(texto, true);
     } else {
-        PonerEstado(documento_.empty() ? mensaje_ : documento_, Paleta::kBlanco);
+        PonerEstado(documento_.empty() ? texto : documento_, Lx::ThemeColor(Lx::ColorRole::AppOnFooter));
         aviso_->Quitar();
     }
     Invalidate(nullptr);
@@ -251,23 +242,23 @@ void CMainWindow::MostrarEstado(const std::string& texto, bool error) {
 // --- Pages
 
 void CMainWindow::OnPrimero() {
-    if (visor_ != nullptr) visor_->SetCurrentPage(0);
+    visor_->SetCurrentPage(0);
 }
 
 void CMainWindow::OnAnterior() {
-    if (visor_ != nullptr) visor_->SetCurrentPage(visor_->GetCurrentPage() - 1);
+    visor_->SetCurrentPage(visor_->GetCurrentPage() - 1);
 }
 
 void CMainWindow::OnSiguiente() {
-    if (visor_ != nullptr) visor_->SetCurrentPage(visor_->GetCurrentPage() + 1);
+    visor_->SetCurrentPage(visor_->GetCurrentPage() + 1);
 }
 
 void CMainWindow::OnUltimo() {
-    if (visor_ != nullptr) visor_->SetCurrentPage(visor_->GetPageCount() - 1);
+    visor_->SetCurrentPage(visor_->GetPageCount() - 1);
 }
 
 void CMainWindow::OnIrHoja(const std::string& texto) {
-    if (visor_ == nullptr || paginas_ < 1) return;
+    if (paginas_ < 1) return;
     int n = 0;
     if (LeerNumero(texto, n) && n >= 1) visor_->SetCurrentPage((n < paginas_ ? n : paginas_) - 1);
     PonerHoja();
@@ -276,7 +267,7 @@ void CMainWindow::OnIrHoja(const std::string& texto) {
 void CMainWindow::OnPagina(int actual, int total) {
     pagina_ = actual;
     paginas_ = total;
-    aviso_->Quitar();
+    if (!aviso_->EnProgreso()) aviso_->Quitar();
     PonerHoja();
     Invalidate(nullptr);
 }

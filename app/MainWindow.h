@@ -3,12 +3,15 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "app/Aviso.h"
 #include "app/Paleta.h"
-#include "certstore/LxCertStore.h"
-#include "signer/LxPdfSigner.h"
-#include "ui/LxWindow.h"
+#include "app/Tarea.h"
+#include "firma/LxFirmar.h"
+#include "firma/LxRecuerdo.h"
+#include "firma/LxVigilante.h"
+#include "ui/LxDialog.h"
 
 class CMainWindow : public Lx::CWindow {
   public:
@@ -20,6 +23,7 @@ class CMainWindow : public Lx::CWindow {
     void PonerDocumentoInicial(const std::string& ruta) { inicial_ = ruta; }
 
     bool OnInit() override;
+    // While a document is being signed the window closes when that has come to an end.
     bool OnClose() override;
     void OnSize(unsigned flags, const Lx::Size& size) override;
     void OnPaint(Lx::CCanvas* canvas) override;
@@ -46,9 +50,13 @@ class CMainWindow : public Lx::CWindow {
     void MostrarEstado(const std::string& texto, bool error);
     [[nodiscard]] static std::string RutaSalida(const std::string& ruta);
 
-  private:
-    struct Peticion;
+    // The program is told to end: whatever goes on is cancelled, and the window closes. A key that is in use finishes
+    // its document first. On the window's thread; `alFinal` is called when that takes too long.
+    void Terminar(const std::function<void()>& alFinal);
+    // The way to this window for other threads.
+    [[nodiscard]] const std::shared_ptr<Correo>& Buzon() const { return correo_; }
 
+  private:
     void MontarBotones();
     void MontarEstado();
     void CargarLuego();
@@ -56,21 +64,33 @@ class CMainWindow : public Lx::CWindow {
     void Abrir(const std::string& ruta);
     void PonerEstado(const std::string& texto, const Lx::Color& color);
     [[nodiscard]] bool HayDocumento() const;
-    [[nodiscard]] bool ElegirCertificado(Peticion& p);
-    [[nodiscard]] bool PedirPin(Peticion& p, bool rechazado);
-    [[nodiscard]] bool FirmarDocumento(Peticion& p);
-    void ContarResultado(const LxPdfSigner::Resultado& r, const std::string& salida);
-    [[nodiscard]] bool PreguntarClave(const std::string& almacen, int intento, bool ultimo, std::string& clave);
+    [[nodiscard]] int Preguntar(Lx::CDialog& dialogo);
+    [[nodiscard]] bool Libre();
+    void HacerFirma();
+    [[nodiscard]] bool ElegirCertificado(Lx::Firma::Encargo& encargo);
+    [[nodiscard]] Lx::Firma::Preguntas Preguntas(const std::string& quien);
+    [[nodiscard]] Lx::Aviso PedirPin(const Lx::Firma::PreguntaPin& pregunta, std::string& pin);
+    [[nodiscard]] bool PedirClave(const std::string& almacen, int intento, bool ultimo, std::string& clave);
+    void MostrarProgreso(const Lx::Control::Estado& estado);
+    void OnCancelar();
+    void Recordar(const Lx::Firma::FirmarDocumentos& trabajo);
+    void OlvidarPin();
+    void ContarResultado(const Lx::Firma::Firmados& firmados);
 
     Orvanta::Paleta::Colores paleta_;
     std::string inicial_;
-    std::shared_ptr<int> inicio_;  // since the first painting; what comes after it ends with the window
+    bool inicio_ = false;  // the first document is being opened, or was
     std::string documento_;
-    std::string mensaje_;
-    bool esError_ = false;
     int pagina_ = 0;
     int paginas_ = 0;
-    Lx::CertStore::Contexto recordado_;  // what the last accepted dialog ended with
+    Lx::Firma::Recuerdo recuerdo_;  // what the last accepted dialog ended with
+    std::shared_ptr<Correo> correo_;
+    std::unique_ptr<Lx::Firma::Vigilante> vigilante_;  // while a PIN is remembered
+    CTarea tarea_;                                     // the signature
+    std::string recado_;                               // what else there is to say while it goes on
+    bool firmando_ = false;
+    bool cerrarAlAcabar_ = false;
+    std::vector<Lx::CDialog*> dialogos_;  // those that are shown, one above the other
 
     Lx::CPdfView* visor_ = nullptr;
     Lx::CButton* abrir_ = nullptr;

@@ -10,6 +10,14 @@ constexpr int kTamanoBoton = 12;
 
 }  // namespace
 
+Colores DelTema() {
+    // The theme has the palette's roles first, in the same order.
+    static_assert(static_cast<size_t>(Lx::ColorRole::AppCredit) == kCredito);
+    Colores colores;
+    for (size_t i = 0; i < colores.size(); ++i) colores[i] = Lx::ThemeColor(static_cast<Lx::ColorRole>(i));
+    return colores;
+}
+
 std::string Css(const Lx::Color& fondo, const Lx::Color& texto, const Lx::Color& borde, bool negrita, int tamano) {
     char hoja[224];
     std::snprintf(hoja, sizeof hoja,
@@ -28,7 +36,8 @@ void VestirBoton(Lx::CButton& boton, const Colores& c, bool negrita) {
 }
 
 void VestirCancelar(Lx::CButton& boton, const Colores& c) {
-    const std::string hoja = Css(c[kCancelar], kBlanco, c[kCancelar], false, kTamanoBoton);
+    const std::string hoja =
+        Css(c[kCancelar], Lx::ThemeColor(Lx::ColorRole::AppOnCancel), c[kCancelar], false, kTamanoBoton);
     boton.SetStyle(hoja);
     boton.SetHoverStyle(hoja);
 }

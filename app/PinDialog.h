@@ -7,7 +7,7 @@
 
 class CPinDialog : public CDialogoSecreto {
   public:
-    // `pin` receives the PIN when DoModal gives 1; it must outlive the dialog.
+    // `pin` receives the PIN when DoModal gives kAccepted; it must outlive the dialog.
     CPinDialog(Lx::CWindow* padre, const Orvanta::Paleta::Colores& paleta, const std::string& titular,
                std::string& pin);
 

@@ -128,16 +128,16 @@ bool AbrirDocumento(const Encargo& encargo, Abierto& abierto, Resultado& r) {
 // Indices of the pages to stamp, 0-based.
 std::vector<size_t> IndicesSello(const Opciones& opciones, size_t total) {
     switch (opciones.modo) {
-        case 1:
+        case kPrimera:
             return {0};
-        case 2:
+        case kUltima:
             return {total - 1};
-        case 3: {
+        case kTodas: {
             std::vector<size_t> todas(total);
             for (size_t i = 0; i < total; ++i) todas[i] = i;
             return todas;
         }
-        case 4:
+        case kPaginas:
             return ParsarLista(opciones.stampList, total);
         default:
             return {};

@@ -4,6 +4,7 @@
 #include <variant>
 
 #include "ui/LxLabel.h"
+#include "ui/LxTheme.h"
 #include "ui/LxWindow.h"
 #include "ui/Utf8.h"
 
@@ -11,7 +12,6 @@ namespace Lx {
 
 namespace {
 
-constexpr Color kFieldBackground{255, 255, 255, 255};
 constexpr float kFocusWidth = 2.0F;
 
 float Number(const CStyleSheet& sheet, const std::string& key, float def) {
@@ -46,8 +46,8 @@ Color Darker(const Color& color, uint8_t by) {
 FieldLook LookOf(const CStyleSheet& own, bool enabled) {
     const CButtonStyle& theme = CStyleManager::Instance().DefaultButtonStyle();
     FieldLook normal = ReadLook(theme.Get(ButtonState::Normal), {});
-    normal.background = kFieldBackground;
-    normal.focus = kAccent;
+    normal.background = ThemeColor(ColorRole::Field);
+    normal.focus = ThemeColor(ColorRole::Accent);
     normal = ReadLook(own, normal);
     if (enabled) return normal;
     const FieldLook disabled = ReadLook(theme.Get(ButtonState::Disabled), {});

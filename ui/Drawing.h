@@ -9,14 +9,6 @@
 
 namespace Lx {
 
-constexpr Color kAccent{9, 89, 204, 255};
-constexpr Color kAccentLight{225, 236, 252, 255};  // selected rows
-constexpr Color kSelectedText{185, 212, 250, 255};
-constexpr Color kHoverFill{242, 245, 250, 255};
-constexpr Color kQuietText{98, 108, 126, 255};  // captions
-constexpr Color kHintText{120, 128, 145, 255};  // placeholders
-constexpr Color kHairline{229, 232, 238, 255};
-
 struct FieldLook {
     Color background, text, border, focus;
     float radius = 0;

@@ -11,6 +11,7 @@ enum class AccessibleRole { None, Button, ToggleButton, Label, Edit, PasswordEdi
 struct AccessibleItem {
     std::string name;  // all texts of the row
     bool selected = false;
+    std::string description{};  // may be empty
 };
 
 struct AccessibleInfo {

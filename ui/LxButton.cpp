@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "ui/LxTheme.h"
 #include "ui/LxWindow.h"
 
 namespace Lx {
@@ -82,8 +83,8 @@ void CButton::SetStyle(const std::string& css) {
         if (!hoverFollowsNormal) {
             const bool has = sheet.HasProperty("background-color");
             const Color base = sheet.GetColor("background-color", {});
-            hover.SetProperty("background-color", has ? Lighter(base) : Color{231, 236, 245, 255});
-            press.SetProperty("background-color", has ? Darker(base) : Color{214, 222, 237, 255});
+            hover.SetProperty("background-color", has ? Lighter(base) : ThemeColor(ColorRole::PlainHover));
+            press.SetProperty("background-color", has ? Darker(base) : ThemeColor(ColorRole::PlainPressed));
         }
     }
     UpdateState();
@@ -183,7 +184,7 @@ Color CButton::TextColor(const CStyleSheet& sheet, const Color& background) cons
     if (sheet.HasProperty("color")) return sheet.GetColor("color", {});
     const Color behind = background.a > 0 ? background : BackdropOf(this);
     const bool dark = behind.a > 0 && Luminance(behind) < kDarkBelow;
-    return dark ? Color{255, 255, 255, 255} : Color{13, 24, 44, 255};
+    return ThemeColor(dark ? ColorRole::TextOnDark : ColorRole::TextOnLight);
 }
 
 void CButton::PaintText(CCanvas* canvas, const CStyleSheet& sheet, const Color& color) const {
@@ -202,8 +203,8 @@ void CButton::OnPaint(CCanvas* canvas) {
     // `enabled` may have been set without a call.
     state = DerivedState();
     const CStyleSheet& sheet = style.Get(state);
-    const Color background = sheet.GetColor("background-color", {220, 220, 220, 255});
-    const Color border = sheet.GetColor("border-color", {180, 180, 180, 255});
+    const Color background = sheet.GetColor("background-color", ThemeColor(ColorRole::PlainButton));
+    const Color border = sheet.GetColor("border-color", ThemeColor(ColorRole::PlainBorder));
     const float radius = SizeOf(sheet, "border-radius", flat ? 0.0F : 4.0F);
     float width = SizeOf(sheet, "border-width", flat ? 0.0F : 1.0F);
     if (flat && state == ButtonState::Normal && !hovered) width = 0;
@@ -215,7 +216,7 @@ void CButton::OnPaint(CCanvas* canvas) {
     PaintText(canvas, sheet, TextColor(sheet, background));
 
     if (!ShowsFocus() || !enabled || !(width > 0)) return;
-    const Color ring = sheet.GetColor("focus-color", {0, 120, 215, 255});
+    const Color ring = sheet.GetColor("focus-color", ThemeColor(ColorRole::PlainRing));
     const Rect inset{rect.x + 2, rect.y + 2, rect.w - 4, rect.h - 4};
     if (radius > 0)
         canvas->DrawRoundRect(inset, radius - 2, ring, 1.5F);

@@ -4,6 +4,7 @@
 
 #include "ui/Drawing.h"
 #include "ui/ListKeys.h"
+#include "ui/LxTheme.h"
 #include "ui/LxWindow.h"
 #include "ui/ScrollBar.h"
 #include "ui/Utf8.h"
@@ -19,7 +20,6 @@ constexpr int kListPadding = 4;
 constexpr int kListGap = 3;
 constexpr int kMostItems = 9;   // seen at once
 constexpr int kCheckRoom = 24;  // for the mark of the chosen item
-constexpr Color kPopupBorder{190, 195, 207, 255};
 
 void DrawChevron(CCanvas& canvas, const Rect& box, const Color& color, bool up) {
     const Point middle{box.x + box.w - kChevronRoom / 2 - 2, box.y + box.h / 2};
@@ -237,7 +237,7 @@ void CComboBox::OnPaint(CCanvas* canvas) {
     DrawField(*canvas, rect, look, enabled && (open_ || HasFocus()), enabled && hovered_);
     const Rect box{rect.x + kPadding, rect.y, std::max(0, rect.w - kPadding - kChevronRoom), rect.h};
     if (selected_ >= 0) DrawLineOfText(*canvas, items_[static_cast<size_t>(selected_)], box, look);
-    DrawChevron(*canvas, rect, enabled ? kQuietText : look.text, open_);
+    DrawChevron(*canvas, rect, enabled ? ThemeColor(ColorRole::QuietText) : look.text, open_);
     if (open_) DrawList(*canvas, look);
 }
 
@@ -246,10 +246,10 @@ void CComboBox::DrawList(CCanvas& canvas, const FieldLook& look) {
     const Rect list = ListRect();
     for (int spread = 1; spread <= 4; ++spread) {
         const Rect shade{list.x - spread, list.y - spread + 2, list.w + 2 * spread, list.h + 2 * spread};
-        canvas.FillRoundRect(shade, look.radius + static_cast<float>(spread), {16, 32, 58, 12});
+        canvas.FillRoundRect(shade, look.radius + static_cast<float>(spread), ThemeColor(ColorRole::PopupShadow));
     }
     canvas.FillRoundRect(list, look.radius, look.background);
-    canvas.DrawRoundRect(list, look.radius, kPopupBorder, 1);
+    canvas.DrawRoundRect(list, look.radius, ThemeColor(ColorRole::PopupBorder), 1);
     const CCanvasState saved(canvas);
     const Rect items = ItemsRect();
     canvas.ClipRect(items);
@@ -257,7 +257,7 @@ void CComboBox::DrawList(CCanvas& canvas, const FieldLook& look) {
     for (int i = scroll_->Position() / kItemHeight; i < static_cast<int>(items_.size()); ++i) {
         const Rect row{items.x, items.y + i * kItemHeight - scroll_->Position(), items.w - bar, kItemHeight};
         if (row.y >= items.y + items.h) break;
-        if (i == highlighted_) canvas.FillRoundRect(row, 4.0F, kAccentLight);
+        if (i == highlighted_) canvas.FillRoundRect(row, 4.0F, ThemeColor(ColorRole::Selection));
         const Rect text{row.x + kPadding - kListPadding, row.y, row.w - kPadding - kCheckRoom, row.h};
         DrawLineOfText(canvas, items_[static_cast<size_t>(i)], text, look);
         if (i == selected_) DrawCheck(canvas, {row.x + row.w - kCheckRoom / 2, row.y + row.h / 2}, look.focus);

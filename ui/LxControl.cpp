@@ -1,5 +1,6 @@
 #include "ui/LxControl.h"
 
+#include "ui/LxTheme.h"
 #include "ui/LxWindow.h"
 
 namespace Lx {
@@ -51,7 +52,7 @@ CWindow* WindowOf(const CControl* control) {
 Color BackdropOf(const CControl* control) {
     const auto* window = dynamic_cast<const CWindow*>(control);
     if (!window) window = WindowOf(control);
-    return window ? window->backColor : Color{240, 240, 240, 255};
+    return window ? window->backColor : ThemeColor(ColorRole::Window);
 }
 
 }  // namespace Lx

@@ -49,8 +49,8 @@ class CControl {
 // The window whose list holds the control; null while it is detached.
 [[nodiscard]] CWindow* WindowOf(const CControl* control);
 
-// The colour behind a control: the back colour of the first CWindow from the control itself upwards;
-// rgba(240,240,240,255) without one.
+// The colour behind a control: the back colour of the first CWindow from the control itself upwards; the theme's for
+// windows without one.
 [[nodiscard]] Color BackdropOf(const CControl* control);
 
 }  // namespace Lx

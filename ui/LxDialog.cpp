@@ -3,11 +3,12 @@
 #include <utility>
 
 #include "ui/LxApp.h"
+#include "ui/LxTheme.h"
 
 namespace Lx {
 
 CDialog::CDialog(CWindow* ownerWindow) : owner(ownerWindow) {
-    backColor = {240, 240, 240, 255};
+    backColor = ThemeColor(ColorRole::Window);
     title = "Dialog";
     rect = {0, 0, 400, 300};
     keepAppOnClose = true;

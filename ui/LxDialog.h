@@ -13,8 +13,8 @@ class CDialog : public CWindow {
 
     void OnDestroy() override;
 
-    // Shows the dialog until it ends; gives `result`, or -1 when the window can't be made. The object survives, with
-    // its controls.
+    // Shows the dialog until it ends; gives `result` (a DialogResult, 0 when it was just closed), or -1 when the
+    // window can't be made. The object survives, with its controls.
     int DoModal();
     // Closes at once, without OnClose.
     void EndDialog(int code);

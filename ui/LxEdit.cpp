@@ -6,6 +6,7 @@
 #include "ui/Drawing.h"
 #include "ui/EditBuffer.h"
 #include "ui/LxApp.h"
+#include "ui/LxTheme.h"
 #include "ui/Utf8.h"
 
 namespace Lx {
@@ -370,7 +371,7 @@ void CEdit::DrawContent(CCanvas& canvas, const FieldLook& look, const Rect& box)
     const std::string& text = buffer_->Text();
     if (text.empty()) {
         FieldLook hint = look;
-        if (enabled) hint.text = kHintText;
+        if (enabled) hint.text = ThemeColor(ColorRole::HintText);
         DrawLineOfText(canvas, placeholder_, box, hint);
         return;
     }
@@ -380,7 +381,7 @@ void CEdit::DrawContent(CCanvas& canvas, const FieldLook& look, const Rect& box)
     if (buffer_->HasSelection() && enabled && HasFocus()) {
         const int from = WidthUpTo(buffer_->SelectionStart());
         const int to = WidthUpTo(buffer_->SelectionEnd());
-        canvas.FillRect({left + from, top - 1, to - from, height + 2}, kSelectedText);
+        canvas.FillRect({left + from, top - 1, to - from, height + 2}, ThemeColor(ColorRole::SelectedText));
     }
     if (!buffer_->Masked()) {
         canvas.DrawText(text, {left, top}, look.text, look.family, look.fontSize, look.bold, look.italic);

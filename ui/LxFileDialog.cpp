@@ -42,9 +42,9 @@ int CFileDialog::DoModal() {
     std::string chosen;
     const bool accepted = RunPlatformFileDialog({owner_, title_, SplitPatterns(filter_), initial_}, chosen);
     if (owner_) owner_->InvalidateRect(nullptr);
-    if (!accepted || chosen.empty()) return 2;
+    if (!accepted || chosen.empty()) return kCancelled;
     path_ = chosen;
-    return 1;
+    return kAccepted;
 }
 
 }  // namespace Lx

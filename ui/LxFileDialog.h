@@ -16,7 +16,7 @@ class CFileDialog {
     void SetFilter(const std::string& patterns);
     // The file or folder that is offered first; may be empty.
     void SetInitialPath(const std::string& path);
-    // 1 when a file was chosen, 2 when not.
+    // A DialogResult: kAccepted when a file was chosen.
     [[nodiscard]] int DoModal();
     // The whole path of what was chosen.
     [[nodiscard]] const std::string& GetPath() const { return path_; }

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "ui/LxStyle.h"
+#include "ui/LxTheme.h"
 
 namespace Lx {
 
@@ -64,7 +65,7 @@ void CLabel::SetTextColor(const Color& color) {
 Color CLabel::ResolveTextColor() const {
     if (hasTextColor) return textColor;
     const Color behind = backColor.a > 0 ? backColor : BackdropOf(this);
-    return IsDark(behind) ? Color{235, 238, 244, 255} : Color{30, 30, 30, 255};
+    return ThemeColor(IsDark(behind) ? ColorRole::LabelOnDark : ColorRole::LabelOnLight);
 }
 
 AccessibleInfo CLabel::Accessibility() const {
@@ -88,7 +89,7 @@ void CLabel::OnPaint(CCanvas* canvas) {
     if (height < 1) height = fontSize;
 
     Color color = ResolveTextColor();
-    if (!enabled) color = IsDark(color) ? Color{140, 144, 152, 255} : Color{150, 150, 155, 255};
+    if (!enabled) color = ThemeColor(IsDark(color) ? ColorRole::DisabledDark : ColorRole::DisabledLight);
     // Too tall a block starts at the top of the label and loses its last lines. In 64 bits: both factors are free.
     int64_t y = rect.y + std::max<int64_t>(0, (rect.h - static_cast<int64_t>(lines.size()) * height) / 2);
     for (size_t i = 0; i < lines.size(); ++i, y += height) {

@@ -4,6 +4,7 @@
 
 #include "ui/Drawing.h"
 #include "ui/ListKeys.h"
+#include "ui/LxTheme.h"
 #include "ui/ScrollBar.h"
 #include "ui/Utf8.h"
 
@@ -23,10 +24,6 @@ constexpr int kNameHeight = 20;
 constexpr int kPieceHeight = 17;
 constexpr int kPieceGap = 18;
 constexpr int kPillHeight = 20;
-constexpr Color kHeaderFill{246, 247, 250, 255};
-constexpr Color kCardGround{248, 249, 252, 255};
-constexpr Color kCardBorder{219, 224, 233, 255};
-constexpr Color kPill{235, 239, 246, 255};
 
 FieldLook ListLook(bool enabled) {
     return LookOf(CStyleSheet(), enabled);
@@ -197,7 +194,7 @@ std::vector<int> CListView::ColumnWidths(int total) const {
 void CListView::OnPaint(CCanvas* canvas) {
     Arrange();
     FieldLook look = ListLook(enabled);
-    if (mode_ == kCards && enabled) look.background = kCardGround;
+    if (mode_ == kCards && enabled) look.background = ThemeColor(ColorRole::CardGround);
     const bool focused = enabled && HasFocus();
     canvas->FillRoundRect(rect, look.radius, look.background);
     if (HeaderHeight() > 0) DrawHeader(*canvas, look);
@@ -209,7 +206,7 @@ void CListView::OnPaint(CCanvas* canvas) {
             mode_ == kCards ? DrawCard(*canvas, i, look) : DrawRow(*canvas, i, look);
         scroll_->Paint(*canvas);
         if (items_.empty()) {
-            const FieldLook hint = With(look, look.fontSize, kHintText, false);
+            const FieldLook hint = With(look, look.fontSize, ThemeColor(ColorRole::HintText), false);
             const std::string text = Elide(*canvas, placeholder_, view.w - 2 * kRowPadding, hint);
             const Size size = Measure(*canvas, text, hint);
             DrawLineOfText(*canvas, text, {view.x + (view.w - size.cx) / 2, view.y, size.cx, view.h}, hint);
@@ -220,13 +217,14 @@ void CListView::OnPaint(CCanvas* canvas) {
 
 void CListView::DrawHeader(CCanvas& canvas, const FieldLook& look) const {
     const Rect header{rect.x, rect.y, rect.w, kHeaderHeight};
-    canvas.FillRoundRect(header, look.radius, kHeaderFill);
-    canvas.FillRect({header.x, header.y + kHeaderHeight / 2, header.w, kHeaderHeight / 2}, kHeaderFill);
+    canvas.FillRoundRect(header, look.radius, ThemeColor(ColorRole::ListHeader));
+    canvas.FillRect({header.x, header.y + kHeaderHeight / 2, header.w, kHeaderHeight / 2},
+                    ThemeColor(ColorRole::ListHeader));
     const int bottom = header.y + header.h;
     canvas.FillRect({header.x, bottom - 1, header.w, 1}, look.border);
     const Rect row = ItemRect(0);
     const std::vector<int> widths = ColumnWidths(row.w);
-    const FieldLook title = With(look, look.fontSize - 1, enabled ? kQuietText : look.text, true);
+    const FieldLook title = With(look, look.fontSize - 1, enabled ? ThemeColor(ColorRole::QuietText) : look.text, true);
     const CCanvasState saved(canvas);
     canvas.ClipRect({row.x, header.y, row.w, header.h});
     int x = row.x;
@@ -242,17 +240,24 @@ void CListView::DrawRow(CCanvas& canvas, int index, const FieldLook& look) const
     const Rect row = ItemRect(index);
     const bool marked = enabled && (index == selected_ || index == hovered_);
     if (marked) {
-        canvas.FillRoundRect({row.x, row.y, row.w, row.h - 1}, 4.0F, index == selected_ ? kAccentLight : kHoverFill);
+        canvas.FillRoundRect({row.x, row.y, row.w, row.h - 1}, 4.0F,
+                             ThemeColor(index == selected_ ? ColorRole::Selection : ColorRole::Hover));
     }
-    canvas.FillRect({row.x, row.y + row.h - 1, row.w, 1}, kHairline);
+    canvas.FillRect({row.x, row.y + row.h - 1, row.w, 1}, ThemeColor(ColorRole::Hairline));
     const std::vector<std::string>& values = GetItem(index);
+    const FieldLook texts = With(look, look.fontSize, TextOf(index, look.text), look.bold);
     const std::vector<int> widths = ColumnWidths(row.w);
     int x = row.x;
     for (size_t c = 0; c < std::min(columns_.size(), values.size()); ++c) {
         const int room = std::min(widths[c], row.x + row.w - x) - 2 * kRowPadding;
-        DrawLineOfText(canvas, values[c], {x + kRowPadding, row.y, room, row.h}, look);
+        DrawLineOfText(canvas, values[c], {x + kRowPadding, row.y, room, row.h}, texts);
         x += widths[c];
     }
+}
+
+Color CListView::TextOf(int index, const Color& color) const {
+    const bool dimmed = enabled && items_[static_cast<size_t>(index)].dimmed;
+    return dimmed ? ThemeColor(ColorRole::QuietText) : color;
 }
 
 void CListView::DrawCard(CCanvas& canvas, int index, const FieldLook& look) const {
@@ -260,20 +265,24 @@ void CListView::DrawCard(CCanvas& canvas, int index, const FieldLook& look) cons
     const bool selected = index == selected_;
     const bool hovered = enabled && index == hovered_;
     const std::vector<std::string>& values = GetItem(index);
-    const Color fill = selected && enabled ? kAccentLight : hovered ? kHoverFill : ListLook(enabled).background;
+    const Color fill = selected && enabled ? ThemeColor(ColorRole::Selection)
+                       : hovered           ? ThemeColor(ColorRole::Hover)
+                                           : ListLook(enabled).background;
     canvas.FillRoundRect(card, look.radius, fill);
-    const Color border = selected && enabled ? look.focus : hovered ? look.border : kCardBorder;
+    const Color border = selected && enabled ? look.focus : hovered ? look.border : ThemeColor(ColorRole::CardBorder);
     canvas.DrawRoundRect(card, look.radius, border, selected && enabled ? 1.5F : 1.0F);
     const Rect box{card.x + kCardPadding, card.y, std::max(0, card.w - 2 * kCardPadding), card.h};
-    const FieldLook small = With(look, look.fontSize - 1, look.text, false);
-    const FieldLook caption = With(small, small.fontSize, enabled ? kQuietText : look.text, false);
+    const Color text = TextOf(index, look.text);
+    const FieldLook small = With(look, look.fontSize - 1, text, false);
+    const FieldLook caption =
+        With(small, small.fontSize, enabled ? ThemeColor(ColorRole::QuietText) : look.text, false);
     const std::vector<Piece> pieces = PiecesOf(canvas, values, box, small);
     const int lines = pieces.empty() ? 0 : pieces.back().line + 1;
     const int top = card.y + (card.h - kNameHeight - lines * kPieceHeight) / 2;
     const int pill = DrawPill(canvas, values, {box.x, top, box.w, kNameHeight}, selected || hovered);
     if (!values.empty()) {
         DrawLineOfText(canvas, values[0], {box.x, top, box.w - pill, kNameHeight},
-                       With(look, look.fontSize, look.text, true));
+                       With(look, look.fontSize, text, true));
     }
     for (const Piece& piece : pieces) {
         const Rect line{piece.x, top + kNameHeight + piece.line * kPieceHeight, piece.width, kPieceHeight};
@@ -318,11 +327,12 @@ int CListView::DrawPill(CCanvas& canvas, const std::vector<std::string>& values,
     }
     if (text.empty()) return 0;
     const FieldLook theme = ListLook(enabled);
-    const FieldLook look = With(theme, theme.fontSize - 2, enabled ? kQuietText : theme.text, false);
+    const FieldLook look =
+        With(theme, theme.fontSize - 2, enabled ? ThemeColor(ColorRole::QuietText) : theme.text, false);
     const std::string shown = Elide(canvas, text, box.w / 2, look);
     const int width = Measure(canvas, shown, look).cx + 18;
     const Rect pill{box.x + box.w - width, box.y + (box.h - kPillHeight) / 2, width, kPillHeight};
-    canvas.FillRoundRect(pill, kPillHeight / 2.0F, marked && enabled ? theme.background : kPill);
+    canvas.FillRoundRect(pill, kPillHeight / 2.0F, marked && enabled ? theme.background : ThemeColor(ColorRole::Pill));
     DrawLineOfText(canvas, shown, {pill.x + 9, pill.y, pill.w - 18, pill.h}, look);
     return width + kPieceGap;
 }
@@ -334,12 +344,13 @@ AccessibleInfo CListView::Accessibility() const {
     info.description = items_.empty() ? placeholder_ : std::string();
     for (size_t i = 0; i < items_.size(); ++i) {
         std::string name;
-        for (size_t c = 0; c < items_[i].size(); ++c) {
-            if (items_[i][c].empty()) continue;
+        const std::vector<std::string>& values = items_[i].values;
+        for (size_t c = 0; c < values.size(); ++c) {
+            if (values[c].empty()) continue;
             const bool titled = c > 0 && c < columns_.size() && !columns_[c].title.empty();
-            name += (name.empty() ? "" : ", ") + (titled ? columns_[c].title + ": " : "") + items_[i][c];
+            name += (name.empty() ? "" : ", ") + (titled ? columns_[c].title + ": " : "") + values[c];
         }
-        info.items.push_back({std::move(name), static_cast<int>(i) == selected_});
+        info.items.push_back({std::move(name), static_cast<int>(i) == selected_, items_[i].why});
     }
     return info;
 }
@@ -369,10 +380,18 @@ void CListView::SetMode(int mode) {
 }
 
 int CListView::AddItem(const std::vector<std::string>& values) {
-    std::vector<std::string>& item = items_.emplace_back();
+    std::vector<std::string>& item = items_.emplace_back().values;
     for (const std::string& value : values) item.push_back(Utf8::Clean(value));
     Invalidate(&rect);
     return GetCount() - 1;
+}
+
+void CListView::DimItem(int index, const std::string& why) {
+    if (index < 0 || index >= GetCount()) return;
+    Item& item = items_[static_cast<size_t>(index)];
+    item.dimmed = true;
+    item.why = Utf8::Clean(why);
+    Invalidate(&rect);
 }
 
 void CListView::Clear() {
@@ -388,7 +407,7 @@ int CListView::GetCount() const {
 
 const std::vector<std::string>& CListView::GetItem(int index) const {
     static const std::vector<std::string> kNone;
-    return index >= 0 && index < GetCount() ? items_[static_cast<size_t>(index)] : kNone;
+    return index >= 0 && index < GetCount() ? items_[static_cast<size_t>(index)].values : kNone;
 }
 
 void CListView::SetPlaceholder(const std::string& utf8) {

@@ -34,6 +34,8 @@ class CListView : public CControl {
     void SetMode(int mode);
     // Texts by column; there may be more values than columns. Gives the item's index.
     int AddItem(const std::vector<std::string>& values);
+    // Draws the item in grey; it can be selected all the same. `why` is its description for assistive tools.
+    void DimItem(int index, const std::string& why);
     void Clear();
     [[nodiscard]] int GetCount() const;
     [[nodiscard]] const std::vector<std::string>& GetItem(int index) const;
@@ -64,6 +66,11 @@ class CListView : public CControl {
         std::string title;
         int width = 0;
     };
+    struct Item {
+        std::vector<std::string> values;
+        bool dimmed = false;
+        std::string why;
+    };
     struct Piece;  // a column's title and text on a card
 
     void OnMouse(Event& ev);
@@ -85,13 +92,15 @@ class CListView : public CControl {
     void Reveal(int index);
     void DrawHeader(CCanvas& canvas, const FieldLook& look) const;
     void DrawRow(CCanvas& canvas, int index, const FieldLook& look) const;
+    // What the item's texts are drawn in.
+    [[nodiscard]] Color TextOf(int index, const Color& color) const;
     void DrawCard(CCanvas& canvas, int index, const FieldLook& look) const;
     [[nodiscard]] std::vector<Piece> PiecesOf(CCanvas& canvas, const std::vector<std::string>& values, const Rect& box,
                                               const FieldLook& look) const;
     int DrawPill(CCanvas& canvas, const std::vector<std::string>& values, const Rect& box, bool marked) const;
 
     std::vector<Column> columns_;
-    std::vector<std::vector<std::string>> items_;
+    std::vector<Item> items_;
     std::string placeholder_;
     int mode_ = kRows;
     int selected_ = -1;

@@ -11,15 +11,6 @@
 namespace Lx {
 namespace {
 
-constexpr Color kTrack{233, 236, 242, 255};
-constexpr Color kThumb{176, 182, 194, 255};
-constexpr Color kThumbDragged{140, 147, 161, 255};
-constexpr Color kMessage{120, 128, 145, 255};
-constexpr Color kShadow{0, 0, 0, 45};
-constexpr Color kPaper{255, 255, 255, 255};
-constexpr Color kPaperBorder{198, 204, 216, 255};
-constexpr Color kFocusLine{9, 89, 204, 255};
-
 constexpr int kBarWidth = 12;
 constexpr int kMinThumb = 24;
 constexpr int kLine = 40;  // one arrow key, one notch of the wheel
@@ -255,7 +246,8 @@ void CPdfView::PaintAgainSoon() {
 void CPdfView::OnPaint(CCanvas* canvas) {
     canvas->FillRect(rect, background);
     if (!document) {
-        PaintMessage(canvas, lastError.empty() ? "Sin documento PDF cargado." : lastError, ViewportRect());
+        PaintMessage(canvas, lastError.empty() ? "Sin documento PDF cargado." : lastError, ViewportRect(),
+                     ColorRole::ViewMessage);
     } else {
         std::string error;
         const Sheet sheet = PrepareSheet(error);
@@ -268,7 +260,7 @@ void CPdfView::OnPaint(CCanvas* canvas) {
         DrawScrollbar(canvas);
         if (sheet == Sheet::Shown && currentPage + 1 < pageCount) document->RenderAhead(currentPage + 1, rasterWidth);
     }
-    if (HasFocus()) canvas->DrawRect(rect, kFocusLine, 1.0F);
+    if (HasFocus()) canvas->DrawRect(rect, ThemeColor(ColorRole::Accent), 1.0F);
 }
 
 // As high as the page is, even where that is less than the viewport: it is never distorted.
@@ -277,29 +269,31 @@ void CPdfView::PaintSheet(CCanvas* canvas, Sheet sheet) {
     const Rect paper{view.x, view.y - scrollY, view.w, HasRaster() ? DisplayedHeight() : view.h};
     const Rect message{paper.x, paper.y, paper.w, std::max(paper.h, 60)};
     canvas->ClipRect(view);
-    canvas->FillRect({paper.x + 3, paper.y + 3, paper.w, paper.h}, kShadow);
-    canvas->FillRect(paper, kPaper);
+    canvas->FillRect({paper.x + 3, paper.y + 3, paper.w, paper.h}, ThemeColor(ColorRole::PaperShadow));
+    canvas->FillRect(paper, ThemeColor(ColorRole::Paper));
     if (sheet == Sheet::Failed)
-        PaintMessage(canvas, lastError, message);
+        PaintMessage(canvas, lastError, message, ColorRole::PaperMessage);
     else if (sheet == Sheet::Pending && !HasRaster())
-        PaintMessage(canvas, "Dibujando la pagina...", message);
+        PaintMessage(canvas, "Dibujando la pagina...", message, ColorRole::PaperMessage);
     else if (!canvas->DrawImageRGBA(raster.pixels.data(), raster.width, raster.height, paper))
-        PaintMessage(canvas, "El backend no soporta pintar rasteres (DrawImageRGBA).", message);
-    canvas->DrawRect(paper, kPaperBorder, 1.0F);
+        PaintMessage(canvas, "El backend no soporta pintar rasteres (DrawImageRGBA).", message,
+                     ColorRole::PaperMessage);
+    canvas->DrawRect(paper, ThemeColor(ColorRole::PaperBorder), 1.0F);
 }
 
-void CPdfView::PaintMessage(CCanvas* canvas, const std::string& text, const Rect& area) const {
+void CPdfView::PaintMessage(CCanvas* canvas, const std::string& text, const Rect& area, ColorRole color) {
     if (text.empty()) return;
     const Size size = canvas->MeasureText(text, "system", 13, false, false);
-    canvas->DrawText(text, {area.x + (area.w - size.cx) / 2, area.y + (area.h - size.cy) / 2}, kMessage, "system", 13,
-                     false, false);
+    canvas->DrawText(text, {area.x + (area.w - size.cx) / 2, area.y + (area.h - size.cy) / 2}, ThemeColor(color),
+                     "system", 13, false, false);
 }
 
 void CPdfView::DrawScrollbar(CCanvas* canvas) {
     if (Excess() < 1) return;
-    canvas->FillRect(VTrackRect(), kTrack);
+    canvas->FillRect(VTrackRect(), ThemeColor(ColorRole::Track));
     const Rect thumb = VThumbRect();
-    if (thumb.w > 0 && thumb.h > 0) canvas->FillRoundRect(thumb, 5.0F, draggingThumb ? kThumbDragged : kThumb);
+    if (thumb.w > 0 && thumb.h > 0)
+        canvas->FillRoundRect(thumb, 5.0F, ThemeColor(draggingThumb ? ColorRole::ThumbDragged : ColorRole::Thumb));
 }
 
 // Input

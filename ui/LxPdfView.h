@@ -8,6 +8,7 @@
 
 #include "ui/LxControl.h"
 #include "ui/LxPdf.h"
+#include "ui/LxTheme.h"
 
 namespace Lx {
 
@@ -66,7 +67,7 @@ class CPdfView : public CControl {
     int pageCount = 0;
     int margin = 14;
     int scrollY = 0;
-    Color background{226, 229, 236, 255};
+    Color background = ThemeColor(ColorRole::View);
     Pdf::Raster raster;
     int rasterPage = -1;
     int rasterWidth = 0;
@@ -81,7 +82,7 @@ class CPdfView : public CControl {
 
     [[nodiscard]] Sheet PrepareSheet(std::string& error);
     void PaintSheet(CCanvas* canvas, Sheet sheet);
-    void PaintMessage(CCanvas* canvas, const std::string& text, const Rect& area) const;
+    static void PaintMessage(CCanvas* canvas, const std::string& text, const Rect& area, ColorRole color);
     void PaintAgainSoon();
 
     [[nodiscard]] bool HasRaster() const;

@@ -6,30 +6,17 @@
 #include <limits>
 #include <string_view>
 
+#include "ui/LxTheme.h"
+#include "ui/NamedColors.h"
+
 namespace Lx {
 
 namespace {
 
 using std::string_view;
 
-constexpr Color kBlack{0, 0, 0, 255};
-
 // Where a declaration tells colours from words; as a colour itself more names are known.
 constexpr string_view kColorWords[] = {"white", "black", "transparent", "red", "green", "blue", "gray", "grey"};
-
-constexpr struct {
-    string_view name;
-    Color color;
-} kNamedColors[] = {
-    {"white", {255, 255, 255, 255}},     {"black", kBlack},
-    {"transparent", {0, 0, 0, 0}},       {"red", {255, 0, 0, 255}},
-    {"green", {0, 128, 0, 255}},         {"blue", {0, 0, 255, 255}},
-    {"gray", {128, 128, 128, 255}},      {"grey", {128, 128, 128, 255}},
-    {"lightgray", {211, 211, 211, 255}}, {"lightgrey", {211, 211, 211, 255}},
-    {"darkgray", {169, 169, 169, 255}},  {"darkgrey", {169, 169, 169, 255}},
-    {"yellow", {255, 255, 0, 255}},      {"cyan", {0, 255, 255, 255}},
-    {"magenta", {255, 0, 255, 255}},
-};
 
 constexpr bool IsSpace(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r');
@@ -106,7 +93,7 @@ Color FunctionColor(string_view text) {
     if (open == string_view::npos || close == string_view::npos || close < open) return kBlack;
     std::string inside(text.substr(open + 1, close - open - 1));
     std::replace(inside.begin(), inside.end(), ',', ' ');
-    float value[] = {0, 0, 0, 255};
+    float value[] = {0, 0, 0, 255.0F};
     string_view rest = inside;
     for (float& one : value)
         if (!TakeFloat(rest, one)) break;
@@ -166,6 +153,22 @@ struct Writer {
     std::string operator()(const std::string& value) const { return value; }
     std::string operator()(bool value) const { return value ? "true" : "false"; }
 };
+
+struct ButtonColors {
+    ColorRole background, text, border;
+    bool bold;
+};
+
+std::string SheetOf(const ButtonColors& colors) {
+    const auto rgb = [](ColorRole role) {
+        const Color& c = ThemeColor(role);
+        return "rgba(" + std::to_string(c.r) + "," + std::to_string(c.g) + "," + std::to_string(c.b) + ",1); ";
+    };
+    return "background-color: " + rgb(colors.background) + "color: " + rgb(colors.text) +
+           "border-color: " + rgb(colors.border) +
+           "border-width: 1; border-radius: 6; font-size: 13; font-weight-bold: " + (colors.bold ? "true" : "false") +
+           "; font-family: sans-serif;";
+}
 
 }  // namespace
 
@@ -272,21 +275,14 @@ const CButtonStyle& CStyleManager::GetStyle(const std::string& name) const {
 }
 
 void CStyleManager::InitDefaultTheme() {
-    constexpr const char* kNormal =
-        "background-color: rgba(240,240,242,1); color: rgba(13,24,44,1); border-color: rgba(200,200,210,1); "
-        "border-width: 1; border-radius: 6; font-size: 13; font-weight-bold: false; font-family: sans-serif;";
-    constexpr const char* kHover =
-        "background-color: rgba(229,233,240,1); color: rgba(13,24,44,1); border-color: rgba(170,175,190,1); "
-        "border-width: 1; border-radius: 6; font-size: 13; font-weight-bold: false; font-family: sans-serif;";
-    constexpr const char* kActive =
-        "background-color: rgba(9,89,204,1); color: rgba(255,255,255,1); border-color: rgba(9,89,204,1); "
-        "border-width: 1; border-radius: 6; font-size: 13; font-weight-bold: true; font-family: sans-serif;";
-    constexpr const char* kDisabled =
-        "background-color: rgba(245,245,247,1); color: rgba(150,155,165,1); border-color: rgba(225,225,230,1); "
-        "border-width: 1; border-radius: 6; font-size: 13; font-weight-bold: false; font-family: sans-serif;";
-    constexpr const char* kSheets[] = {kNormal, kHover, kActive, kNormal, kDisabled, kActive, kActive, kActive};
-    for (unsigned i = 0; i < std::size(kSheets); ++i)
-        default_.Get(static_cast<ButtonState>(i)) = CStyleSheet::Parse(kSheets[i]);
+    using enum ColorRole;
+    const std::string normal = SheetOf({Button, ButtonText, ButtonBorder, false});
+    const std::string hover = SheetOf({ButtonHover, ButtonText, ButtonHoverBorder, false});
+    const std::string active = SheetOf({ButtonActive, ButtonActiveText, ButtonActive, true});
+    const std::string disabled = SheetOf({ButtonDisabled, ButtonDisabledText, ButtonDisabledBorder, false});
+    const std::string* const sheets[] = {&normal, &hover, &active, &normal, &disabled, &active, &active, &active};
+    for (unsigned i = 0; i < std::size(sheets); ++i)
+        default_.Get(static_cast<ButtonState>(i)) = CStyleSheet::Parse(*sheets[i]);
     styles_["default"] = default_;
 }
 

@@ -79,9 +79,11 @@ class CStyleManager {
     // The style of that name, the default one when there is none. "default" always is.
     [[nodiscard]] const CButtonStyle& GetStyle(const std::string& name) const;
 
+    // Makes the default style of the theme's colours. Whoever has a copy of the old one keeps it.
+    void InitDefaultTheme();
+
   private:
     CStyleManager();
-    void InitDefaultTheme();
 
     std::unordered_map<std::string, CButtonStyle> styles_;
     CButtonStyle default_;

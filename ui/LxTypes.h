@@ -114,6 +114,9 @@ struct Event {
     EditCommand command = EditCommand::None;  // Command
 };
 
+// What a dialog ends with, where it is not closed by its title bar (0).
+enum DialogResult : int { kAccepted = 1, kCancelled = 2 };
+
 [[nodiscard]] constexpr bool IsMouseEvent(EventType type) {
     return type >= EventType::MouseMove && type <= EventType::MouseWheel;
 }

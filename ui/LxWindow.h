@@ -6,6 +6,7 @@
 
 #include "ui/LxBackend.h"
 #include "ui/LxControl.h"
+#include "ui/LxTheme.h"
 
 namespace Lx {
 
@@ -99,7 +100,7 @@ class CWindow : public CControl {
     void HandleMove(const Point& pt);
 
     std::string title;
-    Color backColor{240, 240, 240, 255};
+    Color backColor = ThemeColor(ColorRole::Window);
     std::vector<CControl*> controls;  // owned; painting order, the reverse of hit testing
     CWindowImpl* impl = nullptr;      // owned
     CControl* focus = nullptr;        // the others are not

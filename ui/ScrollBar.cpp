@@ -3,13 +3,12 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "ui/LxTheme.h"
+
 namespace Lx {
 
 namespace {
 
-constexpr Color kTrack{233, 236, 242, 255};
-constexpr Color kThumb{176, 182, 194, 255};
-constexpr Color kThumbDragged{140, 147, 161, 255};
 constexpr int kShortestThumb = 24;
 
 }  // namespace
@@ -64,8 +63,8 @@ bool ScrollBar::OnMouse(const Event& ev) {
 
 void ScrollBar::Paint(CCanvas& canvas) const {
     if (!Needed()) return;
-    canvas.FillRoundRect(track_, 6.0F, kTrack);
-    canvas.FillRoundRect(Thumb(), 4.0F, dragging_ ? kThumbDragged : kThumb);
+    canvas.FillRoundRect(track_, 6.0F, ThemeColor(ColorRole::Track));
+    canvas.FillRoundRect(Thumb(), 4.0F, ThemeColor(dragging_ ? ColorRole::ThumbDragged : ColorRole::Thumb));
 }
 
 }  // namespace Lx

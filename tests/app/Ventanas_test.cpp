@@ -1,24 +1,23 @@
 // The windows' own logic, without a display, a card or a store.
 #include <gmock/gmock.h>
 
+#include <ctime>
+#include <future>
 #include <memory>
 
+#include "app/AjusteTexto.h"
 #include "app/DlgFirmar.h"
+#include "app/Etapas.h"
 #include "app/MainWindow.h"
 #include "app/PinDialog.h"
-#include "app/Texto.h"
 #include "tests/apoyo/Apoyo.h"
-#include "tests/certstore/FuentesFalsas.h"
+#include "tests/app/Fuentes.h"
 #include "tests/ui/apoyo/Falso.h"
 #include "ui/LxButton.h"
 #include "ui/LxComboBox.h"
 #include "ui/LxEdit.h"
 #include "ui/LxLabel.h"
 #include "ui/LxListView.h"
-
-namespace Lx::CertStore {
-void PonerPreguntaClave(PreguntaClave) {}
-}  // namespace Lx::CertStore
 
 namespace {
 
@@ -47,11 +46,41 @@ T& Control(const Lx::CWindow& v, size_t n) {
     return *todos.at(n);
 }
 
+void Pulsar(Lx::CWindow& v, const std::string& boton) {
+    for (Lx::CControl* c : v.controls) {
+        const auto* b = dynamic_cast<Lx::CButton*>(c);
+        if (b != nullptr && b->visible && b->text == boton) {
+            Falso::Clic(v, b->rect.x + 5, b->rect.y + 5);
+            return;
+        }
+    }
+    ADD_FAILURE() << "no button " << boton;
+}
+
+// A certificate that is fit to sign with.
+Entrada Apta(Origen origen, const std::string& cn, const std::string& emisor = "CA") {
+    Entrada e{origen, "", origen == Origen::Dnie ? "lector" : "", Apoyo::IdentidadComun().certificado, true};
+    e.cert.subjectCN = e.cert.serial = cn;
+    e.cert.issuerCN = emisor;
+    e.cert.contentCommitment = true;
+    return e;
+}
+
+// On the window's thread, from a job's.
+void EnVentana(const std::function<void()>& hacer) {
+    std::promise<void> hecho;
+    Lx::LxApp::s_pApp->backend->Post([&] {
+        hacer();
+        hecho.set_value();
+    });
+    hecho.get_future().wait();
+}
+
 class Ventanas : public testing::Test {
   protected:
     Ventanas() {
-        setenv("PCSCLITE_CSOCK_NAME", "/noexiste", 1);
         g_fuentes = {};
+        Falso::ElMundo().ocupado = [] { return CTarea::Hilos() > 0; };
         Falso::ElMundo().abrirPdf = [this](const std::string&, std::string& error) -> Lx::Pdf::IDocument* {
             error = "motivo";
             return paginas_ > 0 ? new Documento(paginas_) : nullptr;
@@ -61,7 +90,8 @@ class Ventanas : public testing::Test {
     CMainWindow& Abrir(int paginas) {
         paginas_ = paginas;
         ventana_ = std::make_unique<CMainWindow>();
-        ventana_->PonerDocumentoInicial("/a/doc.pdf");
+        ventana_->PonerDocumentoInicial(ruta_);
+        ventana_->keepAppOnClose = true;  // another may follow
         EXPECT_TRUE(ventana_->Create());
         ventana_->HandleResize({900, 680});
         // The window is there before its document.
@@ -72,12 +102,28 @@ class Ventanas : public testing::Test {
         EXPECT_NE(Control<Lx::CLabel>(*ventana_, 0).text, "");
         return *ventana_;
     }
+    // A dialog whose list is complete.
+    std::unique_ptr<CDlgFirmar> Elegir(const Lx::CertStore::Contexto& ctx = {}) {
+        auto d = std::make_unique<CDlgFirmar>(nullptr, Paleta::DelTema(), "doc.pdf", ctx);
+        EXPECT_TRUE(d->Create());
+        Listo(*d);
+        return d;
+    }
+    static void Listo(const CDlgFirmar& d) {
+        Falso::HastaQue([&d] { return CTarea::Hilos() == 0 && Control<Lx::CButton>(d, 3).enabled; });
+    }
     int paginas_ = 0;
+    std::string ruta_ = "/a/doc.pdf";
     Falso::Aplicacion app_;
     std::unique_ptr<CMainWindow> ventana_;
 };
 
-TEST_F(Ventanas, ElCssDeLaPaleta) {
+TEST_F(Ventanas, LaPaletaYSuCss) {
+    std::string todos;
+    for (const Lx::Color& c : Paleta::DelTema()) todos += Falso::Texto(c);
+    EXPECT_EQ(todos,
+              "#f5f7fbff#ffffffff#0d2b5eff#dfe4ecff#10203aff#cdd8ecff#ffffffff#101828ff#5a687eff#788498ff"
+              "#c8d2e0ff#208c52ff#c63434ff#10203aff#ffffffff#1e3e74ff#be2e2eff#243046ff#c6d2e6ff");
     EXPECT_EQ(Paleta::Css({0, 0, 0, 7}, {255, 255, 255, 0}, {1, 171, 16, 9}, true, 12),
               "background-color:#000000; color:#ffffff; border-color:#01ab10; border-width:1; border-radius:6; "
               "font-weight-bold:true; font-size:12;");
@@ -120,7 +166,7 @@ TEST_F(Ventanas, LaLineaDeEstado) {
     CMainWindow& v = Abrir(0);
     auto& estado = Control<Lx::CLabel>(v, 0);
     EXPECT_EQ(estado.text, "Error al abrir /a/doc.pdf: motivo");
-    EXPECT_EQ(estado.textColor, Paleta::kColores[Paleta::kError]);
+    EXPECT_EQ(estado.textColor, Paleta::DelTema()[Paleta::kError]);
     v.MostrarEstado("algo", false);
     EXPECT_EQ(estado.text, "algo");
     v.OnFirmar();
@@ -129,7 +175,7 @@ TEST_F(Ventanas, LaLineaDeEstado) {
     v.OnDropFile("/b/otro.pdf");
     v.MostrarEstado("algo", false);
     EXPECT_EQ(estado.text, "/b/otro.pdf");
-    EXPECT_EQ(estado.textColor, Paleta::kBlanco);
+    EXPECT_EQ(estado.textColor, Lx::ThemeColor(Lx::ColorRole::AppOnFooter));
     auto& aviso = Control<CAviso>(v, 0);
     v.MostrarEstado(std::string(80, 'a') + " " + std::string(80, 'b'), true);
     EXPECT_TRUE(aviso.visible);
@@ -139,63 +185,283 @@ TEST_F(Ventanas, LaLineaDeEstado) {
 }
 
 TEST_F(Ventanas, LasFilasDelDialogo) {
-    const auto entrada = [](Origen origen, const std::string& cn, const std::string& emisor, bool clave) {
-        Entrada e{origen, "", "lector", {}, clave};
-        e.cert.subjectCN = cn;
-        e.cert.issuerDN = e.cert.serial = cn + emisor;  // a key of its own, or it is taken for a duplicate
-        e.cert.issuerCN = emisor;
-        return e;
-    };
     std::string n44, n43;
     for (int i = 0; i < 44; ++i) n44 += "ñ";
     n43 = n44.substr(2);
-    g_fuentes.almacen = {entrada(Origen::Dnie, "Ana", "", false), entrada(Origen::Sistema, "", n44, true),
-                         entrada(Origen::Pkcs12, "P", n44 + "ñ", true), entrada(Origen::Pkcs12, "Q", "e", false)};
-    CDlgFirmar d(nullptr, Paleta::kColores, "doc.pdf", {});
-    ASSERT_TRUE(d.Create());
-    auto& lista = Control<Lx::CListView>(d, 0);
-    ASSERT_EQ(lista.GetCount(), 4);
+    Entrada vieja = Apta(Origen::Dnie, "Vieja"), sinClave = Apta(Origen::Pkcs12, "Q"), otra = Apta(Origen::Sistema, "");
+    vieja.cert.notAfter = 86400;
+    sinClave.conClave = false;
+    otra.cert.issuerCN = n44;
+    g_fuentes.entradas = {vieja, otra, sinClave, Apta(Origen::Pkcs12, "P", n44 + "ñ"), Apta(Origen::Dnie, "Ana", "")};
+    g_fuentes.entradas[4].cert.issuerDN = "DN";
+    const auto d = Elegir();
+    auto& lista = Control<Lx::CListView>(*d, 0);
+    const std::string vence = otra.cert.FechaVencimiento();
+    const std::vector<std::vector<std::string>> filas = {
+        {"Certificado", "almacén", n44, vence, "lista"},
+        {"P", "PKCS#12", n43 + ".", vence, "del fichero"},
+        {"Ana", "DNIe", "DN", vence, "en la tarjeta (DNIe)"},
+        {"Vieja", "DNIe", "CA", vieja.cert.FechaVencimiento(), "caducado"},
+        {"Q", "PKCS#12", "CA", vence, "sin clave"},
+    };
+    ASSERT_EQ(lista.GetCount(), static_cast<int>(filas.size()));
+    for (size_t i = 0; i < filas.size(); ++i) {
+        EXPECT_EQ(lista.GetItem(static_cast<int>(i)), filas[i]);
+        EXPECT_EQ(lista.Accessibility().items[i].description.empty(), i < 3);
+    }
+    EXPECT_THAT(lista.Accessibility().items[3].description, testing::HasSubstr("Vieja caducó el"));
     EXPECT_EQ(lista.GetSelected(), 0);
-    EXPECT_EQ(d.Contexto().lector, "lector");
-    const std::string sin = g_fuentes.almacen[0].cert.FechaVencimiento();
-    EXPECT_THAT(lista.GetItem(0), ElementsAre("Ana", "DNIe", "Ana", sin, "en la tarjeta (DNIe)"));
-    EXPECT_THAT(lista.GetItem(1), ElementsAre("Certificado", "NSS (Linux)", n44, sin, "lista"));
-    EXPECT_THAT(lista.GetItem(2), ElementsAre("P", "PKCS#12", n43 + ".", sin, "del fichero"));
-    EXPECT_EQ(lista.GetItem(3)[4], "sin clave");
-    d.OnLista(2);
-    EXPECT_EQ(d.Contexto().lector, "");
-    EXPECT_EQ(d.Seleccion().cert.subjectCN, "P");
-    d.OnLista(4);
-    EXPECT_FALSE(d.HaySeleccion());
-    EXPECT_FALSE(Control<Lx::CButton>(d, 1).enabled);
-    d.SetFocusControl(nullptr);
-    Falso::Tecla(d, KeyCode::Enter);
-    EXPECT_FALSE(d.done);
-    EXPECT_EQ(Control<Lx::CLabel>(d, 1).text, "Elige un certificado de la lista.");
-    Falso::Tecla(d, KeyCode::Escape);
-    EXPECT_EQ(d.result, 2);
+    EXPECT_EQ(Control<Lx::CLabel>(*d, 1).text, "resumen  |  5 certificado(s).");
+    d->SetFocusControl(&lista);
+    for (const char* lector : {"", "lector"}) {
+        Falso::Tecla(*d, KeyCode::Down);
+        EXPECT_EQ(d->Contexto().lector, lector);
+    }
+    EXPECT_EQ(d->Seleccion().cert.subjectCN, "Ana");
+    d->OnLista(5);
+    EXPECT_FALSE(d->HaySeleccion());
+    EXPECT_FALSE(Control<Lx::CButton>(*d, 1).enabled);
+    d->SetFocusControl(nullptr);
+    Falso::Tecla(*d, KeyCode::Enter);
+    EXPECT_FALSE(d->done);
+    EXPECT_EQ(Control<Lx::CLabel>(*d, 1).text, "Elige un certificado de la lista.");
+    Falso::Tecla(*d, KeyCode::Escape);
+    EXPECT_EQ(d->result, Lx::kCancelled);
+}
+
+// Nothing is chosen by itself, and what can be accepted is asked once.
+TEST_F(Ventanas, SoloHayCertificadosNoAptos) {
+    const Apoyo::Filas<std::function<void(Entrada&)>, bool> casos = {
+        {[](Entrada& e) { e.cert.notAfter = 86400; }, true},
+        {[](Entrada& e) { e.cert.notBefore = std::time(nullptr) + 86400; }, true},
+        {[](Entrada& e) { e.cert.isCA = true; }, true},
+        {[](Entrada& e) { e.cert.conUso = true, e.cert.contentCommitment = e.cert.digitalSignature = false; }, true},
+        {[](Entrada& e) { e.conClave = false; }, false},
+        {[](Entrada& e) { e.cert.der.clear(); }, false},
+    };
+    int caso = 0;
+    for (const auto& [estropear, salvable] : casos) {
+        SCOPED_TRACE(caso++);
+        g_fuentes.entradas = {Apta(Origen::Sistema, "Ana")};
+        estropear(g_fuentes.entradas[0]);
+        const auto d = Elegir();
+        auto& lista = Control<Lx::CListView>(*d, 0);
+        EXPECT_EQ(lista.GetSelected(), -1);
+        EXPECT_FALSE(Control<Lx::CButton>(*d, 1).enabled);
+        d->SetFocusControl(&lista);
+        Falso::Tecla(*d, KeyCode::Down);
+        EXPECT_EQ(Control<Lx::CButton>(*d, 1).enabled, salvable);
+        // Enter in haste says no.
+        for (const bool si : {false, true}) {
+            if (salvable)
+                Falso::ElMundo().guion.push_back([si] {
+                    si ? Pulsar(Falso::Arriba(), "Firmar con él")
+                       : static_cast<void>(Falso::Tecla(Falso::Arriba(), KeyCode::Enter));
+                });
+            Falso::Tecla(*d, KeyCode::Enter);
+            EXPECT_EQ(d->done, si && salvable);
+        }
+        EXPECT_EQ(d->Aunque().size(), 1U);
+        if (!salvable) {
+            EXPECT_THAT(Control<Lx::CLabel>(*d, 1).text, testing::HasSubstr("Ana"));
+        }
+    }
+}
+
+TEST_F(Ventanas, LaListaSeRehace) {
+    Lx::CertStore::Contexto visto;
+    bool tarjeta = false;
+    g_fuentes.alListar = [&](const auto& ctx, bool sola, Lx::Control&) {
+        visto = ctx;
+        tarjeta = sola;
+    };
+    g_fuentes.entradas = {Apta(Origen::Dnie, "Ana"), Apta(Origen::Sistema, "Berta"), Apta(Origen::Pkcs12, "Eva")};
+    const auto d = Elegir({"lector", "1234", "", ""});
+    auto& lista = Control<Lx::CListView>(*d, 0);
+    EXPECT_EQ(visto.pin, "1234");
+    // A card that goes takes no choice away, and one that comes makes none.
+    for (const auto& [fila, cambio, queda] : Apoyo::Filas<int, std::function<void()>, std::string>{
+             {1, [] { g_fuentes.entradas.erase(g_fuentes.entradas.begin()); }, "Berta"},
+             {0, [] { g_fuentes.entradas.insert(g_fuentes.entradas.begin(), Apta(Origen::Dnie, "Ana")); }, "Berta"},
+             {0, [] { g_fuentes.entradas.erase(g_fuentes.entradas.begin()); }, ""},
+             {-1, [] {}, "Berta"},
+         }) {
+        SCOPED_TRACE(fila);
+        if (fila >= 0) d->OnLista(fila);
+        cambio();
+        g_fuentes.tarjeta();
+        Falso::HastaQue([&] { return tarjeta; });
+        Listo(*d);
+        tarjeta = false;
+        EXPECT_EQ(d->HaySeleccion() ? d->Seleccion().cert.subjectCN : "", queda);
+        EXPECT_EQ(Control<Lx::CButton>(*d, 1).enabled, !queda.empty());
+    }
+    // Without a card no reader is kept.
+    EXPECT_EQ(d->Contexto().lector, "");
+    // What stands in the edits counts without Enter; with it the file's certificate is meant.
+    auto& ruta = Control<Lx::CEdit>(*d, 1);
+    d->SetFocusControl(&ruta);
+    Falso::Teclear(*d, "/id.p12");
+    Pulsar(*d, "Actualizar lista");
+    EXPECT_EQ(lista.GetCount(), 0);
+    Listo(*d);
+    EXPECT_EQ(visto.rutaPkcs12, "/id.p12");
+    EXPECT_EQ(lista.GetSelected(), 0);
+    d->SetFocusControl(&Control<Lx::CEdit>(*d, 2));
+    Falso::Teclear(*d, "clave");
+    Falso::Tecla(*d, KeyCode::Enter);
+    Listo(*d);
+    EXPECT_EQ(visto.clavePkcs12, "clave");
+    EXPECT_EQ(d->Seleccion().cert.subjectCN, "Eva");
+}
+
+TEST_F(Ventanas, ElDialogoSeCierraMientrasLista) {
+    g_fuentes.alListar = [](const auto&, bool, Lx::Control& control) {
+        control.Pasar(Lx::Etapa::Tarjeta);
+        EnVentana([] {
+            Falso::HacerTareas();
+            auto& d = Falso::Arriba();
+            EXPECT_EQ(Control<CAviso>(d, 0).Accessibility().name, "Leyendo la tarjeta…");
+            Falso::Tecla(d, KeyCode::Escape);
+        });
+        while (!control.Cancelado()) {
+        }
+    };
+    CDlgFirmar d(nullptr, Paleta::DelTema(), "doc.pdf", {});
+    EXPECT_EQ(d.DoModal(), Lx::kCancelled);
+    Falso::HastaQue([] { return CTarea::Hilos() == 0; });
 }
 
 TEST_F(Ventanas, ElSelloYSusPaginas) {
-    CDlgFirmar d(nullptr, Paleta::kColores, "doc.pdf", {});
-    ASSERT_TRUE(d.Create());
-    auto& paginas = Control<Lx::CEdit>(d, 0);
-    EXPECT_EQ(d.ModoSello(), 1U);
-    for (const auto& [indice, modo] :
-         Apoyo::Filas<int, unsigned>{{0, 1}, {1, 3}, {2, 2}, {3, 4}, {4, 0}, {5, 1}, {-1, 1}}) {
+    g_fuentes.entradas = {Apta(Origen::Sistema, "Ana")};
+    const auto d = Elegir();
+    auto& paginas = Control<Lx::CEdit>(*d, 0);
+    EXPECT_EQ(d->ModoSello(), 1);
+    for (const auto& [indice, modo] : Apoyo::Filas<int, int>{{0, 1}, {1, 3}, {2, 2}, {3, 4}, {4, 0}, {5, 1}, {-1, 1}}) {
         SCOPED_TRACE(indice);
-        d.OnSelSello(indice);
-        EXPECT_EQ(d.ModoSello(), modo);
+        d->OnSelSello(indice);
+        EXPECT_EQ(d->ModoSello(), modo);
         EXPECT_EQ(paginas.enabled, modo == 4);
     }
-    d.OnSelSello(3);
-    EXPECT_EQ(d.focus, &paginas);
-    Falso::Teclear(d, "2-4");
-    Falso::Tecla(d, KeyCode::Enter);
-    EXPECT_FALSE(d.done);
-    EXPECT_EQ(d.Paginas(), "2-4");
-    d.OnSelSello(1);
-    EXPECT_EQ(d.Paginas(), "");
+    d->OnSelSello(3);
+    EXPECT_EQ(d->focus, &paginas);
+    Falso::Teclear(*d, "2-4");
+    Falso::Tecla(*d, KeyCode::Enter);
+    EXPECT_FALSE(d->done);
+    EXPECT_EQ(d->Paginas(), "2-4");
+    d->OnSelSello(1);
+    EXPECT_EQ(d->Paginas(), "");
+    d->OnSelSello(3);
+    paginas.SetText("");
+    Falso::Teclear(*d, "1, 3");
+    Pulsar(*d, "Firmar");
+    EXPECT_EQ(d->result, Lx::kAccepted);
+    EXPECT_EQ(d->Paginas(), "1, 3");
+}
+
+// Each row is one way to end a signature before its key is used; afterwards nothing ends it.
+TEST_F(Ventanas, MientrasFirma) {
+    const Apoyo::CarpetaTemporal carpeta;
+    ruta_ = carpeta / "doc.pdf";
+    Apoyo::EscribirFichero(ruta_, "x");
+    g_fuentes.entradas = {Apta(Origen::Dnie, "Ana")};
+    const auto cerrar = [](CMainWindow& v, const std::string& respuesta) {
+        if (!respuesta.empty()) Lx::LxApp::s_pApp->backend->Post([respuesta] { Pulsar(Falso::Arriba(), respuesta); });
+        v.Close();
+    };
+    using Accion = std::function<void(CMainWindow&)>;
+    const Apoyo::Filas<bool, Accion, bool, bool> casos = {
+        {false, [](CMainWindow& v) { Falso::Tecla(v, KeyCode::Escape); }, true, false},
+        {false, [](CMainWindow& v) { Pulsar(v, "Cancelar"); }, true, false},
+        {false, [&](CMainWindow& v) { cerrar(v, ""); }, true, true},
+        {false, [](CMainWindow& v) { v.Terminar([] { ADD_FAILURE(); }); }, true, true},
+        {true, [&](CMainWindow& v) { cerrar(v, "Seguir abierto"); }, false, false},
+        {true, [&](CMainWindow& v) { cerrar(v, "Cerrar al acabar"); }, false, true},
+        {true,
+         [](CMainWindow& v) {
+             v.Terminar([] { ADD_FAILURE(); });
+             Falso::HacerTareas();
+         },
+         false, true},
+    };
+    int caso = 0;
+    for (const auto& [enUso, accion, cancela, cierra] : casos) {
+        SCOPED_TRACE(caso++);
+        CMainWindow& v = Abrir(3);
+        g_fuentes.alConsultar = [&, enUso = enUso, accion = accion, cancela = cancela](Lx::Control& control) {
+            control.Pasar(Lx::Etapa::Copia, 100);
+            control.Avanzar(62);
+            if (enUso) static_cast<void>(control.Comprometer());
+            EnVentana([&] {
+                Falso::HacerTareas();
+                const auto& aviso = Control<CAviso>(v, 0);
+                EXPECT_EQ(aviso.Accessibility().name, "Firmando 62 %");
+                EXPECT_THAT(Falso::Pintar(v), testing::Contains(testing::HasSubstr("\"Firmando 62 %\"")));
+                // The pages turn, another document is not opened, and no other signature begins.
+                Falso::Tecla(v, KeyCode::PageDown);
+                EXPECT_EQ(Control<Lx::CEdit>(v, 0).GetText(), "2 / 3");
+                EXPECT_TRUE(aviso.visible);
+                v.OnDropFile("/otro.pdf");
+                Pulsar(v, "Firmar");
+                EXPECT_THAT(aviso.Accessibility().name, testing::HasSubstr("Ya hay una firma en marcha"));
+                accion(v);
+            });
+            EXPECT_EQ(control.Cancelado(), cancela);
+            control.Soltar();
+            // What was asked for while the key was in use counts now.
+            if (!control.Cancelado()) control.Cancelar();
+        };
+        Falso::ElMundo().guion.push_back([] { Falso::Tecla(Falso::Arriba(), KeyCode::Enter); });
+        Pulsar(v, "Firmar");
+        EXPECT_EQ(Control<Lx::CLabel>(v, 0).text, ruta_);
+        EXPECT_EQ(Control<CAviso>(v, 0).Accessibility().name, "Firma cancelada por el usuario.");
+        EXPECT_EQ(Falso::De(v).cerrada, cierra);
+        Falso::HastaQue([] { return CTarea::Hilos() == 0; });
+    }
+}
+
+// The program is told to end while a device doesn't answer, and while a dialog is shown.
+TEST_F(Ventanas, ElFinNoEspera) {
+    const Apoyo::CarpetaTemporal carpeta;
+    ruta_ = carpeta / "doc.pdf";
+    Apoyo::EscribirFichero(ruta_, "x");
+    g_fuentes.entradas = {Apta(Origen::Dnie, "Ana")};
+    CMainWindow& v = Abrir(1);
+    std::promise<void> soltar;
+    g_fuentes.alConsultar = [&](Lx::Control&) {
+        EnVentana([&] {
+            Falso::ElMundo().tareas.clear();
+            v.Terminar([] { ADD_FAILURE(); });
+            Falso::HacerTareas();
+        });
+        soltar.get_future().wait();
+    };
+    Falso::ElMundo().guion.push_back([] { Falso::Tecla(Falso::Arriba(), KeyCode::Enter); });
+    Pulsar(v, "Firmar");
+    EXPECT_TRUE(Falso::De(v).cerrada);
+    EXPECT_EQ(CTarea::Hilos(), 1);
+    soltar.set_value();
+    Falso::HastaQue([] { return CTarea::Hilos() == 0; });
+    CMainWindow& otra = Abrir(1);
+    Falso::ElMundo().guion.push_back([&] { otra.Terminar([] { ADD_FAILURE(); }); });
+    Pulsar(otra, "Firmar");
+    EXPECT_TRUE(Falso::De(otra).cerrada);
+}
+
+TEST_F(Ventanas, LoQueDiceUnTrabajo) {
+    using Lx::Etapa;
+    const Apoyo::Filas<Lx::Control::Estado, std::string> filas = {
+        {Lx::Control::Estado{}, "Preparando…"},
+        {{Etapa::Lector}, "Buscando la tarjeta…"},
+        {{Etapa::Lector, true}, "Otra aplicación usa el lector…"},
+        {{Etapa::Persona, true}, ""},
+        {{Etapa::Copia, false, 1, 0}, "Firmando…"},
+        {{Etapa::Copia, false, 999, 1000}, "Firmando 99 %"},
+        {{Etapa::Copia, false, 30, 10}, "Firmando 100 %"},
+        {{Etapa::Tarjeta, true, 0, 0, false, true}, "Cancelando…"},
+        {{Etapa::Clave, false, 0, 0, true, true}, "La clave ya se está usando: se acaba esta firma…"},
+    };
+    for (const auto& [estado, frase] : filas) EXPECT_EQ(Orvanta::FraseDe(estado), frase);
 }
 
 // Each row is one dialog: what it opens with, what is pressed, and how it ends.
@@ -225,10 +491,15 @@ TEST_F(Ventanas, ElPin) {
     for (const Caso& c : casos) {
         SCOPED_TRACE(c.abre + c.teclas);
         std::string pin;
-        CPinDialog d(nullptr, Paleta::kColores, "", pin);
+        CPinDialog d(nullptr, Paleta::DelTema(), "", pin);
         d.PonerIntentos(c.intentos, c.rechazado);
         ASSERT_TRUE(d.Create());
         EXPECT_EQ(Control<Lx::CLabel>(d, 1).text, "Titular: (DNIe detectado)");
+        const bool& cursor = Control<Lx::CEdit>(d, 0).caretVisible;
+        d.OnTimer(2);
+        EXPECT_TRUE(cursor);
+        d.OnTimer(1);
+        EXPECT_FALSE(cursor);
         const std::string& mensaje = Control<Lx::CLabel>(d, 3).text;
         EXPECT_EQ(mensaje, c.abre);
         for (const char t : c.teclas) {

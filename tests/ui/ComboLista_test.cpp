@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "tests/apoyo/Apoyo.h"
 #include "tests/ui/apoyo/Falso.h"
 #include "ui/LxButton.h"
 #include "ui/LxComboBox.h"
@@ -255,9 +256,16 @@ TEST_F(Lista, WheelAndThumbScroll) {
     Raton(ventana, EventType::MouseUp, 450, 390);
     Raton(ventana, EventType::MouseMove, 398, 50);
     EXPECT_EQ(primera(), "nombre 85");
-    Clic(ventana, 398, 60);
-    EXPECT_EQ(primera(), "nombre 77");
+    // The track: a page towards the press, and nothing but the track.
+    const Apoyo::Filas<int, int, std::string> filas = {
+        {398, 60, "nombre 77"}, {398, 340, "nombre 85"}, {398, 50, "nombre 77"}};
+    for (const auto& [x, y, arriba] : filas) {
+        Clic(ventana, x, y);
+        EXPECT_EQ(primera(), arriba);
+    }
     EXPECT_THAT(avisos, IsEmpty());
+    Clic(ventana, 380, 60);
+    EXPECT_THAT(avisos, ElementsAre(82));  // "nombre 77" of the second ones
 }
 
 TEST_F(Lista, CardsShowTitledTextsAndExtras) {
@@ -276,6 +284,13 @@ TEST_F(Lista, CardsShowTitledTextsAndExtras) {
     ASSERT_EQ(info.items.size(), 2U);
     EXPECT_EQ(info.items[0].name, "nombre 0, Origen: DNIe, en la tarjeta");
     EXPECT_TRUE(info.items[1].selected);
+    lista->DimItem(0, "caducó ayer");
+    EXPECT_EQ(lista->Accessibility().items[0].description, "caducó ayer");
+    const std::string gris = Falso::Texto(Lx::ThemeColor(Lx::ColorRole::QuietText));
+    EXPECT_THAT(Falso::Pintar(*lista),
+                Contains(testing::MatchesRegex("DrawText \"nombre 0\" 28,[0-9]+ " + gris + ".*")));
+    Clic(ventana, 50, 20);
+    EXPECT_EQ(lista->GetSelected(), 0);
 }
 
 // A dialog's handler may take its controls away.

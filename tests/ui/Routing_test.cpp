@@ -112,6 +112,13 @@ TEST_F(Enrutado, APressMovesTheFocusAndCapturesUntilTheRelease) {
     Raton(EventType::MouseUp, 10, 10);
     EXPECT_THAT(Tomar(), ElementsAre("a KillFocus", "b SetFocus", "b MouseDoubleClick 150,10", "b MouseUp 10,10"));
 
+    // With whichever button.
+    for (const uint8_t boton : {Lx::kRightButton, Lx::kMiddleButton}) {
+        Falso::Raton(ventana, EventType::MouseDown, 150, 10, boton);
+        Falso::Raton(ventana, EventType::MouseUp, 10, 10, boton);
+        EXPECT_THAT(Tomar(), ElementsAre("b MouseDown 150,10", "b MouseUp 10,10"));
+    }
+
     // Beside the controls nothing changes.
     Falso::Clic(ventana, 10, 150);
     EXPECT_THAT(Tomar(), ElementsAre("OnLButtonDown 0 10 150", "OnLButtonUp 0 10 150"));
@@ -127,6 +134,13 @@ TEST_F(Enrutado, TheControlThatThePointerLeavesIsTold) {
     EXPECT_THAT(Tomar(), ElementsAre("a MouseMove 10,10", "a MouseMove 150,10", "b MouseMove 150,10",
                                      "b MouseMove 160,10", "b MouseMove -9999,-9999", "OnMouseMove 0 -9999 -9999"));
     EXPECT_EQ(ventana.hover, nullptr);
+    // One that was taken away meanwhile is not.
+    Raton(EventType::MouseMove, 10, 10);
+    ventana.RemoveControl(a, false);
+    Tomar();
+    Raton(EventType::MouseMove, 150, 10);
+    EXPECT_THAT(Tomar(), ElementsAre("b MouseMove 150,10"));
+    ventana.AddControl(a);
 }
 
 TEST_F(Enrutado, TheOverlayIsOfferedMouseEventsFirst) {

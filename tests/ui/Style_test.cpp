@@ -1,8 +1,13 @@
 #include "ui/LxStyle.h"
+#include "ui/LxTheme.h"
+#include "ui/LxWindow.h"
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cmath>
 #include <limits>
+#include <vector>
 
 namespace {
 
@@ -138,6 +143,56 @@ TEST(Estilo, TheThemeHasASheetForEachState) {
         EXPECT_EQ(hoja.GetBool("font-weight-bold", false), std::string("9,89,204,255") == fondos[i % 8]);
         EXPECT_EQ(hoja.GetInt("border-radius", 0), 6);
     }
+}
+
+// WCAG 2.1, 1.4.3: text against what is behind it. Disabled controls are left out there too.
+TEST(Estilo, TheDarkSetCanBeRead) {
+    using enum Lx::ColorRole;
+    const auto luz = [](Lx::ColorRole papel) {
+        const Color& c = Lx::ThemeColor(papel, Lx::ThemeSet::Dark);
+        const auto lineal = [](uint8_t parte) {
+            const double s = parte / 255.0;
+            return s <= 0.04045 ? s / 12.92 : std::pow((s + 0.055) / 1.055, 2.4);
+        };
+        return 0.2126 * lineal(c.r) + 0.7152 * lineal(c.g) + 0.0722 * lineal(c.b) + 0.05;
+    };
+    const struct {
+        std::vector<Lx::ColorRole> letra, fondo;
+    } filas[] = {
+        {{AppTitle, AppSubtitle}, {AppHeader}},
+        {{AppTitle, AppText, AppQuietText, AppError, LabelOnDark}, {AppBackground}},
+        {{AppText, AppSuccess, AppError, AppQuietText}, {AppPanel}},
+        {{AppBarText}, {AppBar}},
+        {{AppButtonText, AppSubtitle}, {AppButton}},
+        {{AppButtonText}, {AppButtonHover}},
+        {{AppOnCancel}, {AppCancel}},
+        {{AppOnFooter, AppError, AppCredit}, {AppFooter}},
+        {{ButtonText, HintText}, {Field}},
+        {{ButtonText, QuietText}, {Field, Selection, Hover, Pill}},
+        {{ButtonText}, {SelectedText, Button, ButtonHover}},
+        {{HintText}, {CardGround}},
+        {{QuietText}, {ListHeader}},
+        {{ButtonActiveText}, {ButtonActive}},
+        {{ViewMessage}, {View, AppView}},
+        {{PaperMessage}, {Paper}},
+        {{LabelOnDark}, {Window}},
+    };
+    for (const auto& [letras, fondos] : filas) {
+        for (const Lx::ColorRole letra : letras) {
+            for (const Lx::ColorRole fondo : fondos) {
+                const double a = luz(letra), b = luz(fondo);
+                EXPECT_GE(std::max(a, b) / std::min(a, b), 4.5)
+                    << static_cast<size_t>(letra) << " on " << static_cast<size_t>(fondo);
+            }
+        }
+    }
+    // What is made from now on takes the other set, and labels find out what they lie on.
+    Lx::SetTheme(Lx::ThemeSet::Dark);
+    const Lx::CWindow ventana;
+    EXPECT_LT(Lx::Luminance(ventana.backColor), Lx::kDarkBelow);
+    const CStyleSheet& hoja = Lx::CStyleManager::Instance().DefaultButtonStyle().Get(Lx::ButtonState::Normal);
+    EXPECT_EQ(hoja.GetColor("color", {}), Lx::ThemeColor(ButtonText, Lx::ThemeSet::Dark));
+    Lx::SetTheme(Lx::ThemeSet::Light);
 }
 
 }  // namespace

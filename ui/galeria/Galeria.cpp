@@ -26,9 +26,6 @@ namespace {
 
 constexpr int kAncho = 1180, kAlto = 700;
 constexpr int kMargen = 20, kColumna = 150, kFila = 40;
-constexpr const char* kPrincipal =
-    "background-color: #2f5bd0; color: #ffffff; border-color: #2448a8; border-radius: 6; font-weight-bold: true; "
-    "font-size: 13;";
 
 }  // namespace
 
@@ -54,20 +51,20 @@ bool CDialogoMuestra::OnClose() {
 }
 
 void CDialogoMuestra::OnKeyDown(KeyCode key, unsigned) {
-    if (key == KeyCode::Escape) EndDialog(2);
+    if (key == KeyCode::Escape) EndDialog(kCancelled);
 }
 
 void CDialogoMuestra::OnAceptar() {
-    EndDialog(1);
+    EndDialog(kAccepted);
 }
 void CDialogoMuestra::OnEnter(const std::string&) {
-    EndDialog(1);
+    EndDialog(kAccepted);
 }
 
 CGaleria::CGaleria(std::string documento) : documento_(std::move(documento)) {
     title = "Galería de controles";
     rect = {0, 0, kAncho, kAlto};
-    backColor = {245, 246, 249, 255};
+    backColor = ThemeColor(ColorRole::AppBackground);
 }
 
 CLabel* CGaleria::Titulo(const char* texto, int x, int y) {
@@ -94,7 +91,9 @@ bool CGaleria::OnInit() {
 void CGaleria::PonerBotones() {
     Titulo("Botones", kMargen, 18);
     Boton("Normal", 0, 0)->OnClick(this, &CGaleria::OnPulsado);
-    Boton("Principal", 1, 0)->SetStyle(kPrincipal);
+    CButtonStyle& principal = Boton("Principal", 1, 0)->style;
+    for (const ButtonState estado : {ButtonState::Normal, ButtonState::Focused, ButtonState::Hover})
+        principal.Get(estado) = principal.Get(ButtonState::Pressed);
     Boton("Plano", 2, 0)->SetFlat(true);
     Boton("Deshabilitado", 3, 0)->SetEnabled(false);
     marcado_ = Boton("Marcable", 0, 1);

@@ -8,8 +8,9 @@
 namespace {
 
 constexpr const char* kUso =
-    "Uso: lx-galeria [--registro] [--cerrar] [DOCUMENTO.pdf]\n"
+    "Uso: lx-galeria [--oscuro] [--registro] [--cerrar] [DOCUMENTO.pdf]\n"
     "Muestra los controles en todos sus estados, y la primera página del documento.\n"
+    "  --oscuro    con el tema oscuro\n"
     "  --registro  escribe en la salida lo que sucede\n"
     "  --cerrar    cierra la ventana un segundo después\n";
 
@@ -23,6 +24,8 @@ int main(int argc, char** argv) {
             Lx::g_anotar = true;
         } else if (std::strcmp(argv[i], "--cerrar") == 0) {
             cerrar = true;
+        } else if (std::strcmp(argv[i], "--oscuro") == 0) {
+            Lx::SetTheme(Lx::ThemeSet::Dark);
         } else if (argv[i][0] == '-') {
             const bool ayuda = std::strcmp(argv[i], "--help") == 0;
             std::fputs(kUso, ayuda ? stdout : stderr);

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <charconv>
+#include <chrono>
+#include <condition_variable>
 #include <cstdio>
 #include <mutex>
 #include <stdexcept>
@@ -10,6 +12,8 @@
 namespace Falso {
 
 namespace {
+
+constexpr std::chrono::seconds kPatience{20};
 
 class Backend : public Lx::CAppBackend {
   public:
@@ -34,18 +38,25 @@ class Backend : public Lx::CAppBackend {
     void Post(std::function<void()> task) override {
         const std::lock_guard guard(mutex_);
         posted_.push_back(std::move(task));
+        more_.notify_all();
     }
     Lx::CCanvas* MeasuringCanvas() override { return &ElMundo().medidor; }
 
-  private:
+    // False when nothing was posted; first it is waited for, if threads are at work.
     bool RunPosted() {
         std::unique_lock guard(mutex_);
+        const auto end = std::chrono::steady_clock::now() + kPatience;
+        while (posted_.empty() && ElMundo().ocupado && ElMundo().ocupado()) {
+            more_.wait_for(guard, std::chrono::milliseconds(2));
+            if (std::chrono::steady_clock::now() > end) throw std::logic_error("un trabajo no acaba");
+        }
         const auto tasks = std::exchange(posted_, {});
         guard.unlock();
         for (const auto& task : tasks) task();
         return !tasks.empty();
     }
 
+  private:
     static void Turno() {
         auto& guion = ElMundo().guion;
         if (guion.empty()) throw std::logic_error("el guion se ha acabado y un bucle sigue esperando");
@@ -57,6 +68,7 @@ class Backend : public Lx::CAppBackend {
     std::atomic<bool> fin_ = false;
     int codigo_ = 0;
     std::mutex mutex_;
+    std::condition_variable more_;
     std::vector<std::function<void()>> posted_;
 };
 
@@ -84,6 +96,7 @@ Aplicacion::~Aplicacion() {
     // What the test left there may hold objects of its own.
     ElMundo().guion.clear();
     ElMundo().tareas.clear();
+    ElMundo().ocupado = nullptr;
     ElMundo().abrirPdf = nullptr;
     ElMundo().elegirFichero = nullptr;
 }
@@ -108,6 +121,7 @@ Lx::Size Lienzo::MeasureText(const std::string& utf8, const std::string&, int al
 
 Ventana::~Ventana() {
     if (duena_) --ElMundo().ventanasVivas;
+    std::erase(ElMundo().abiertas, duena_);
 }
 
 bool Ventana::Create(Lx::CWindow* owner, const std::string& title, const Lx::Size& clientSize) {
@@ -115,6 +129,7 @@ bool Ventana::Create(Lx::CWindow* owner, const std::string& title, const Lx::Siz
     if (!ElMundo().aceptaVentanas) return false;
     duena_ = owner;
     ++ElMundo().ventanasVivas;
+    ElMundo().abiertas.push_back(owner);
     return true;
 }
 
@@ -136,6 +151,11 @@ void Ventana::Desmontar() {
 
 float Ventana::GetScale() const {
     return ElMundo().escala;
+}
+
+Lx::CWindow& Arriba() {
+    if (ElMundo().abiertas.empty()) throw std::logic_error("no hay ninguna ventana");
+    return *ElMundo().abiertas.back();
 }
 
 Ventana& De(const Lx::CWindow& ventana) {
@@ -209,6 +229,15 @@ bool Orden(Lx::CWindow& ventana, Lx::EditCommand orden, std::string* texto) {
     const bool consumida = Enviar(ventana, ev);
     if (texto) *texto = ev.text;
     return consumida;
+}
+
+void HastaQue(const std::function<bool()>& cumplido) {
+    auto& backend = static_cast<Backend&>(*Lx::LxApp::s_pApp->backend);
+    const auto fin = std::chrono::steady_clock::now() + kPatience;
+    while (!cumplido()) {
+        backend.RunPosted();
+        if (std::chrono::steady_clock::now() > fin) throw std::logic_error("lo que se espera no llega");
+    }
 }
 
 size_t HacerTareas() {

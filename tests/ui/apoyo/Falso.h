@@ -3,7 +3,8 @@
 //   Falso::Clic(ventana, 20, 10);  Falso::Teclear(ventana, "hola");  Falso::Tecla(ventana, Lx::KeyCode::Enter);
 //   EXPECT_THAT(Falso::Pintar(ventana), Contains("FillRect 0,0,10,10 #f0f0f0ff"));
 // Modal loops and Run() take what "happens" from ElMundo().guion, one function per turn; a loop that finds it empty
-// while it still waits throws, so that a test can't hang.
+// while it still waits throws, so that a test can't hang. What other threads post comes first, and is waited for while
+// ElMundo().ocupado says that more will come.
 #pragma once
 
 #include <deque>
@@ -137,8 +138,10 @@ struct Mundo {
     float escala = 1;
     std::deque<std::function<void()>> guion;  // what happens in the loops, in order
     std::vector<Tarea> tareas;                // CallLater; see HacerTareas
+    std::function<bool()> ocupado;            // threads are at work for the windows
     Lienzo medidor;
     int ventanasVivas = 0;
+    std::vector<Lx::CWindow*> abiertas;  // those that have a platform window, the last one on top
 
     // Lx::Pdf::Open; unset it refuses every file.
     std::function<Lx::Pdf::IDocument*(const std::string& ruta, std::string& error)> abrirPdf;
@@ -160,6 +163,8 @@ class Aplicacion {
     Lx::LxApp* app_;
 };
 
+// The window on top.
+Lx::CWindow& Arriba();
 // The platform window of a window that is created.
 Ventana& De(const Lx::CWindow& ventana);
 
@@ -175,6 +180,8 @@ void Teclear(Lx::CWindow& ventana, const std::string& utf8);
 // `texto` is the clipboard's for Paste, and afterwards what the control put there.
 bool Orden(Lx::CWindow& ventana, Lx::EditCommand orden, std::string* texto = nullptr);
 
+// Goes round the loop until it is true; throws when that takes too long.
+void HastaQue(const std::function<bool()>& cumplido);
 // Runs what CallLater has recorded until now, and gives how many tasks that were.
 size_t HacerTareas();
 // What PaintAll draws; a control alone draws without clip.

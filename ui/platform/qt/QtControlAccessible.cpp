@@ -86,7 +86,9 @@ class CQtAccessibleRow : public CQtAccessibleObject {
     int indexOfChild(const QAccessibleInterface*) const override { return -1; }
     QAccessible::Role role() const override { return QAccessible::ListItem; }
     QString text(QAccessible::Text t) const override {
-        return t == QAccessible::Name && isValid() ? Text(Item().name) : QString();
+        if (!isValid()) return {};
+        if (t == QAccessible::Description) return Text(Item().description);
+        return t == QAccessible::Name ? Text(Item().name) : QString();
     }
     QAccessible::State state() const override {
         QAccessible::State s;

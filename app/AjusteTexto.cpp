@@ -1,4 +1,4 @@
-#include "app/Texto.h"
+#include "app/AjusteTexto.h"
 
 #include <algorithm>
 #include <utility>

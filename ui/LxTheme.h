@@ -1,0 +1,99 @@
+// Every colour of the toolkit and of the windows made with it, by what it is for, in a light and a dark set. No other
+// file holds a colour of its own.
+#pragma once
+
+#include <cstddef>
+
+#include "ui/LxTypes.h"
+
+namespace Lx {
+
+enum class ColorRole : size_t {
+    // The application's windows. They come first, in the order of its palette.
+    AppBackground,
+    AppHeader,
+    AppTitle,
+    AppLine,
+    AppBar,
+    AppBarText,
+    AppPanel,
+    AppText,
+    AppQuietText,
+    AppSubtitle,
+    AppBorder,
+    AppSuccess,
+    AppError,
+    AppButton,
+    AppButtonText,
+    AppButtonHover,
+    AppCancel,
+    AppFooter,
+    AppCredit,
+    // Beyond the palette.
+    AppOnFooter,  // text of the status band
+    AppOnCancel,  // text of a button that gives up
+    AppView,      // around the page
+
+    Window,
+    Accent,  // focus, marks
+    Selection,
+    SelectedText,  // behind the selected part of an edit's text
+    Hover,
+    QuietText,  // captions
+    HintText,   // placeholders
+    Hairline,
+    Field,
+    ListHeader,
+    CardGround,
+    CardBorder,
+    Pill,
+    PopupBorder,
+    PopupShadow,
+    Track,
+    Thumb,
+    ThumbDragged,
+    View,
+    ViewMessage,
+    Paper,
+    PaperMessage,
+    PaperBorder,
+    PaperShadow,
+
+    // Buttons, and what fields take from them.
+    Button,
+    ButtonText,
+    ButtonBorder,
+    ButtonHover,
+    ButtonHoverBorder,
+    ButtonActive,
+    ButtonActiveText,
+    ButtonDisabled,
+    ButtonDisabledText,
+    ButtonDisabledBorder,
+    // Where a button's own sheet doesn't say.
+    PlainButton,
+    PlainBorder,
+    PlainRing,
+    PlainHover,
+    PlainPressed,
+
+    // Text that goes by how light its background is.
+    TextOnDark,
+    TextOnLight,
+    LabelOnDark,
+    LabelOnLight,
+    DisabledLight,
+    DisabledDark,
+
+    Count,
+};
+
+enum class ThemeSet { Light, Dark };
+
+[[nodiscard]] const Color& ThemeColor(ColorRole role, ThemeSet set);
+// Of the set in force.
+[[nodiscard]] const Color& ThemeColor(ColorRole role);
+// For what is made from now on: windows and controls take their colours when they are made. At the start it is Light.
+void SetTheme(ThemeSet set);
+
+}  // namespace Lx
