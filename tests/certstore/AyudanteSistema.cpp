@@ -57,14 +57,20 @@ class OtroUsuario {
     CK_SESSION_HANDLE sesion_ = 0;
 };
 
+bool Preguntar(const std::string& almacen, int intento, bool ultimo, std::string& clave) {
+    std::cout << "pregunta " << almacen << " " << intento << (ultimo ? " ultimo" : "") << "\n";
+    return static_cast<bool>(std::getline(std::cin, clave));
+}
+
 void Firmar(const Contexto& ctx, const std::vector<Entrada>& lista, const std::vector<std::string>& args) {
     for (const Entrada& e : lista) {
         if (e.cert.subjectCN != args[1]) continue;
         std::string mensaje;
         const auto firmar = [&](const std::vector<unsigned char>& datos, std::string&) {
-            std::vector<unsigned char> firma;
-            static_cast<void>(Firmar(e, ctx, datos, firma, mensaje));
-            return firma;
+            Lx::Control control;
+            FirmaHecha hecha = FirmarCon(e, ctx, datos, Preguntar, control);
+            mensaje = hecha.fallo.frase;
+            return hecha.firma;
         };
         const LxPdfSigner::Resultado r = LxPdfSigner::Firmar(args[2], args[3], e.cert, firmar, {}, {});
         std::cout << (r.firmado ? "firmado" : mensaje) << "\n";
@@ -86,10 +92,6 @@ int main(int argc, char** argv) {
     ctx.rutaPkcs12 = opciones["--p12"];
     std::getline(std::cin, ctx.clavePkcs12);
     ctx.pin = ctx.clavePkcs12;
-    PonerPreguntaClave([](const std::string& almacen, int intento, bool ultimo, std::string& clave) {
-        std::cout << "pregunta " << almacen << " " << intento << (ultimo ? " ultimo" : "") << "\n";
-        return static_cast<bool>(std::getline(std::cin, clave));
-    });
     std::string resumen;
     const std::vector<Entrada> lista = Listar(ctx, resumen);
     if (args.at(0) == "listar") {
