@@ -76,8 +76,11 @@ std::string Firmar(const Contexto& ctx, const std::vector<Entrada>& lista, const
             return hecha.firma;
         };
         const LxPdfSigner::Resultado r = LxPdfSigner::Firmar(args[2], args[3], e.cert, firmar, {}, {});
-        if (!r.firmado) return std::string(NombreDe(hecha.fallo.motivo)) + ": " + hecha.fallo.frase;
-        return control.Ver().comprometido ? "firmado" : "firmado sin comprometerse";
+        const bool comprometido = control.Ver().comprometido;
+        if (r.firmado) return comprometido ? "firmado" : "firmado sin comprometerse";
+        const bool ajena = hecha.fallo.motivo == Lx::Motivo::ClaveAjena;  // its key did sign
+        return std::string(NombreDe(hecha.fallo.motivo)) + ": " + hecha.fallo.frase +
+               (comprometido == ajena ? "" : " comprometido");
     }
     return "no esta en la lista";
 }

@@ -274,7 +274,7 @@ TEST_F(Sistema, Contrasenas) {
         {"mala\nmaestra\n", "", 2},
         {"mala\npeor\nmaestra\n", "", 3},
         {"1\n2\n3\nmaestra\n", "", 3, mala + "."},
-        {"cancelar\nmaestra\n", "", 1, cancelada},
+        {"cancelar\nmala\n", "", 1, cancelada},
         {"", "LastVersion=146.0_2/2\n", 1, cancelada},
         {"mala\n", "", 2, cancelada},
         {"maestra\n", "LastVersion=146.0_20/20\n", 1},
@@ -359,6 +359,10 @@ TEST_F(Sistema, ClavesQueNoEstanONoSon) {
     Guion("ficha; guardar cert Berta.pem --id 01; guardar privkey ana/key.pem --id 01");
     EXPECT_EQ(Firmar("Berta", "\n1234\n"),
               "pregunta Ficha 1\nClaveAjena: La clave que firmo no corresponde al certificado elegido (Berta).\n");
+    EXPECT_EQ(
+        Ayudante({"firmar", "Berta", "doc.pdf", casa / "s.pdf"}, "\n1234\n", {"PKCS11_DESVIO=no firma"}),
+        "pregunta Ficha 1\nAlmacenNoFirma: el almacen NSS rechazo firmar: fallo el dispositivo o la base de claves "
+        "esta dañada.\n");
     EXPECT_EQ(Ayudante({"--antes", "rm -r \"$CASA\"/fichas/*", "firmar", "Berta", "doc.pdf", casa / "s.pdf"}),
               "SinClave: no hay clave privada en el almacen NSS para Berta.\n");
 }
