@@ -212,12 +212,9 @@ ListadoSistema LeerSistema(std::vector<Entrada>& lista, Control& control) {
         seguir = !control.Cancelado();
         return seguir ? ListarToken(token, l) : CKR_OK;
     });
+    if (control.Cancelado()) return {kCancelada, {Motivo::Cancelado, kCancelada}};
     ListadoSistema listado{ExplicarListado(l, r), {}};
-    const bool nada = lista.size() == l.primero && !l.visto;
-    if (control.Cancelado())
-        listado.fallo = {Motivo::Cancelado, kCancelada};
-    else if (nada && (r.faltaSoftokn || r.codigo != CKR_OK))
-        listado.fallo = {Motivo::SinAlmacen, listado.texto};
+    if (!l.visto && (r.faltaSoftokn || r.codigo != CKR_OK)) listado.fallo = {Motivo::SinAlmacen, listado.texto};
     return listado;
 }
 

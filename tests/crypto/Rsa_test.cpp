@@ -76,6 +76,7 @@ TEST(Rsa, FormaDelMensajeCodificado) {
     EXPECT_TRUE(Valida(ConExponenteUno(62), ConExponenteUno(62).firma));
     EXPECT_FALSE(Valida(ConExponenteUno(61), ConExponenteUno(61).firma)) << "fewer than eight bytes FF";
     const Clave c = ConExponenteUno(128);
+    EXPECT_FALSE(Valida(c, Bytes(c.firma.begin() + 1, c.firma.end()))) << "the same number in a byte less";
     for (size_t i = 0; i < 128; ++i) {
         Bytes otra = c.firma;
         otra[i] ^= 0x40;
