@@ -27,9 +27,6 @@ namespace {
 constexpr size_t kPieza = 256U << 10;
 constexpr size_t kAnillo = 8;
 constexpr uint64_t kVolcado = 16;  // pieces that are sent to the disk together
-// From here on the copy goes at the disk's pace: what is on its way there can't be called back, and whoever cancels
-// would wait for it.
-constexpr uint64_t kAlPasoDesde = 512U << 20;
 // Below it a thread costs more than it saves.
 constexpr uint64_t kParaleloDesde = 2U << 20;
 
@@ -152,15 +149,6 @@ void Copia::Trabajar() {
     }
 }
 
-// After `movidas` pieces.
-void Copia::Volcar(uint64_t movidas) const {
-    constexpr uint64_t kBytes = kVolcado * kPieza;
-    if (movidas % kVolcado != 0) return;
-    const uint64_t fin = movidas * kPieza;
-    EmpezarAVolcar(nuevo_.Fd(), fin - kBytes, kBytes);
-    if (fuente_->Longitud() >= kAlPasoDesde && fin > kBytes) EsperarVolcado(nuevo_.Fd(), fin - 2 * kBytes, kBytes);
-}
-
 void Copia::Contar() {
     const uint64_t hechas = *std::min_element(hechas_.begin(), hechas_.end());
     if (contar_) control_->Avanzar(std::min(hechas * kPieza, fuente_->Longitud()));
@@ -180,7 +168,8 @@ Motivo Copia::Hacer(size_t tarea, uint64_t pieza) {
             if (!fuente_->Leer(pieza * kPieza, largo, leida.data())) return Motivo::Cambiado;
             if (nuevo_.Directa()) return Motivo::Ninguno;
             if (!Lx::Api::EscribirTodo(nuevo_.Fd(), {leida.data(), largo})) return Motivo::SalidaIncompleta;
-            Volcar(pieza + 1);
+            if ((pieza + 1) % kVolcado == 0)
+                EmpezarAVolcar(nuevo_.Fd(), (pieza + 1 - kVolcado) * kPieza, kVolcado * kPieza);
             return Motivo::Ninguno;
         case kCubrir:
             if (!juntos_) {

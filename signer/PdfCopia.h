@@ -66,7 +66,6 @@ class Copia {
     [[nodiscard]] Lx::Motivo Hacer(size_t tarea, uint64_t pieza);
     void Parar();
     void Contar();
-    void Volcar(uint64_t movidas) const;
     [[nodiscard]] Lx::Motivo Anadir(std::string_view actualizacion, const std::vector<unsigned char>& digest);
     [[nodiscard]] Lx::Motivo EscribirDirecta(std::string_view actualizacion, const std::vector<unsigned char>& digest);
     [[nodiscard]] bool Fallo(Lx::Motivo causa, Lx::Motivo& motivo, std::string& error) const;

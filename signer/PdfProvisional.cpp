@@ -90,11 +90,6 @@ void EmpezarAVolcar(int fd, uint64_t desde, uint64_t n) {
     static_cast<void>(hecho);
 }
 
-void EsperarVolcado(int fd, uint64_t desde, uint64_t n) {
-    constexpr unsigned kTodo = SYNC_FILE_RANGE_WAIT_BEFORE | SYNC_FILE_RANGE_WRITE | SYNC_FILE_RANGE_WAIT_AFTER;
-    static_cast<void>(sync_file_range(fd, static_cast<off64_t>(desde), static_cast<off64_t>(n), kTodo));
-}
-
 bool Provisional::Crear(bool sinNombre, mode_t permisos) {
     // The name comes through /proc.
     if (sinNombre && access("/proc/self/fd", X_OK) == 0) {
