@@ -146,7 +146,8 @@ TEST_F(Programa, ComoEmpieza) {
     Clic(Espera("Velmora 2026"), kFirmar);
     Ve("label.No hay ningun documento abierto");
     // A page program that says nothing doesn't keep the window from appearing.
-    ASSERT_EQ(Guion("printf '#!/bin/sh\nexec sleep 60' > solo/velmora-pagina && chmod +x solo/velmora-pagina").codigo, 0);
+    ASSERT_EQ(Guion("printf '#!/bin/sh\nexec sleep 60' > solo/velmora-pagina && chmod +x solo/velmora-pagina").codigo,
+              0);
     Lanzar("exec solo/velmora contrato.pdf");
     Espera("Velmora 2026");
     const auto visible = std::chrono::steady_clock::now();
