@@ -344,7 +344,7 @@ void Quitar(Quita que) {
     constexpr auto kAvisos = SECCOMP_FILTER_FLAG_NEW_LISTENER;
     seccomp_rule_add(sin, SCMP_ACT_ERRNO(ENOSYS), SCMP_SYS(landlock_create_ruleset), 0);
     if (que == Quita::Avisos) rehusar(SCMP_SYS(seccomp), {1, SCMP_CMP_MASKED_EQ, kAvisos, kAvisos});
-    if (que == Quita::QuienLosOiga) rehusar(SCMP_SYS(seccomp), {0, SCMP_CMP_EQ, SECCOMP_GET_NOTIF_SIZES, 0});
+    if (que == Quita::QuienLosOiga) seccomp_rule_add(sin, SCMP_ACT_ERRNO(EMFILE), SCMP_SYS(eventfd2), 0);
     if (que == Quita::Todo) {
         seccomp_rule_add(sin, SCMP_ACT_ERRNO(ENOSYS), SCMP_SYS(seccomp), 0);
         rehusar(SCMP_SYS(prctl), {0, SCMP_CMP_EQ, PR_SET_SECCOMP, 0});
