@@ -5,6 +5,7 @@
 #include "app/AjusteTexto.h"
 #include "app/DlgFirmar.h"
 #include "app/Etapas.h"
+#include "crypto/LxSecreto.h"
 #include "ui/LxButton.h"
 #include "ui/LxEdit.h"
 #include "ui/LxLabel.h"
@@ -73,6 +74,7 @@ void CDlgFirmar::Listar(Despues despues) {
 
 // A card was put in or taken out.
 void CDlgFirmar::OnTarjeta() {
+    Lx::Limpiar(ctx_.pin);
     if (tarea_.EnMarcha())
         otraTarjeta_ = true;
     else
@@ -150,7 +152,10 @@ void CDlgFirmar::OnLista(int indice) {
     if (haySeleccion_) {
         seleccion_ = EntradaDe(static_cast<size_t>(indice));
         aptitud_ = certificados_.aptitudes[orden_[static_cast<size_t>(indice)]];
-        ctx_.lector = seleccion_.origen == Origen::Dnie ? seleccion_.lector : "";
+        const std::string lector = seleccion_.origen == Origen::Dnie ? seleccion_.lector : "";
+        // A PIN is of use with its own reader alone.
+        if (lector != ctx_.lector) Lx::Limpiar(ctx_.pin);
+        ctx_.lector = lector;
     }
     firmar_->SetEnabled(haySeleccion_ && aptitud_.Salvable());
     if (haySeleccion_) Invalidate(nullptr);

@@ -4,6 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "ui/LxTypes.h"
+
 namespace Lx {
 
 enum class AccessibleRole { None, Button, ToggleButton, Label, Edit, PasswordEdit, ComboBox, List, Document };
@@ -12,6 +14,7 @@ struct AccessibleItem {
     std::string name;  // all texts of the row
     bool selected = false;
     std::string description{};  // may be empty
+    Rect rect{};                // in client coordinates; empty where it isn't drawn by itself
 };
 
 struct AccessibleInfo {

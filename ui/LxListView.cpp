@@ -350,7 +350,8 @@ AccessibleInfo CListView::Accessibility() const {
             const bool titled = c > 0 && c < columns_.size() && !columns_[c].title.empty();
             name += (name.empty() ? "" : ", ") + (titled ? columns_[c].title + ": " : "") + values[c];
         }
-        info.items.push_back({std::move(name), static_cast<int>(i) == selected_, items_[i].why});
+        info.items.push_back(
+            {std::move(name), static_cast<int>(i) == selected_, items_[i].why, ItemRect(static_cast<int>(i))});
     }
     return info;
 }

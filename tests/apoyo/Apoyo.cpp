@@ -11,6 +11,7 @@
 #include <fstream>
 #include <iterator>
 #include <memory>
+#include <sstream>
 
 #include "crypto/LxApi.h"
 
@@ -54,8 +55,10 @@ CarpetaTemporal::~CarpetaTemporal() {
 }
 
 std::string LeerFichero(const std::string& ruta) {
-    std::ifstream f(ruta, std::ios::binary);
-    return {std::istreambuf_iterator<char>(f), {}};
+    const std::ifstream f(ruta, std::ios::binary);
+    std::ostringstream texto;
+    texto << f.rdbuf();  // which doesn't throw when a file of /proc ends with its process
+    return texto.str();
 }
 
 void EscribirFichero(const std::string& ruta, std::string_view datos) {

@@ -19,12 +19,9 @@ namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::Not;
 
-struct Sitio {
-    int x, y;
-};
-constexpr Sitio kFirmar{174, 68}, kHoja{739, 68};                                         // main window
-constexpr Sitio kSello{220, 360}, kAceptar{490, 422}, kRuta{220, 464}, kClave{552, 464};  // certificate dialog
-constexpr Sitio kAceptarPin{244, 205};
+// What the mouse goes to, as an assistive tool names it; of several the last one, which is in the window on top.
+constexpr const char *kFirmar = "button.Firmar", *kHoja = "text.Página", *kSello = "combo box.Sello visual",
+                     *kRuta = "text.PKCS#12", *kClave = "password text.Contraseña";
 constexpr int kDistintos =
     40;  // squares of a picture that may look otherwise: a button has more, another font makes less
 
@@ -64,6 +61,7 @@ class Programa : public ConTarjeta {
         todo.insert(todo.end(), {"sh", "-c", "V=" VELMORA "; " + orden});
         Apoyo::Variables entorno = pantalla_.Entorno();
         entorno.emplace_back("QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1");
+        programa_.reset();  // or its window would be taken for the new one's
         programa_ = std::make_unique<Apoyo::CPrograma>(todo, entorno);
     }
     void Abrir(const std::string& documento) {
@@ -73,11 +71,20 @@ class Programa : public ConTarjeta {
     }
     // Waits for a line that matches, "role|name|states|text"; gives all lines.
     std::string Ve(const std::string& patron, int segundos = 15) {
-        const Apoyo::Salida s = pantalla_.EjecutarAqui({"/usr/bin/python3", TEXTOS, patron, std::to_string(segundos)});
+        const Apoyo::Salida s =
+            pantalla_.EjecutarAqui({"/usr/bin/python3", "-W", "ignore", TEXTOS, patron, std::to_string(segundos)});
         EXPECT_EQ(s.codigo, 0) << "no line " << patron << " in\n" << s.texto << s.errores;
         return s.texto;
     }
-    void Clic(const std::string& ventana, Sitio s) { pantalla_.Clic(ventana, s.x, s.y); }
+    // The mouse goes to the thing, and clicks it.
+    void Senalar(const std::string& cosa, bool clic = false) {
+        const Apoyo::Salida s =
+            pantalla_.EjecutarAqui({"/usr/bin/python3", "-W", "ignore", TEXTOS, cosa, "15", "donde"});
+        int x = 0, y = 0;
+        ASSERT_EQ(std::sscanf(s.texto.c_str(), "%d %d", &x, &y), 2) << "no " << cosa << " in\n" << s.texto << s.errores;
+        clic ? pantalla_.Clic("", x, y) : pantalla_.Mover("", x, y);
+    }
+    void Clic(const std::string& cosa) { Senalar(cosa, true); }
     void Escribir(const std::string& texto) {
         pantalla_.Pulsar("ctrl+a");
         pantalla_.Teclear(texto);
@@ -89,19 +96,25 @@ class Programa : public ConTarjeta {
         EXPECT_NE(ventana, "") << titulo << "\n" << programa_->Errores();
         return ventana;
     }
-    // Opens the certificate dialog.
+    // Opens the certificate dialog, and waits for its list.
     std::string Elegir() {
-        Clic(ventana_, kFirmar);
-        return Espera("Selecciona el certificado digital");
+        Clic(kFirmar);
+        std::string dialogo = Espera("Selecciona el certificado digital");
+        Ve(R"(label.*(certificado\(s\)|No hay ningun certificado))");
+        return dialogo;
     }
-    std::string ElegirPkcs12() {
-        const std::string dialogo = Elegir();
-        Clic(dialogo, kRuta);
+    void ElegirPkcs12() {
+        Elegir();
+        Clic(kRuta);
         pantalla_.Teclear(identidad_->p12);
-        Clic(dialogo, kClave);
+        Clic(kClave);
         Escribir(identidad_->password);
         Ve(R"(list item.*PKCS#12.*del fichero)");
-        return dialogo;
+    }
+    // With what the dialog has chosen.
+    void FirmarConElPrimero() {
+        Elegir();
+        pantalla_.Pulsar("Return");
     }
     std::string ElPin() { return Espera("PIN del DNI"); }
 
@@ -119,12 +132,12 @@ class Programa : public ConTarjeta {
 TEST_F(Programa, PasaLasHojas) {
     ASSERT_EQ(Guion("qpdf --empty --pages contrato.pdf contrato.pdf contrato.pdf -- tres.pdf").codigo, 0);
     Abrir("tres.pdf");
-    const Apoyo::Filas<Sitio, std::string, std::string> filas = {
-        {{816, 68}, "", "2 / 3"}, {{864, 68}, "", "3 / 3"}, {{662, 68}, "", "2 / 3"},
-        {{614, 68}, "", "1 / 3"}, {kHoja, "9", "3 / 3"},    {kHoja, "x", "3 / 3"},
+    const Apoyo::Filas<std::string, std::string, std::string> filas = {
+        {R"(button.>\|)", "", "2 / 3"},  {R"(button.>>\|)", "", "3 / 3"}, {R"(button.<\|)", "", "2 / 3"},
+        {R"(button.<<\|)", "", "1 / 3"}, {kHoja, "9", "3 / 3"},           {kHoja, "x", "3 / 3"},
     };
     for (const auto& [donde, escribe, queda] : filas) {
-        Clic(ventana_, donde);
+        Clic(donde);
         if (!escribe.empty()) Escribir(escribe);
         Ve(R"(text\|.*\|)" + queda + "$");
     }
@@ -143,7 +156,8 @@ TEST_F(Programa, ComoEmpieza) {
     ASSERT_EQ(Guion("mkdir solo && cp $(dirname $CLI)/velmora solo").codigo, 0);
     Lanzar("exec solo/velmora");
     Ve("label.Pulsa 'Abrir PDF' para cargar un documento");
-    Clic(Espera("Velmora 2026"), kFirmar);
+    Espera("Velmora 2026");
+    Clic(kFirmar);
     Ve("label.No hay ningun documento abierto");
     // A page program that says nothing doesn't keep the window from appearing.
     ASSERT_EQ(Guion("printf '#!/bin/sh\nexec sleep 60' > solo/velmora-pagina && chmod +x solo/velmora-pagina").codigo,
@@ -158,40 +172,83 @@ TEST_F(Programa, ComoEmpieza) {
     EXPECT_EQ(Apoyo::Cuenta(programa_->Errores(), "\n"), 1U) << programa_->Errores();
 }
 
-TEST_F(Programa, LoSuyoSeVaConEl) {
-    Lanzar("exec $V contrato.pdf 0<&- 2>&-");
-    Espera("Velmora 2026");
-    const std::string proceso = "/proc/" + std::to_string(programa_->Pid());
-    for (const char* cerrado : {"/fd/0", "/fd/2"}) EXPECT_EQ(fs::read_symlink(proceso + cerrado), "/dev/null");
-    EXPECT_THAT(Apoyo::LeerFichero(proceso + "/limits"), testing::ContainsRegex("core file size +0 +0 "));
-    kill(programa_->Pid(), SIGTERM);
-    EXPECT_EQ(programa_->Esperar(), 128 + SIGTERM);
+// What it is told to end by, and at which moment. It is gone within a second, and nothing of it is left.
+TEST_F(Programa, LoTerminaUnaSenal) {
+    ASSERT_TRUE(Insertar({Dnie()}));
+    const Apoyo::Filas<int, std::function<void()>> filas = {
+        {SIGTERM, [] {}},
+        {SIGINT, [this] { Elegir(); }},
+        {SIGHUP, [this] { FirmarConElPrimero(), ElPin(); }},
+        {SIGTERM, [this] { pantalla_.Pulsar("ctrl+o"), Espera("Abrir documento PDF"); }},
+    };
+    for (const auto& [senal, antes] : filas) {
+        SCOPED_TRACE(senal);
+        Lanzar("exec $V contrato.pdf 0<&- 2>&-");
+        Espera("Velmora 2026");
+        Ve("label.contrato.pdf");
+        const std::string proceso = "/proc/" + std::to_string(programa_->Pid());
+        for (const char* cerrado : {"/fd/0", "/fd/2"}) EXPECT_EQ(fs::read_symlink(proceso + cerrado), "/dev/null");
+        EXPECT_THAT(Apoyo::LeerFichero(proceso + "/limits"), testing::ContainsRegex("core file size +0 +0 "));
+        antes();
+        const auto inicio = std::chrono::steady_clock::now();
+        kill(programa_->Pid(), senal);
+        EXPECT_EQ(programa_->Esperar(), 128 + senal);
+        EXPECT_LT(std::chrono::steady_clock::now() - inicio, std::chrono::milliseconds(1500));
+    }
     EXPECT_EQ(Guion("ls -A $XDG_RUNTIME_DIR").texto, "");
+    EXPECT_FALSE(fs::exists(En("contrato_firmao.pdf")));
+}
+
+TEST_F(Programa, ElDiagnosticoNoNecesitaPantalla) {
+    Lanzar("exec env -u DISPLAY $V --diagnostico");
+    EXPECT_EQ(programa_->Esperar(), 1);
+    EXPECT_THAT(programa_->Texto(), HasSubstr("No se puede firmar"));
+    ASSERT_TRUE(Insertar({Dnie()}));
+    Lanzar("exec env -u DISPLAY $V --diagnostico");
+    EXPECT_EQ(programa_->Esperar(), 0);
+    EXPECT_THAT(programa_->Texto(), HasSubstr("Se puede firmar con esta tarjeta"));
+    EXPECT_THAT(programa_->Texto(), Not(HasSubstr("TITULAR")));
+}
+
+// A card that goes takes the remembered PIN with it; the dialog that is open sees it come and go.
+TEST_F(Programa, LaTarjetaVaYViene) {
+    ASSERT_TRUE(Insertar({Dnie()}));
+    Abrir("contrato.pdf");
+    FirmarConElPrimero();
+    DarPin(kBueno);
+    Ve("label.contrato_firmao.pdf", 40);
+    EXPECT_TRUE(EstaEnMemoria(programa_->Pid(), kBueno));
+    Elegir();
+    Ve(R"(list item.PRUEBA TITULAR)");
+    Retirar();
+    Ve(R"(label.*No hay ningun certificado)");
+    EXPECT_FALSE(EstaEnMemoria(programa_->Pid(), kBueno));
+    Meter(Dnie());
+    Ve(R"(list item.PRUEBA TITULAR[^|]*\|[A-Z ]*SELECTED)");
 }
 
 TEST_F(Programa, DosFirmasConUnFichero) {
     Escribir("contrato_firmao.pdf", "ocupado");
     Abrir("contrato.pdf");
-    std::string dialogo = Elegir();
+    Elegir();
     pantalla_.Pulsar("Escape");
     ASSERT_TRUE(pantalla_.EsperarCierre("Selecciona"));
     Ve("label.contrato.pdf");
-    dialogo = Elegir();
-    Clic(dialogo, kRuta);
+    Elegir();
+    Clic(kRuta);
     pantalla_.Teclear(identidad_->p12);
-    Clic(dialogo, kClave);
+    Clic(kClave);
     Escribir("mala");
     Ve(R"(label.*contraseña incorrecta o fichero dañado\).*No hay ningun certificado)");
-    Clic(dialogo, kClave);
+    Clic(kClave);
     Escribir(identidad_->password);
     Ve(R"(list item.Ana.*PKCS#12.*del fichero)");
-    Clic(dialogo, kAceptar);
+    Clic(kFirmar);
     Ve("label.contrato_firmao2.pdf");
     Ve(R"(button.Firmado: contrato_firmao2.pdf  \(\d+ bytes\))");
     EXPECT_TRUE(Apoyo::PdfValido(En("contrato_firmao2.pdf"), *identidad_));
     // File and password are remembered.
-    dialogo = Elegir();
-    pantalla_.Pulsar("Return");
+    FirmarConElPrimero();
     Ve("label.contrato_firmao2_firmao.pdf");
     EXPECT_TRUE(Apoyo::PdfValido(En("contrato_firmao2_firmao.pdf"), *identidad_, 2));
     EXPECT_EQ(Leer("contrato_firmao.pdf"), "ocupado");
@@ -207,12 +264,12 @@ TEST_F(Programa, CadaSello) {
     std::string entrada = "t";
     for (const auto& [abajo, paginas] : filas) {
         SCOPED_TRACE(abajo);
-        const std::string dialogo = abajo == 0 ? ElegirPkcs12() : Elegir();
-        Clic(dialogo, kSello);
+        abajo == 0 ? ElegirPkcs12() : static_cast<void>(Elegir());
+        Clic(kSello);
         for (int i = 0; i < abajo; ++i) pantalla_.Pulsar("Down");
         pantalla_.Pulsar("Return");
         if (abajo == 3) pantalla_.Teclear("1, 3");
-        Clic(dialogo, kAceptar);
+        Clic(kFirmar);
         entrada += "_firmao";
         Ve("label." + entrada + ".pdf");
         const std::string nuevo = Leer(entrada + ".pdf");
@@ -241,11 +298,10 @@ TEST_F(Programa, ElAlmacenPideSuClave) {
     pantalla_.Pulsar("Return");
     Ve("label.contrato_firmao.pdf");
     EXPECT_TRUE(Apoyo::PdfValido(En("contrato_firmao.pdf"), *identidad_));
-    Elegir();
-    pantalla_.Pulsar("Return");
+    FirmarConElPrimero();
     Espera("Contraseña del almacén");
     pantalla_.Pulsar("Escape");
-    Ve("label.*cancel");
+    Ve("button.Firma cancelada por el usuario");
     EXPECT_FALSE(fs::exists(En("contrato_firmao_firmao.pdf")));
 }
 
@@ -256,9 +312,9 @@ TEST_F(Programa, CadaTarjeta) {
         ASSERT_TRUE(Insertar({Dnie(perfil, perfil % 2 == 1)}));
         std::atomic<bool> visto = false;
         Abrir("contrato.pdf");
-        const std::string dialogo = Elegir();
+        Elegir();
         Ve(R"(list item.PRUEBA TITULAR.*DNIe)");
-        Clic(dialogo, kAceptar);
+        Clic(kFirmar);
         ElPin();
         Ve("label.Quedan 3 intentos");
         pantalla_.Teclear(kBueno);
@@ -277,40 +333,36 @@ TEST_F(Programa, UnPinMaloCuestaUnIntento) {
     e.intentos = 2;
     ASSERT_TRUE(Insertar({e}));
     Abrir("contrato.pdf");
-    Elegir();
-    pantalla_.Pulsar("Return");
+    FirmarConElPrimero();
     ElPin();
     Ve("label.Quedan 2 intentos");
     pantalla_.Pulsar("Escape");
     ASSERT_TRUE(pantalla_.EsperarCierre("PIN del DNI"));
     // One that isn't sent was not refused: it isn't asked for again.
-    Elegir();
-    pantalla_.Pulsar("Return");
+    FirmarConElPrimero();
     DarPin("741");
-    Ve("label.La tarjeta no admite ese PIN");
+    Ve("label.El PIN debe tener");
     EXPECT_EQ(pantalla_.EsperarVentana("PIN del DNI", 700), "");
     EXPECT_EQ(Tarjeta().Verificaciones(), 0);
-    Elegir();
-    pantalla_.Pulsar("Return");
+    FirmarConElPrimero();
     DarPin(kMalo);
-    // The status line has the engine's sentence, the dialog that comes back what the card counts.
+    // The status line says why, the dialog that comes back what the card counts.
     EXPECT_THAT(Ve("label.Queda 1 intento: si el PIN no es correcto, el DNIe se bloquea"),
-                HasSubstr("label|PIN incorrecto"));
+                HasSubstr("label|El PIN no era correcto: queda 1 intento."));
     EXPECT_EQ(Tarjeta().Verificaciones(), 1);
     EXPECT_FALSE(EstaEnMemoria(programa_->Pid(), kMalo));
     EXPECT_TRUE(EstaEnMemoria(programa_->Pid(), "PRUEBA TITULAR"));  // the search does find
-    const std::string pin = ElPin();
+    ElPin();
     pantalla_.Teclear(kBueno);
-    Clic(pin, kAceptarPin);
+    Clic("button.Aceptar");
     Ve("label.Es el último intento");
     EXPECT_EQ(Tarjeta().Verificaciones(), 1);
-    Clic(pin, kAceptarPin);
+    Clic("button.Aceptar");
     Ve("label.contrato_firmao.pdf");
     EXPECT_EQ(Tarjeta().Verificaciones(), 2);
     EXPECT_TRUE(Apoyo::PdfValido(En("contrato_firmao.pdf"), *titular_));
     // While the card still accepts the PIN of before, it does not count.
-    Elegir();
-    pantalla_.Pulsar("Return");
+    FirmarConElPrimero();
     DarPin(kMalo);
     Ve("label.Queda 1 intento");
     EXPECT_EQ(Tarjeta().Verificaciones(), 3);
@@ -321,11 +373,7 @@ TEST_F(Programa, UnPinBloqueado) {
     e.intentos = 0;
     ASSERT_TRUE(Insertar({e}));
     Abrir("contrato.pdf");
-    Elegir();
-    pantalla_.Pulsar("Return");
-    ElPin();
-    Ve("label.El PIN del DNIe está bloqueado");
-    DarPin(kBueno);
+    FirmarConElPrimero();
     Ve("label.*PIN bloqueado: hay que desbloquearlo con el codigo PUK");
     EXPECT_FALSE(fs::exists(En("contrato_firmao.pdf")));
 }
@@ -335,8 +383,7 @@ TEST_F(Programa, LaTarjetaSeVaMientrasFirma) {
     e.fallos = {{.ins = 0x2A, .retirar = true}};  // PERFORM SECURITY OPERATION
     ASSERT_TRUE(Insertar({e}));
     Abrir("contrato.pdf");
-    Elegir();
-    pantalla_.Pulsar("Return");
+    FirmarConElPrimero();
     DarPin(kBueno);
     Ve("label.No se pudo firmar", 40);
     EXPECT_FALSE(fs::exists(En("contrato_firmao.pdf")));
@@ -357,13 +404,15 @@ TEST_F(Programa, LoQueNoSePuedeEscribirNiFirmar) {
         Abrir(nombre + ".pdf");
         Ve(R"(text\|.*\|1 / 1$)");
         ASSERT_EQ(Guion(antes).codigo, 0);
-        Clic(ElegirPkcs12(), kAceptar);
+        ElegirPkcs12();
+        Clic(kFirmar);
         Ve("label." + frase);
         EXPECT_FALSE(fs::exists(En(nombre + "_firmao.pdf")));
     }
     Lanzar("PATH=/noexiste exec $V contrato.pdf");
     ventana_ = Espera("Velmora 2026");
-    Clic(Elegir(), kRuta);
+    Elegir();
+    Clic(kRuta);
     Escribir(identidad_->p12);
     Ve("label.*hace falta el programa 'openssl' en el PATH");
 }
@@ -372,12 +421,13 @@ TEST_F(Programa, LaCarpetaNoAdmiteLaFirma) {
     if (Guion("unshare -m true").codigo != 0) GTEST_SKIP() << "no mount namespaces";
     for (const auto& [orden, frase] : Apoyo::Filas<std::string, std::string>{
              {"mount -o remount,ro d", "no se pudo abrir d/contrato_firmao.pdf para escritura"},
-             {"head -c 1M /dev/zero > d/relleno", "escritura incompleta de d/contrato_firmao.pdf"},
+             {"head -c 1M /dev/zero > d/relleno", "no queda espacio en el disco para d/contrato_firmao.pdf"},
          }) {
         Lanzar("exec unshare -m sh -c \"mkdir -p d; mount -t tmpfs -o size=64k d d; cp contrato.pdf d; " + orden +
                "; exec $V d/contrato.pdf\"");
         ventana_ = Espera("Velmora 2026");
-        Clic(ElegirPkcs12(), kAceptar);
+        ElegirPkcs12();
+        Clic(kFirmar);
         Ve("label." + frase);
         const fs::path carpeta = "/proc/" + std::to_string(programa_->Pid()) + "/cwd/d";
         EXPECT_TRUE(fs::exists(carpeta / "contrato.pdf"));
@@ -410,15 +460,15 @@ TEST_F(Programa, SeVeComoEnLaGuia) {
     Abrir("Velmora.pdf");
     comparar(ventana_, "ventana");
     std::string dialogo = Elegir();
-    Clic(dialogo, kRuta);
+    Clic(kRuta);
     pantalla_.Teclear("ana.p12");
-    Clic(dialogo, kClave);
+    Clic(kClave);
     Escribir(identidad_->password);
     Ve("list item.*PKCS#12.*del fichero");
-    Clic(dialogo, {300, 70});
-    pantalla_.Mover(dialogo, 300, 390);
+    Clic("list item.PRUEBA");
+    Senalar("label.Documento");
     comparar(dialogo, "certificados");
-    Clic(dialogo, kAceptar);
+    Clic(kFirmar);
     dialogo = ElPin();
     Ve("label.Quedan 3 intentos");
     pantalla_.Teclear(kBueno);

@@ -276,6 +276,7 @@ TEST_F(Ventanas, LaListaSeRehace) {
         tarjeta = sola;
     };
     g_fuentes.entradas = {Apta(Origen::Dnie, "Ana"), Apta(Origen::Sistema, "Berta"), Apta(Origen::Pkcs12, "Eva")};
+    EXPECT_EQ(Elegir({"otro", "1234", "", ""})->Contexto().pin, "") << "another reader's";
     const auto d = Elegir({"lector", "1234", "", ""});
     auto& lista = Control<Lx::CListView>(*d, 0);
     EXPECT_EQ(visto.pin, "1234");
@@ -296,16 +297,16 @@ TEST_F(Ventanas, LaListaSeRehace) {
         EXPECT_EQ(d->HaySeleccion() ? d->Seleccion().cert.subjectCN : "", queda);
         EXPECT_EQ(Control<Lx::CButton>(*d, 1).enabled, !queda.empty());
     }
-    // Without a card no reader is kept.
-    EXPECT_EQ(d->Contexto().lector, "");
     // What stands in the edits counts without Enter; with it the file's certificate is meant.
     auto& ruta = Control<Lx::CEdit>(*d, 1);
     d->SetFocusControl(&ruta);
     Falso::Teclear(*d, "/id.p12");
+    visto.pin = "se fue";
     Pulsar(*d, "Actualizar lista");
     EXPECT_EQ(lista.GetCount(), 0);
     Listo(*d);
     EXPECT_EQ(visto.rutaPkcs12, "/id.p12");
+    EXPECT_EQ(visto.pin, "");
     EXPECT_EQ(lista.GetSelected(), 0);
     d->SetFocusControl(&Control<Lx::CEdit>(*d, 2));
     Falso::Teclear(*d, "clave");
@@ -313,6 +314,9 @@ TEST_F(Ventanas, LaListaSeRehace) {
     Listo(*d);
     EXPECT_EQ(visto.clavePkcs12, "clave");
     EXPECT_EQ(d->Seleccion().cert.subjectCN, "Eva");
+    // Without a card no reader is kept.
+    g_fuentes.entradas.clear();
+    EXPECT_EQ(Elegir({"lector", "", "", ""})->Contexto().lector, "");
 }
 
 TEST_F(Ventanas, ElDialogoSeCierraMientrasLista) {

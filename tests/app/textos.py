@@ -1,5 +1,6 @@
 #!/usr/bin/python3
-"""textos.py REGEX SECONDS: waits until a line of what an assistive tool sees of the program matches, prints all lines.
+"""textos.py REGEX SECONDS [donde]: waits until a line of what an assistive tool sees of the program matches, and prints
+all lines or, with "donde", the middle of the last that matches, as "x y" of the screen.
 
 A line is "role|name|states|text". Ends with 1 when none matched in time."""
 
@@ -36,13 +37,17 @@ while True:
     try:
         escritorio = Atspi.get_desktop(0)
         programas = [escritorio.get_child_at_index(i) for i in range(escritorio.get_child_count())]
-        lineas = [linea(o) for p in programas if p is not None for o in todos(p)]
+        objetos = [o for p in programas if p is not None for o in todos(p)]
+        lineas = [linea(o) for o in objetos]
+        halladas = [o for o, una in zip(objetos, lineas) if patron.search(una)]
+        caja = halladas[-1].get_extents(Atspi.CoordType.SCREEN) if halladas else None
     except Exception as fallo:  # a window went while it was looked at
-        lineas = [str(fallo)]
-    hallada = any(patron.search(una) for una in lineas)
-    if hallada or time.monotonic() > fin:
+        lineas, halladas = [str(fallo)], []
+    if halladas or time.monotonic() > fin:
         break
     Atspi.get_desktop(0).clear_cache()
     time.sleep(0.1)
+if halladas and len(sys.argv) > 3:
+    lineas = [f"{caja.x + caja.width // 2} {caja.y + caja.height // 2}"]
 print("\n".join(lineas))
-sys.exit(0 if hallada else 1)
+sys.exit(0 if halladas else 1)

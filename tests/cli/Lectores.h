@@ -25,6 +25,12 @@ class ConTarjeta : public Cli {
     [[nodiscard]] const Apoyo::CTarjetaVirtual& Tarjeta(size_t i = 0) const { return tarjetas_[i]->Tarjeta(); }
     void AntesDe(std::function<void(int apdu)> aviso) { tarjetas_[0]->AntesDe(std::move(aviso)); }
 
+    // Takes the first card out, or puts another one in.
+    void Retirar() { tarjetas_[0].reset(); }
+    void Meter(const Apoyo::Escenario& escenario) {
+        tarjetas_[0] = std::make_unique<Apoyo::CInsercion>(servidor_->Puerto(0), escenario);
+    }
+
     static constexpr const char* kBueno = "74108529";
     static constexpr const char* kMalo = "96307418";
     static constexpr const char* kDocumento = "40302010";  // number of the holder's document, part of the name

@@ -189,19 +189,27 @@ bool CPantalla::EsperarCierre(const std::string& titulo, int ms) const {
     });
 }
 
+void CPantalla::RatonEn(const std::string& ventana, int x, int y, const std::vector<std::string>& luego) const {
+    std::vector<std::string> ordenes = {"mousemove"};
+    if (!ventana.empty()) ordenes.insert(ordenes.end(), {"--window", ventana});
+    ordenes.insert(ordenes.end(), {std::to_string(x), std::to_string(y)});
+    ordenes.insert(ordenes.end(), luego.begin(), luego.end());
+    Raton(ordenes);
+}
+
 void CPantalla::Mover(const std::string& ventana, int x, int y) const {
-    Raton({"mousemove", "--window", ventana, std::to_string(x), std::to_string(y)});
+    RatonEn(ventana, x, y, {});
 }
 
 void CPantalla::Clic(const std::string& ventana, int x, int y, int boton, int veces) const {
-    Raton({"mousemove", "--window", ventana, std::to_string(x), std::to_string(y), "sleep", "0.05", "click", "--repeat",
-           std::to_string(veces), "--delay", "60", std::to_string(boton)});
+    RatonEn(ventana, x, y,
+            {"sleep", "0.05", "click", "--repeat", std::to_string(veces), "--delay", "60", std::to_string(boton)});
 }
 
 void CPantalla::Arrastrar(const std::string& ventana, int x, int y, int x2, int y2) const {
-    Raton({"mousemove", "--window", ventana, std::to_string(x), std::to_string(y), "mousedown", "1"});
+    RatonEn(ventana, x, y, {"mousedown", "1"});
     Mover(ventana, (x + x2) / 2, (y + y2) / 2);
-    Raton({"mousemove", "--window", ventana, std::to_string(x2), std::to_string(y2), "sleep", "0.05", "mouseup", "1"});
+    RatonEn(ventana, x2, y2, {"sleep", "0.05", "mouseup", "1"});
 }
 
 void CPantalla::Rueda(int muescas) const {

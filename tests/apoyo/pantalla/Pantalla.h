@@ -60,7 +60,8 @@ class CPantalla {
     // Whether no such window is left within the time.
     [[nodiscard]] bool EsperarCierre(const std::string& titulo, int ms = 10000) const;
 
-    // Positions count from the client area of the window. Buttons: 1 left, 2 middle, 3 right.
+    // Positions count from the client area of the window, without one from the screen. Buttons: 1 left, 2 middle, 3
+    // right.
     void Mover(const std::string& ventana, int x, int y) const;
     void Clic(const std::string& ventana, int x, int y, int boton = 1, int veces = 1) const;
     void Arrastrar(const std::string& ventana, int x, int y, int x2, int y2) const;
@@ -83,6 +84,8 @@ class CPantalla {
 
   private:
     void Raton(std::vector<std::string> ordenes) const;
+    // The pointer goes there; what else it does follows.
+    void RatonEn(const std::string& ventana, int x, int y, const std::vector<std::string>& luego) const;
 
     CarpetaTemporal carpeta_;
     Variables entorno_;

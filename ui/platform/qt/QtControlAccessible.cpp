@@ -81,6 +81,12 @@ class CQtAccessibleRow : public CQtAccessibleObject {
         return CQtAccessibleObject::isValid() && row_ < static_cast<int>(control_->Accessibility().items.size());
     }
     QAccessibleInterface* parent() const override { return isValid() ? tree_.Interface(control_) : nullptr; }
+    QRect rect() const override {
+        if (!isValid()) return {};
+        const Rect r = Item().rect;
+        if (r.w < 1) return CQtAccessibleObject::rect();
+        return {tree_.View().mapToGlobal(QPoint(r.x, r.y)), QSize(r.w, r.h)};
+    }
     QAccessibleInterface* child(int) const override { return nullptr; }
     int childCount() const override { return 0; }
     int indexOfChild(const QAccessibleInterface*) const override { return -1; }
