@@ -1,4 +1,4 @@
-// The texts that name a piece of the operating system: one row per platform, everything else is the same everywhere.
+// The texts that name a piece of the operating system: everything else is the same everywhere.
 #pragma once
 
 namespace Lx::Plataforma {
