@@ -160,6 +160,19 @@ TEST_F(TarjetaLenta, LosErroresNoSonRespuestas) {
     EXPECT_EQ(mundo.pcsc.transmisiones, 3);
 }
 
+TEST_F(TarjetaLenta, LoLeidoAMediasNoCuenta) {
+    Cerrar("SCardTransmit", 15);
+    Control control;
+    Dnie::Lectura r;
+    EXPECT_LT(Medir(
+                  control, [&] { r = Dnie::LeerTarjeta("", control); }, 0.3)
+                  .total,
+              0.5);
+    EXPECT_EQ(r.fallo.motivo, Motivo::Cancelado);
+    EXPECT_TRUE(r.certificados.empty());
+    Abrir(15);
+}
+
 TEST_F(TarjetaLenta, ElVigilanteNoEsperaAlServicio) {
     Cerrar("SCardGetStatusChange", 2);
     std::atomic<int> avisos{0};

@@ -230,6 +230,7 @@ TEST(DnieFallos, LoQueSeCompruebaAntesDeConectar) {
     for (const auto& [lector, datos, pin, info] : filas) {
         EXPECT_TRUE(CDnie::Firmar(lector, cert, datos, pin, texto).empty());
         EXPECT_EQ(texto, info);
+        EXPECT_EQ(CDnie::UltimoError(), info);
     }
     EXPECT_FALSE(CDnie::VerificarPin(mundo.lector, "123", texto));
     EXPECT_EQ(texto, "El PIN debe tener entre 4 y 8 digitos.");

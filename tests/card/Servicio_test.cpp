@@ -182,7 +182,7 @@ TEST_F(DnieServicio, ElVigilanteSoloCuentaTarjetas) {
     for (int i = 0; i < 3; ++i) EXPECT_EQ(Dnie::LeerTarjeta("", control).certificados.size(), 3U);
     EXPECT_EQ(Firmar(control).fallo.frase, "");
     const OtroPrograma otro(lector, "tener");
-    std::this_thread::sleep_for(700ms);
+    std::this_thread::sleep_for(2500ms);  // longer than one wait of the watcher
     EXPECT_EQ(avisos, 1);
     tarjeta.reset();
     EXPECT_TRUE(Esperar([&] { return avisos == 2; }));
