@@ -105,8 +105,6 @@ TEST(DnieFlujos, ElCertificadoDeFirmaEnElSitioAntiguo) {
 TEST(DnieFlujos, ElAtrDecideAntesQueLasAplicaciones) {
     const Apoyo::Filas<int, bool, const char*, const char*> filas = {
         {1, true, "3B80800101", "> 00A404040EE828BD080FD25047656E65726963\n"},
-        {2, true, "3B8F800180738421E0AA", "> 00A4040C10A000000077030C60000000FE00000500\n"},
-        {1, true, "3B8080010100", "> 00A4040C10A000000077030C60000000FE00000500\n"},
         // The ATR of 1.0 on a card without its application: on to IAS-ECC.
         {2, false, "3BDD18008131FE4580F9A0000000770100700A90008B",
          "> 00A4040010A0000000770100700A1000F100000100\n< 6A82\n> 00A4040010A0000000770100700A1000F10000010000\n"
@@ -128,7 +126,6 @@ TEST(DnieFlujos, LasClavesSePruebanEnOrden) {
         {0, {0x02}, {"800111830102"}},
         {1, {0x82}, {"80018A840181", "80018A840182"}},
         {2, {0x81, 0x83}, {"840182800142", "840181800142"}},
-        {2, {0x83}, {"840182800142", "840181800142", "840183800142"}},
     };
     for (const auto& [perfil, claves, esperados] : filas) {
         Escenario e = Apoyo::EscenarioDe(perfil, false);
@@ -150,7 +147,6 @@ TEST(DnieFlujos, LaSegundaPasada) {
     const Apoyo::Filas<int, int, bool, int, const char*> filas = {
         // PSO refused with 6982 so many times, PINs sent, signed, commands (0: any), what it says
         {0, 1, true, 0, "Firmado"},
-        {1, 2, true, 0, "Firmado"},
         {2, 2, true, 0, "Firmado"},
         {9, 2, false, 0, "No se pudo firmar"},
         {9, 2, false, 7, "PIN incorrecto: quedan 194 intento(s)."},  // the second VERIFY is refused and ends it all
