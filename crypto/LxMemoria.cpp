@@ -33,7 +33,7 @@ namespace {
 // How many objects want a page locked: the system doesn't count, and one unlocking would undo all.
 struct Cuentas {
     std::mutex cerrojo;
-    std::map<uintptr_t, size_t> paginas;
+    std::map<const char*, size_t> paginas;
 };
 
 [[nodiscard]] Cuentas& LasCuentas() {
@@ -44,10 +44,9 @@ struct Cuentas {
 // Calls `hacer` with the address of each page that has some of these bytes.
 template <typename Hacer>
 void PorPaginas(const void* inicio, size_t tamano, Hacer hacer) {
-    if (tamano == 0) return;
-    const auto pagina = static_cast<uintptr_t>(TamanoDePagina());
-    const auto primero = reinterpret_cast<uintptr_t>(inicio);
-    for (uintptr_t p = primero / pagina * pagina; p < primero + tamano; p += pagina) hacer(p);
+    const auto* p = static_cast<const char*>(inicio);
+    const char* fin = p + tamano;
+    for (p -= reinterpret_cast<uintptr_t>(p) % TamanoDePagina(); p < fin; p += TamanoDePagina()) hacer(p);
 }
 
 }  // namespace
@@ -64,18 +63,18 @@ bool MemoriaBloqueable() {
 PaginasBloqueadas::PaginasBloqueadas(const void* inicio, size_t tamano) : inicio_(inicio), tamano_(tamano) {
     Cuentas& c = LasCuentas();
     const std::lock_guard guarda(c.cerrojo);
-    PorPaginas(inicio_, tamano_, [&c](uintptr_t p) {
-        if (++c.paginas[p] == 1) static_cast<void>(mlock(reinterpret_cast<void*>(p), TamanoDePagina()));
+    PorPaginas(inicio_, tamano_, [&c](const char* p) {
+        if (++c.paginas[p] == 1) static_cast<void>(mlock(p, TamanoDePagina()));
     });
 }
 
 PaginasBloqueadas::~PaginasBloqueadas() {
     Cuentas& c = LasCuentas();
     const std::lock_guard guarda(c.cerrojo);
-    PorPaginas(inicio_, tamano_, [&c](uintptr_t p) {
+    PorPaginas(inicio_, tamano_, [&c](const char* p) {
         if (--c.paginas[p] != 0) return;
         c.paginas.erase(p);
-        munlock(reinterpret_cast<void*>(p), TamanoDePagina());
+        munlock(p, TamanoDePagina());
     });
 }
 

@@ -186,10 +186,10 @@ std::string BuscarPrograma(const std::string& nombre) {
     std::string_view resto = camino == nullptr ? "" : camino;
     while (!resto.empty()) {
         const size_t fin = std::min(resto.find(':'), resto.size());
-        const std::string carpeta(resto.substr(0, fin));
+        std::string ruta(resto.substr(0, fin));
         resto.remove_prefix(std::min(fin + 1, resto.size()));
-        if (!CarpetaDeFiar(carpeta)) continue;
-        const std::string ruta = carpeta + "/" + nombre;
+        if (!CarpetaDeFiar(ruta)) continue;
+        ruta.append("/").append(nombre);
         if (ProgramaDeFiar(ruta)) return ruta;
     }
     return {};
