@@ -187,6 +187,23 @@ TEST_F(TarjetaLenta, ElVigilanteNoEsperaAlServicio) {
     EXPECT_EQ(avisos, 0);
 }
 
+// Cards that come, go or are swapped count; who is connected doesn't.
+TEST_F(TarjetaLenta, ElVigilanteNoCuentaElUso) {
+    std::atomic<int> avisos{0};
+    auto vigilante = std::make_unique<Dnie::Vigilante>([&] { ++avisos; });
+    std::this_thread::sleep_for(std::chrono::milliseconds(400));
+    mundo.pcsc.estadoLector = kConOtros;
+    std::this_thread::sleep_for(std::chrono::milliseconds(400));
+    EXPECT_EQ(avisos, 0);
+    for (const unsigned long estado : {0x10UL, 0x20UL, 0x20020UL}) {
+        const int antes = avisos;
+        mundo.pcsc.estadoLector = estado;
+        EXPECT_TRUE(Esperar([&] { return avisos == antes + 1; })) << estado;
+    }
+    vigilante.reset();
+    EXPECT_TRUE(Esperar([&] { return mundo.pcsc.liberados == 1; }));
+}
+
 // The program ends, and cleanly, with a thread in the service for good; with a watcher there too.
 TEST_F(TarjetaLenta, ElProgramaTerminaConUnHiloDejado) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");

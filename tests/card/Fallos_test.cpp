@@ -314,7 +314,9 @@ TEST(DnieFallos, OtroProgramaLaReinicia) {
             if (funcion == "SCardBeginTransaction") mundo.pcsc.codigos[funcion] = n-- > 0 ? 0x80100068 : 0;
         };
         Control control;
+        mundo.pcsc.lectores.insert(mundo.pcsc.lectores.begin(), "Otro Chip Contact");
         const auto r = Dnie::LeerTarjeta(mundo.lector, control);
+        EXPECT_EQ(r.lector, mundo.lector);
         EXPECT_EQ(r.certificados.size(), bien ? 3U : 0U);
         EXPECT_EQ(r.fallo.motivo, bien ? Motivo::Ninguno : Motivo::TarjetaRetirada);
         mundo.Comprobar();
