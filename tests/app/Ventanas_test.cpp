@@ -1,6 +1,7 @@
 // The windows' own logic, without a display, a card or a store.
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <ctime>
 #include <future>
 #include <memory>
@@ -323,9 +324,14 @@ TEST_F(Ventanas, LaListaSeRehace) {
     };
     Pulsar(*d, "Actualizar lista");
     dentro.get_future().wait();
-    g_fuentes.alListar = nullptr;
+    std::atomic<bool> sola = false;
+    g_fuentes.alListar = [&](const auto&, bool soloTarjeta, Lx::Control&) {
+        sola = soloTarjeta;
+        // A card that comes while all is listed is read afterwards.
+        if (!soloTarjeta) EnVentana(g_fuentes.tarjeta), EnVentana([] {});
+    };
     d->Recargar();
-    Falso::HastaQue([&] { return lista.GetCount() == 2; });
+    Falso::HastaQue([&] { return sola && lista.GetCount() == 2; });
     g_fuentes.entradas.clear();
     soltar.set_value();
     Listo(*d);
@@ -419,6 +425,7 @@ TEST_F(Ventanas, MientrasFirma) {
                 // The pages turn, another document is not opened, and no other signature begins.
                 Falso::Tecla(v, KeyCode::PageDown);
                 EXPECT_EQ(Control<Lx::CEdit>(v, 0).GetText(), "2 / 3");
+                Falso::Clic(v, aviso.rect.x + 5, aviso.rect.y + 5);
                 EXPECT_TRUE(aviso.visible);
                 v.OnDropFile("/otro.pdf");
                 Pulsar(v, "Firmar");
