@@ -21,7 +21,7 @@ PERMITIDOS = {
     "ui": set(),
     "ui/platform/qt": {"ui"},
     "ui/platform/pdf": {"ui", "ayudante", "pdf", "crypto"},
-    "app": {"ui", "firma", "crypto"},
+    "app": {"firma", "ui", "crypto"},
     "cli": {"firma", "crypto"},
 }
 # These may include everything, private headers too, and nothing may include them.

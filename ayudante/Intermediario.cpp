@@ -35,13 +35,13 @@ std::string RutaReal(const Descriptor& d) {
     return n > 0 && n < static_cast<ssize_t>(sizeof ruta) ? std::string(ruta, static_cast<size_t>(n)) : std::string();
 }
 
-// False when `fin` has something to say first, or when the other side has gone.
+// False when only `fin` has something to say, or when the other side has gone.
 bool Esperar(const Descriptor& d, const Descriptor& fin) {
     pollfd mirados[] = {{fin.Valor(), POLLIN, 0}, {d.Valor(), POLLIN, 0}};
     int listos = -1;
     do listos = poll(mirados, 2, -1);
     while (listos < 0 && errno == EINTR);
-    return listos > 0 && mirados[0].revents == 0 && (mirados[1].revents & POLLIN) != 0;
+    return listos > 0 && (mirados[1].revents & POLLIN) != 0;
 }
 
 // The descriptor that comes with one message.

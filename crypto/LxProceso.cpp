@@ -24,7 +24,7 @@ namespace {
 
 using Reloj = std::chrono::steady_clock;
 
-constexpr int kAparte = 64;         // our copies of files stand above every number that a program gets
+constexpr int kAparte = 16;         // our copies of files stand above every number that a program gets
 constexpr size_t kTrozo = 4096;     // read at once
 constexpr int kVueltaMs = 50;       // how soon a cancel is noticed
 constexpr int kVueltaSinAviso = 5;  // the same where the system can't tell of a program's end

@@ -26,7 +26,7 @@ namespace {
 // nothing beside them.
 constexpr size_t kPieza = 256U << 10;
 constexpr size_t kAnillo = 8;
-constexpr uint64_t kVolcado = 32;  // pieces that are sent to the disk together
+constexpr uint64_t kVolcado = 16;  // pieces that are sent to the disk together
 // Below it a thread costs more than it saves.
 constexpr uint64_t kParaleloDesde = 2U << 20;
 
@@ -169,7 +169,7 @@ Motivo Copia::Hacer(size_t tarea, uint64_t pieza) {
             if (nuevo_.Directa()) return Motivo::Ninguno;
             if (!Lx::Api::EscribirTodo(nuevo_.Fd(), {leida.data(), largo})) return Motivo::SalidaIncompleta;
             if ((pieza + 1) % kVolcado == 0)
-                EmpezarAVolcar(nuevo_.Fd(), (pieza + 1 - kVolcado) * kPieza, (pieza + 1) * kPieza);
+                EmpezarAVolcar(nuevo_.Fd(), (pieza + 1 - kVolcado) * kPieza, kVolcado * kPieza);
             return Motivo::Ninguno;
         case kCubrir:
             if (!juntos_) {

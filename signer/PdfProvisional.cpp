@@ -85,9 +85,9 @@ bool ReservarEspacio(int fd, uint64_t desde, uint64_t hasta) {
            (errno != ENOSPC && errno != EDQUOT && errno != EFBIG);
 }
 
-void EmpezarAVolcar(int fd, uint64_t desde, uint64_t hasta) {
-    const auto n = static_cast<off64_t>(hasta - desde);
-    static_cast<void>(sync_file_range(fd, static_cast<off64_t>(desde), n, SYNC_FILE_RANGE_WRITE));
+void EmpezarAVolcar(int fd, uint64_t desde, uint64_t n) {
+    const auto hecho = sync_file_range(fd, static_cast<off64_t>(desde), static_cast<off64_t>(n), SYNC_FILE_RANGE_WRITE);
+    static_cast<void>(hecho);
 }
 
 bool Provisional::Crear(bool sinNombre, mode_t permisos) {

@@ -68,7 +68,7 @@ class Provisional {
 // enough.
 [[nodiscard]] bool ReservarEspacio(int fd, uint64_t desde, uint64_t hasta);
 
-// Starts to get bytes [desde, hasta) to the disk, so that waiting for all of them takes less time later.
-void EmpezarAVolcar(int fd, uint64_t desde, uint64_t hasta);
+// Starts to get `n` bytes from `desde` on to the disk, so that waiting for all of them takes less time later.
+void EmpezarAVolcar(int fd, uint64_t desde, uint64_t n);
 
 }  // namespace LxPdfSigner::Interno

@@ -1,4 +1,4 @@
-// The texts that name a piece of the operating system: one row per platform, everything else is the same everywhere.
+// The texts that name a piece of the operating system: everything else is the same everywhere.
 #pragma once
 
 namespace Lx::Plataforma {
@@ -15,18 +15,7 @@ struct Textos {
     const char* consejoServicio;  // what to do about a service that doesn't answer
 };
 
-inline constexpr Textos kMac = {
-    "macOS",
-    "en macOS: PCSC.framework integrado; compruebe que el lector tenga driver.",
-    "No se encontro PCSC.framework.",
-    "Keychain (macOS)",
-    "Keychain · ",
-    "el Keychain",
-    "al Keychain",
-    "PCSC.framework forma parte de macOS: repare la instalacion del sistema.",
-    "El servicio de tarjetas forma parte de macOS: desconecte y vuelva a conectar el lector, o reinicie el equipo.",
-};
-inline constexpr Textos kLinux = {
+inline constexpr Textos kTextos = {
     "Linux",
     "en Linux: compruebe que el servicio pcscd este instalado y en marcha (paquete 'pcscd') y que el lector tenga "
     "driver.",
@@ -38,11 +27,5 @@ inline constexpr Textos kLinux = {
     "Instale la biblioteca y el servicio: sudo apt install libpcsclite1 pcscd",
     "Arranque el servicio: sudo systemctl start pcscd.socket (si no existe: sudo apt install pcscd).",
 };
-
-#if defined(__APPLE__)
-inline constexpr const Textos& kTextos = kMac;
-#else
-inline constexpr const Textos& kTextos = kLinux;
-#endif
 
 }  // namespace Lx::Plataforma

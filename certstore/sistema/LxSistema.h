@@ -71,13 +71,9 @@ struct FirmaSistema {
     Lx::Aviso fallo;
 };
 
-// As FirmarSistema, with who is asked for passwords; without one, and without one from PonerPreguntaClave, every locked
-// store refuses. The job commits itself before the key is used, after the last question.
+// As FirmarSistema, with who is asked for passwords; without a question every locked store refuses. The job commits
+// itself before the key is used, after the last question.
 [[nodiscard]] FirmaSistema FirmarEnSistema(const Lx::X509::Certificado& cert, const std::vector<unsigned char>& datos,
                                            const PreguntaClave& pregunta, Lx::Control& control);
-
-// Who is asked from now on by calls that bring no question of their own; none, as at the start, is a refusal of every
-// locked store.
-void PonerPreguntaClave(PreguntaClave pregunta);
 
 }  // namespace Lx::CertStore

@@ -20,11 +20,6 @@ constexpr size_t kLargoClave = 256;  // room for any password, so that it is not
 // The first browser whose library encrypts a database in a way that an older library takes for a wrong password.
 constexpr int kNavegadorNuevo = 146;
 
-PreguntaClave& LaPregunta() {
-    static PreguntaClave pregunta;
-    return pregunta;
-}
-
 [[nodiscard]] bool Bloqueado(const Token& token) {
     return (Indicadores(token) & CKF_LOGIN_REQUIRED) != 0;
 }
@@ -210,10 +205,6 @@ constexpr const char* kCancelada = "operacion cancelada por el usuario.";
 
 }  // namespace
 
-void PonerPreguntaClave(PreguntaClave pregunta) {
-    LaPregunta() = std::move(pregunta);
-}
-
 ListadoSistema LeerSistema(std::vector<Entrada>& lista, Control& control) {
     control.Pasar(Etapa::Almacen);
     Listado l{lista, lista.size(), false};
@@ -221,19 +212,16 @@ ListadoSistema LeerSistema(std::vector<Entrada>& lista, Control& control) {
         seguir = !control.Cancelado();
         return seguir ? ListarToken(token, l) : CKR_OK;
     });
+    if (control.Cancelado()) return {kCancelada, {Motivo::Cancelado, kCancelada}};
     ListadoSistema listado{ExplicarListado(l, r), {}};
-    const bool nada = lista.size() == l.primero && !l.visto;
-    if (control.Cancelado())
-        listado.fallo = {Motivo::Cancelado, kCancelada};
-    else if (nada && (r.faltaSoftokn || r.codigo != CKR_OK))
-        listado.fallo = {Motivo::SinAlmacen, listado.texto};
+    if (!l.visto && (r.faltaSoftokn || r.codigo != CKR_OK)) listado.fallo = {Motivo::SinAlmacen, listado.texto};
     return listado;
 }
 
 FirmaSistema FirmarEnSistema(const X509::Certificado& cert, const std::vector<unsigned char>& datos,
                              const PreguntaClave& pregunta, Control& control) {
     control.Pasar(Etapa::Almacen);
-    Peticion p{cert, datos, pregunta ? pregunta : LaPregunta(), control, {}, false, {}, {}};
+    Peticion p{cert, datos, pregunta, control, {}, false, {}, {}};
     Bytes exponente;
     static_cast<void>(X509::ClaveRsa(cert, p.modulo, exponente));
     for (const bool bloqueados : {false, true}) {

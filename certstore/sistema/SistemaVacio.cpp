@@ -27,6 +27,4 @@ std::vector<unsigned char> FirmarSistema(const Lx::X509::Certificado& cert, cons
     return {};
 }
 
-void PonerPreguntaClave(PreguntaClave) {}
-
 }  // namespace Lx::CertStore

@@ -168,6 +168,8 @@ TEST(DnieFallos, EnCadaComando) {
                 const auto bytes = CDnie::Firmar(firma.lector, cert, kDatos, kPin, texto);
                 EXPECT_EQ(bytes.empty(), texto.rfind("Firmado por APDU", 0) != 0) << texto;
                 EXPECT_EQ(bytes.empty() ? 256U : bytes.size(), 256U);
+                // A signature that has lost one answer sends nothing more.
+                EXPECT_LE(firma.tarjeta.Apdus(), fallos[f].respuesta.size() < 4 ? i + 1 : 60);
                 firma.Comprobar();
                 llego = lectura.tarjeta.Apdus() > i || firma.tarjeta.Apdus() > i;
             }
@@ -228,6 +230,7 @@ TEST(DnieFallos, LoQueSeCompruebaAntesDeConectar) {
     for (const auto& [lector, datos, pin, info] : filas) {
         EXPECT_TRUE(CDnie::Firmar(lector, cert, datos, pin, texto).empty());
         EXPECT_EQ(texto, info);
+        EXPECT_EQ(CDnie::UltimoError(), info);
     }
     EXPECT_FALSE(CDnie::VerificarPin(mundo.lector, "123", texto));
     EXPECT_EQ(texto, "El PIN debe tener entre 4 y 8 digitos.");

@@ -1,7 +1,7 @@
-// ayudante_sistema [--softokn FOLDER] [--p12 FILE] [--antes COMMAND] listar | firmar NAME INPUT OUTPUT
-// Prints the summary and each certificate, or the questions for passwords and how signing ended. The first line of
-// standard input is the PKCS#12 password and the card's PIN, each later one answers a question; a question without a
-// line is cancelled.
+// ayudante_sistema [--softokn FOLDER] [--p12 FILE] [--antes COMMAND] [--cancelado 1] listar | firmar NAME INPUT OUTPUT
+// Prints what the store says, the reason of its failure and each certificate, or the questions for passwords and how
+// signing ended. The first line of standard input is the PKCS#12 password and the card's PIN, each later one answers a
+// question; a question without a line is refused, and before one that is answered "cancelar" the job is cancelled.
 #include <dlfcn.h>
 #include <p11-kit/pkcs11.h>
 #include <unistd.h>
@@ -57,20 +57,32 @@ class OtroUsuario {
     CK_SESSION_HANDLE sesion_ = 0;
 };
 
-void Firmar(const Contexto& ctx, const std::vector<Entrada>& lista, const std::vector<std::string>& args) {
+bool Contestar(Lx::Control& control, const std::string& almacen, int intento, bool ultimo, std::string& clave) {
+    const Lx::Control::Estado estado = control.Ver();
+    const bool espera = estado.etapa == Lx::Etapa::Persona && !estado.comprometido;
+    std::cout << "pregunta " << almacen << " " << intento << (ultimo ? " ultimo" : "") << (espera ? "\n" : " mal\n");
+    if (!std::getline(std::cin, clave)) return false;
+    return clave != "cancelar" || (control.Cancelar() && std::getline(std::cin, clave));
+}
+
+std::string Firmar(const Contexto& ctx, const std::vector<Entrada>& lista, const std::vector<std::string>& args) {
     for (const Entrada& e : lista) {
         if (e.cert.subjectCN != args[1]) continue;
-        std::string mensaje;
+        Lx::Control control;
+        FirmaHecha hecha;
         const auto firmar = [&](const std::vector<unsigned char>& datos, std::string&) {
-            std::vector<unsigned char> firma;
-            static_cast<void>(Firmar(e, ctx, datos, firma, mensaje));
-            return firma;
+            hecha = FirmarCon(
+                e, ctx, datos, [&control](auto&&... que) { return Contestar(control, que...); }, control);
+            return hecha.firma;
         };
         const LxPdfSigner::Resultado r = LxPdfSigner::Firmar(args[2], args[3], e.cert, firmar, {}, {});
-        std::cout << (r.firmado ? "firmado" : mensaje) << "\n";
-        return;
+        const bool comprometido = control.Ver().comprometido;
+        if (r.firmado) return comprometido ? "firmado" : "firmado sin comprometerse";
+        const bool ajena = hecha.fallo.motivo == Lx::Motivo::ClaveAjena;  // its key did sign
+        return std::string(NombreDe(hecha.fallo.motivo)) + ": " + hecha.fallo.frase +
+               (comprometido == ajena ? "" : " comprometido");
     }
-    std::cout << "no esta en la lista\n";
+    return "no esta en la lista";
 }
 
 }  // namespace
@@ -86,18 +98,16 @@ int main(int argc, char** argv) {
     ctx.rutaPkcs12 = opciones["--p12"];
     std::getline(std::cin, ctx.clavePkcs12);
     ctx.pin = ctx.clavePkcs12;
-    PonerPreguntaClave([](const std::string& almacen, int intento, bool ultimo, std::string& clave) {
-        std::cout << "pregunta " << almacen << " " << intento << (ultimo ? " ultimo" : "") << "\n";
-        return static_cast<bool>(std::getline(std::cin, clave));
-    });
-    std::string resumen;
-    const std::vector<Entrada> lista = Listar(ctx, resumen);
+    Lx::Control control;
+    if (!opciones["--cancelado"].empty()) control.Cancelar();
+    const Listado l = ListarFuentes(ctx, control);
     if (args.at(0) == "listar") {
-        std::cout << resumen.substr(resumen.find(": ", resumen.find('|')) + 2) << "\n";
-        for (const Entrada& e : lista) std::cout << e.etiqueta << (e.conClave ? " con clave\n" : "\n");
+        const FuenteListada& almacen = *l.De(Origen::Sistema);
+        std::cout << almacen.texto.substr(almacen.texto.find(": ") + 2) << "\n" << NombreDe(almacen.fallo.motivo);
+        for (const Entrada& e : l.entradas) std::cout << e.etiqueta << (e.conClave ? " con clave\n" : "\n");
     }
     if (!opciones["--antes"].empty() && std::system(opciones["--antes"].c_str()) != 0) return EXIT_FAILURE;
-    if (args.at(0) == "firmar") Firmar(ctx, lista, args);
+    if (args.at(0) == "firmar") std::cout << Firmar(ctx, l.entradas, args) << "\n";
     if (conOtro) std::cout << otro.Estado() << "\n";
     return EXIT_SUCCESS;
 }

@@ -113,16 +113,17 @@ TEST_F(Fuentes, RepetidosYOrden) {
 // Whether the file of the same certificate could sign, too, is said where the certificate is listed.
 TEST_F(Fuentes, RepetidoEnElFichero) {
     CrearPfx("a.p12", "Pfx", "x");
-    Lx::X509::Certificado homonimo = LeerCertificado("Pfx");
+    JuntarPfx("sinclave.p12", {{"a.p12", 0}}, "x");
+    const Lx::X509::Certificado suyo = LeerCertificado("Pfx");
+    Lx::X509::Certificado homonimo = suyo;
     homonimo.der.push_back(0);
-    for (const auto& [clave, cert, dentro] : {std::tuple("x", LeerCertificado("Pfx"), true),
-                                              {"mala", LeerCertificado("Pfx"), false},
-                                              {"x", homonimo, false}}) {
-        SCOPED_TRACE(clave);
+    for (const auto& [fichero, cert, dentro] :
+         {std::tuple("a.p12", suyo, true), {"sinclave.p12", suyo, false}, {"a.p12", homonimo, false}}) {
+        SCOPED_TRACE(fichero);
         g_fuentes.almacen = {DeAlmacen(cert)};
         Contexto ctx;
-        ctx.rutaPkcs12 = base / "a.p12";
-        ctx.clavePkcs12 = clave;
+        ctx.rutaPkcs12 = base / fichero;
+        ctx.clavePkcs12 = "x";
         Lx::Control control;
         const Listado l = ListarFuentes(ctx, control);
         EXPECT_THAT(Etiquetas(l.entradas), ElementsAre("NSS · Pfx"));

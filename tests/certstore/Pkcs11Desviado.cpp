@@ -1,6 +1,7 @@
 // A PKCS#11 module that is SoftHSM's, but tells of a PIN that is too short, and for what the variable PKCS11_DESVIO
 // says: "teclado" is a token with a keypad of its own, on which 1234 is typed at once; "ultimo" is one that locks
-// itself after the next mistake; "sin resumen" is one that can't hash.
+// itself after the next mistake; "sin resumen" is one that can't hash, "no firma" one that takes a
+// key and doesn't sign.
 #include <dlfcn.h>
 #include <p11-kit/pkcs11.h>
 
@@ -36,6 +37,10 @@ CK_RV PrepararFirma(CK_SESSION_HANDLE sesion, CK_MECHANISM* mecanismo, CK_OBJECT
     return g_verdadero->C_SignInit(sesion, mecanismo, clave);
 }
 
+CK_RV Firmar(CK_SESSION_HANDLE sesion, unsigned char* datos, CK_ULONG cuantos, unsigned char* firma, CK_ULONG* tamano) {
+    return Es("no firma") ? CKR_DEVICE_ERROR : g_verdadero->C_Sign(sesion, datos, cuantos, firma, tamano);
+}
+
 }  // namespace
 
 extern "C" CK_RV C_GetFunctionList(CK_FUNCTION_LIST** lista) {
@@ -46,6 +51,7 @@ extern "C" CK_RV C_GetFunctionList(CK_FUNCTION_LIST** lista) {
     g_lista.C_GetTokenInfo = Ficha;
     g_lista.C_Login = Entrar;
     g_lista.C_SignInit = PrepararFirma;
+    g_lista.C_Sign = Firmar;
     *lista = &g_lista;
     return CKR_OK;
 }

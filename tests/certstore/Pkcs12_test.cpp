@@ -204,6 +204,16 @@ TEST_F(Pkcs12, BloquesYClaves) {
         EXPECT_EQ(suya - claves.data(), cual);
         EXPECT_EQ(std::string(suya->pem) + "\n", clave);
     }
+    // parameters [0] may stand before publicKey [1].
+    CrearIdentidad("Eva", "ec -pkeyopt ec_paramgen_curve:P-256");
+    const Lx::X509::Certificado eva = LeerCertificado("Eva");
+    const auto punto = Lx::X509::ClavePublica(eva);
+    const auto clavesEc =
+        ClavesPem(pkcs8(Sec(version + Elem(4, "k") + Elem(0xA0, Elem(3, "-x")) +
+                            Elem(0xA1, Elem(3, std::string(1, '\0') + std::string(punto.begin(), punto.end()))))));
+    EXPECT_NE(ClaveDe(clavesEc, eva), nullptr);
+    EXPECT_EQ(ClaveDe(clavesEc, ana.certificado), nullptr);
+
     const std::string roto = "-----BEGIN CERTIFICATE-----\n!\n-----END CERTIFICATE-----\nsubject=x\n";
     const auto certificados = CertificadosPem(cert + roto + cert + "-----BEGIN CERTIFICATE-----\nMIIB\n");
     EXPECT_THAT(certificados, ElementsAre(ana.certificado.der, ana.certificado.der));

@@ -32,11 +32,12 @@ class Procesos : public Entorno {
         CrearPfx("a.p12", "Ana", kClave);
         fs::remove(base / "clave.txt");
     }
-    // What the helper program says of a.p12; `entorno` goes to env.
-    static std::string Ayudante(const std::string& orden, const std::vector<std::string>& entorno = {}) {
+    // What the helper program, run in the test's folder, says of the file; `entorno` goes to env.
+    static std::string Ayudante(const std::string& orden, const std::vector<std::string>& entorno = {},
+                                const std::string& ruta = base / "a.p12") {
         std::vector<std::string> argumentos = {"env", "-C", base};
         argumentos.insert(argumentos.end(), entorno.begin(), entorno.end());
-        argumentos.insert(argumentos.end(), {AYUDANTE, orden, base / "a.p12"});
+        argumentos.insert(argumentos.end(), {AYUDANTE, orden, ruta});
         return Apoyo::Exigir(argumentos, std::string(kClave) + "\n");
     }
 };
@@ -111,6 +112,7 @@ TEST_F(Procesos, RespuestasDeOpenssl) {
         {"*-nocerts*) kill -KILL $$;;", uno + " " + noAbre + "\nAna\n"},
         {"*-nocerts*) exec yes >/dev/fd/4;;", uno + " " + noAbre + "\nAna\n"},
         {"*-nokeys*-legacy*) ;; *-nokeys*) \"$REAL\" \"$@\"; exit 1;;", kFirmado},
+        {"*-legacy*) ;; *-nokeys*) exit 0;;", kFirmado},
         {"*-sign*) exit 0;;", uno + "\nAna con clave\n" + noFirma},
         {"*-sign*) \"$REAL\" \"$@\"; exit 1;;", kFirmado},
         {"*version*) exit 1;;",
@@ -122,6 +124,10 @@ TEST_F(Procesos, RespuestasDeOpenssl) {
         EXPECT_EQ(Ayudante("firmar"), dice);
     }
     PonerOpenssl("\nexec \"$REAL\" \"$@\"\n");
+    for (const std::string nombre : {"-", "-x.p12"}) {
+        fs::copy(base / "a.p12", base / nombre);
+        EXPECT_EQ(Ayudante("firmar", {}, nombre), kFirmado) << "no option, and no standard input: " << nombre;
+    }
     EXPECT_EQ(Ayudante("firmar", {"--ignore-signal=CHLD"}), kFirmado) << "a launcher that hides how children end";
 }
 

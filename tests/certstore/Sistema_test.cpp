@@ -196,7 +196,7 @@ TEST_F(Sistema, ConClaveSinPreguntar) {
     Guion(R"(anadir "$CASA/.pki/nssdb" Berta)");
     EXPECT_THAT(Listar(), UnorderedElementsAre("3 certificado(s)", "NSS · Ana Núñez Peña con clave",
                                                "NSS · Raíz de prueba", "NSS · Berta"));
-    EXPECT_EQ(Firmar("Berta", "\nmaestra\n"), "no hay clave privada en el almacen NSS para Berta.\n");
+    EXPECT_EQ(Firmar("Berta", "\nmaestra\n"), "SinClave: no hay clave privada en el almacen NSS para Berta.\n");
     fs::remove_all(casa / ".pki");
     Guion(
         "ficha; guardar cert ana/ca.pem --id 01; guardar cert Berta.pem --id 02; guardar cert ana/cert.pem\n"
@@ -274,6 +274,7 @@ TEST_F(Sistema, Contrasenas) {
         {"mala\nmaestra\n", "", 2},
         {"mala\npeor\nmaestra\n", "", 3},
         {"1\n2\n3\nmaestra\n", "", 3, mala + "."},
+        {"cancelar\nmala\n", "", 1, cancelada},
         {"", "LastVersion=146.0_2/2\n", 1, cancelada},
         {"mala\n", "", 2, cancelada},
         {"maestra\n", "LastVersion=146.0_20/20\n", 1},
@@ -286,7 +287,8 @@ TEST_F(Sistema, Contrasenas) {
         std::string espero;
         for (int i = 1; i <= fila.preguntas; ++i)
             espero += "pregunta " + (casa / ".thunderbird/p").string() + " " + std::to_string(i) + "\n";
-        espero += fila.motivo.empty() ? "firmado" : "el almacen NSS rechazo firmar: " + fila.motivo;
+        const char* motivo = fila.motivo == cancelada ? "Cancelado" : "ClaveDeAlmacen";
+        espero += fila.motivo.empty() ? "firmado" : motivo + (": el almacen NSS rechazo firmar: " + fila.motivo);
         EXPECT_EQ(Firmar(kAna, std::string("\n") + fila.respuestas), espero + "\n");
     }
     Guion("ficha; guardar cert ana/cert.pem --id 01; guardar privkey ana/key.pem --id 01");
@@ -302,8 +304,8 @@ TEST_F(Sistema, BasesRotas) {
     const fs::path base = casa / ".pki/nssdb";
     const std::string cert9 = base / "cert9.db", key4 = base / "key4.db", ruido(30000, '\x5A');
     const std::string noDejo = "el almacen NSS no dejo listar los certificados (codigo ";
-    const std::string certificados = noDejo + "3461563217).\n";  // 0xCE534351, softokn's CKR_CERTDB_FAILED
-    const std::string claves = noDejo + "3461563218).\n";        // 0xCE534352, CKR_KEYDB_FAILED
+    const std::string certificados = noDejo + "3461563217).\nSinAlmacen";  // 0xCE534351, softokn's CKR_CERTDB_FAILED
+    const std::string claves = noDejo + "3461563218).\nSinAlmacen";        // 0xCE534352, CKR_KEYDB_FAILED
     const std::string roto = "LD_LIBRARY_PATH=" + casa.string();
     const struct {
         const char* nombre;
@@ -315,9 +317,10 @@ TEST_F(Sistema, BasesRotas) {
         {"basura", [&] { EscribirFichero(cert9, ruido); }, certificados},
         {"sin claves", [&] { fs::remove(key4); }, claves},
         {"claves basura", [&] { EscribirFichero(key4, ruido); }, claves},
-        {"ilegible", [&] { fs::remove(cert9), fs::create_directory(cert9); }, noDejo + "48).\n"},  // CKR_DEVICE_ERROR
+        {"ilegible", [&] { fs::remove(cert9), fs::create_directory(cert9); },
+         noDejo + "48).\nSinAlmacen"},  // CKR_DEVICE_ERROR
         {"sin softokn", [&] { EscribirFichero(casa / "libsoftokn3.so", "no"); },
-         "no se pudo preparar la consulta al almacen NSS.\n", roto},
+         "no se pudo preparar la consulta al almacen NSS.\nSinAlmacen", roto},
         {"sin nada", [&] { fs::remove_all(base); }, kVacio, roto},
         {"sin p11-kit", [&] { EscribirFichero(casa / "libp11-kit.so.0", "no"), fs::remove_all(base); }, kVacio, roto},
     };
@@ -347,12 +350,21 @@ echo "module: $CASA/falta.so" >falta.module; echo "module: $CASA/soft.conf" >rot
     EXPECT_EQ(Ayudante({"listar"}), kVacio);
 }
 
+TEST_F(Sistema, CanceladoNoSeMira) {
+    Copiar("libre", casa / ".pki/nssdb");
+    EXPECT_EQ(Ayudante({"--cancelado", "1", "listar"}), "operacion cancelada por el usuario.\nCancelado");
+}
+
 TEST_F(Sistema, ClavesQueNoEstanONoSon) {
     Guion("ficha; guardar cert Berta.pem --id 01; guardar privkey ana/key.pem --id 01");
     EXPECT_EQ(Firmar("Berta", "\n1234\n"),
-              "pregunta Ficha 1\nLa clave que firmo no corresponde al certificado elegido (Berta).\n");
+              "pregunta Ficha 1\nClaveAjena: La clave que firmo no corresponde al certificado elegido (Berta).\n");
+    EXPECT_EQ(
+        Ayudante({"firmar", "Berta", "doc.pdf", casa / "s.pdf"}, "\n1234\n", {"PKCS11_DESVIO=no firma"}),
+        "pregunta Ficha 1\nAlmacenNoFirma: el almacen NSS rechazo firmar: fallo el dispositivo o la base de claves "
+        "esta dañada.\n");
     EXPECT_EQ(Ayudante({"--antes", "rm -r \"$CASA\"/fichas/*", "firmar", "Berta", "doc.pdf", casa / "s.pdf"}),
-              "no hay clave privada en el almacen NSS para Berta.\n");
+              "SinClave: no hay clave privada en el almacen NSS para Berta.\n");
 }
 
 // Whoever else has softokn going in this process keeps his session, and our databases are read all the same.
@@ -384,7 +396,7 @@ TEST_F(Sistema, ALaVezQueOtros) {
                                       casa / ".pki/nssdb/cert9.db"};
     orden.insert(orden.end(), ayudante.begin(), ayudante.end());
     EXPECT_EQ(Apoyo::Ejecutar(orden, "\n").texto,
-              "el almacen NSS no dejo listar los certificados (codigo 3461563217).\n");
+              "el almacen NSS no dejo listar los certificados (codigo 3461563217).\nSinAlmacen");
 }
 
 }  // namespace

@@ -27,14 +27,9 @@ bool Parsear(const std::string& der, X509::Certificado& c) {
 }
 
 std::string Fecha(int64_t epoch) {
-    // openssl names the months in English under every locale.
-    constexpr const char* kMeses[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                      "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
     char texto[40];
     const time_t t = epoch;
-    const std::tm* fecha = std::gmtime(&t);
-    return kMeses[fecha->tm_mon] +
-           std::string(texto, std::strftime(texto, sizeof texto, " %e %H:%M:%S %Y GMT\n", fecha));
+    return {texto, std::strftime(texto, sizeof texto, "%F %TZ\n", std::gmtime(&t))};
 }
 
 enum Lectura { No, Si, Ca, NoRepudio };
@@ -79,7 +74,8 @@ TEST(X509, CertificadosDeOpenssl) {
                       "\nnotBefore=" + Fecha(c.notBefore) + "notAfter=" + Fecha(c.notAfter) + "Modulus=" +
                       (rsa ? Api::BinToHex(n.data(), n.size()) : "No modulus for this public key type") + "\n",
                   Apoyo::Exigir({"openssl", "x509", "-in", pem, "-noout", "-nameopt", "utf8,sep_comma_plus_space,sname",
-                                 "-subject", "-issuer", "-serial", "-startdate", "-enddate", "-modulus"}));
+                                 "-dateopt", "iso_8601", "-subject", "-issuer", "-serial", "-startdate", "-enddate",
+                                 "-modulus"}));
         EXPECT_EQ(c.serial, (serie[0] >= '8' ? "00" : "") + serie);
         EXPECT_EQ(c.isCA, lectura == Ca);
         EXPECT_EQ(c.nonRepudiation, lectura == NoRepudio);
@@ -97,24 +93,16 @@ TEST(X509, EstructuraAMano) {
     const std::string si = Elem(1, "\xFF");
     constexpr auto kExt = &Partes::extensiones;
     const Apoyo::Filas<const char*, std::string Partes::*, std::string, Lectura> filas = {
-        {"plain", kExt, "", Si},
         {"version 1", &Partes::serie, Elem(2, "\x01\xAB"), Si},
         {"no serial", &Partes::serie, "", No},
-        {"[0] and no serial", &Partes::serie, Elem(0xA0, Elem(2, "\x02")), No},
-        {"no issuer name", &Partes::emisor, Sec(""), Si},
         {"no algorithm", &Partes::algoritmo, Elem(0x31, ""), No},
         {"issuer isn't a SEQUENCE", &Partes::emisor, Elem(0x31, Rdn("\x55\x04\x03", 12, "Raiz")), No},
         {"validity isn't a SEQUENCE", &Partes::validez, Elem(0x31, std::string(30, '\0')), No},
         {"empty subject", &Partes::sujeto, Sec(""), No},
         {"no key", &Partes::clave, Elem(3, std::string(40, '\0')), No},
         {"CA", kExt, Extension(basica, Sec(si)), Ca},
-        {"CA 01", kExt, Extension(basica, Sec(Elem(1, "\x01"))), Ca},
-        {"cA empty", kExt, Extension(basica, Sec(Elem(1, ""))), Si},
-        {"other OID", kExt, Extension("\x55\x1D\x14", Sec(si)), Si},
         {"cA FALSE", kExt, Extension(basica, Sec(Elem(1, "\0"s))), Si},
-        {"pathLen only", kExt, Extension(basica, Sec(Elem(2, "\x01"))), Si},
         {"damaged, then CA", kExt, Sec(Elem(6, uso)) + Elem(4, "x") + Extension(basica, Sec(si)), Ca},
-        {"key usage beyond its end", kExt, Extension(uso, "\x03\x7F") + Extension(basica, Sec(si)), Ca},
         {"BOOLEAN and nothing", kExt, Sec(Elem(6, basica) + si), Si},
         {"longer OID", kExt, Extension(basica + "\x01", Sec(si)), Si},
         {"one byte of bits", kExt, Extension(uso, Elem(3, "\0"s) + "\x40"), Si},
@@ -158,9 +146,8 @@ TEST(X509, CamposYFallosParciales) {
 }
 
 TEST(X509, ExtraerDeCualquierSitio) {
-    Partes otro;
+    Partes otro, grande;
     otro.sujeto = Sec(Rdn("\x55\x04\x03", 12, "Otra"));
-    Partes grande;
     grande.sujeto = Sec(Rdn("\x55\x04\x03", 12, "Grande"));
     grande.extensiones = Extension("\x55\x1D\x0E", Elem(4, std::string(9000, '\0')));
     const std::string corto = Cert(Partes());
@@ -168,17 +155,14 @@ TEST(X509, ExtraerDeCualquierSitio) {
     for (int i = 0; i < 24; ++i) fallidos += "\x30\x82\x20\x10\x04\x01z";
     // Without a name there is nothing to find.
     const Apoyo::Filas<const char*, std::string, std::string> filas = {
-        {"alone", corto, "Ana"},
         {"two bytes before", "\x30\x99" + corto, "Ana"},
         {"the first of two", "zz" + corto + Cert(otro), "Ana"},
         {"inside another element", Sec(Elem(4, corto)), "Ana"},
-        {"over 8192 bytes", Cert(grande), "Grande"},
         {"over 8192 bytes and not at the start", "??" + Cert(grande), "Grande"},
         {"a short one after a large one", "??" + Cert(grande) + corto, "Ana"},
         {"23 attempts before a large one", fallidos.substr(7) + Cert(grande), "Grande"},
         {"24 attempts before a large one", fallidos + Cert(grande), ""},
         {"cut", "zz" + corto.substr(0, corto.size() - 1), ""},
-        {"garbage", std::string(500, '\x30'), ""},
     };
     for (const auto& [nombre, datos, cn] : filas) {
         SCOPED_TRACE(nombre);
@@ -213,8 +197,7 @@ std::string Megabyte() {
 }
 
 TEST(X509, UnMegabyteHostilNoTarda) {
-    const std::string casos[] = {std::string(1U << 20, '\x30'), std::string(1U << 20, '\x82'), Megabyte()};
-    for (const std::string& datos : casos) {
+    for (const std::string& datos : {std::string(1U << 20, '\x30'), std::string(1U << 20, '\x82'), Megabyte()}) {
         X509::Certificado c;
         const std::clock_t antes = std::clock();
         EXPECT_FALSE(X509::ExtraerDe(B(datos), c));
@@ -229,7 +212,6 @@ TEST(X509, ClaveRsaAMano) {
         {"zeros in front", clave(Sec(Elem(2, "\0\0\x80\x01"s) + Elem(2, "\0\x03"s))), "8001", "03"},
         {"only zeros", clave(Sec(Elem(2, "\0\0"s) + Elem(2, "\x03"))), "00", "03"},
         {"empty exponent", clave(Sec(Elem(2, "\x03") + Elem(2, ""))), "", ""},
-        {"no exponent", clave(Sec(Elem(2, "\x80"))), "", ""},
         {"empty modulus", clave(Sec(Elem(2, "") + Elem(2, "\x03"))), "", ""},
         {"a point", clave("\x04" + std::string(64, '\x30')), "", ""},
         {"no algorithm", Sec(Elem(3, bits0 + Sec(Elem(2, "\x03") + Elem(2, "\x03")))), "", ""},
@@ -240,8 +222,7 @@ TEST(X509, ClaveRsaAMano) {
         p.clave = bits;
         X509::Certificado c;
         ASSERT_TRUE(Parsear(Cert(p), c));
-        Bytes n = {1};
-        Bytes e = {1};
+        Bytes n = {1}, e = {1};
         EXPECT_EQ(X509::ClaveRsa(c, n, e), !modulo.empty());
         EXPECT_EQ(Api::BinToHex(n.data(), n.size()), modulo);
         EXPECT_EQ(Api::BinToHex(e.data(), e.size()), exponente);
@@ -254,10 +235,9 @@ TEST(X509, CaducidadFechaYAlias) {
     const Apoyo::Filas<bool, int64_t, bool> fechas = {
         {true, 0, false}, {true, 1, true}, {true, ahora - 60, true}, {true, ahora + 60, false}, {false, 1, false}};
     for (const auto& [valido, hasta, caducado] : fechas) {
-        SCOPED_TRACE(hasta);
         c.valid = valido;
         c.notAfter = hasta;
-        EXPECT_EQ(c.Caducado(), caducado);
+        EXPECT_EQ(c.Caducado(), caducado) << hasta;
     }
     EXPECT_EQ(X509::Certificado().FechaVencimiento(), "--/--/-------- --:--:--");
     setenv("TZ", "<-05>5", 1);
@@ -267,8 +247,7 @@ TEST(X509, CaducidadFechaYAlias) {
     unsetenv("TZ");
     tzset();
 
-    EXPECT_EQ(c.Alias("mia"), "mia");
-    EXPECT_EQ(c.Alias(""), "Certificado DNIe");
+    EXPECT_EQ(c.Alias("mia") + c.Alias(""), "miaCertificado DNIe");
     c.nonRepudiation = true;
     EXPECT_EQ(c.Alias(""), "Firma Digital (DNIe)");
     c.isCA = true;

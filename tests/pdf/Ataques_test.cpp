@@ -37,8 +37,7 @@ struct Corrida {
     int estado = 0;
     double segundos = 0;  // of the processor
     long kilobytes = 0;
-    std::string firmado, motivo, error;
-    Textos avisos;
+    Textos lineas;  // whether it signed, the reason, the sentence, the reasons of its warnings
 };
 
 Corrida FirmarAparte(const std::string& entrada, const std::string& salida, int modo) {
@@ -62,12 +61,8 @@ Corrida FirmarAparte(const std::string& entrada, const std::string& salida, int 
     c.segundos = static_cast<double>(uso.ru_utime.tv_sec + uso.ru_stime.tv_sec) +
                  static_cast<double>(uso.ru_utime.tv_usec + uso.ru_stime.tv_usec) / 1e6;
     c.kilobytes = uso.ru_maxrss;
-    Textos lineas = Partes(Apoyo::LeerFichero(informe), '\n');
-    if (lineas.size() < 3) lineas.resize(3);
-    c.firmado = lineas[0];
-    c.motivo = lineas[1];
-    c.error = lineas[2];
-    c.avisos.assign(lineas.begin() + 3, lineas.end());
+    c.lineas = Partes(Apoyo::LeerFichero(informe), '\n');
+    c.lineas.resize(std::max(c.lineas.size(), size_t{3}));
     return c;
 }
 
@@ -146,17 +141,18 @@ void Comprobar(const Fila& fila, const std::string& entrada, const std::string& 
         EXPECT_LT(c.kilobytes, kKilobytes);
     }
     const bool libre = fila.fin == "igual";
-    EXPECT_TRUE(libre || c.firmado == (fila.fin == "firmado" ? "si" : "no")) << c.firmado << " " << c.error;
-    if (c.firmado != "si") {
-        EXPECT_EQ(c.firmado, "no");
+    const std::string &firmado = c.lineas[0], &motivo = c.lineas[1], &error = c.lineas[2];
+    EXPECT_TRUE(libre || firmado == (fila.fin == "firmado" ? "si" : "no")) << firmado << " " << error;
+    if (firmado != "si") {
+        EXPECT_EQ(firmado, "no");
         EXPECT_NE(access(salida.c_str(), F_OK), 0);
-        EXPECT_GT(c.error.size(), 10U);
-        EXPECT_NE(c.motivo, "") << c.error;
-        EXPECT_TRUE(fila.fin == "firmado" || fila.motivo == "-" || c.motivo == fila.motivo) << c.motivo << c.error;
+        EXPECT_GT(error.size(), 10U);
+        EXPECT_NE(motivo, "") << error;
+        EXPECT_TRUE(fila.fin == "firmado" || fila.motivo == "-" || motivo == fila.motivo) << motivo << error;
         return;
     }
-    EXPECT_EQ(c.error + c.motivo, "");
-    const auto avisa = [&c](const std::string& que) { return std::count(c.avisos.begin(), c.avisos.end(), que); };
+    EXPECT_EQ(error + motivo, "");
+    const auto avisa = [&c](const std::string& que) { return std::count(c.lineas.begin() + 3, c.lineas.end(), que); };
     EXPECT_TRUE(libre || avisa("Reconstruido") == (fila.aviso == "Reconstruido")) << avisa("Reconstruido");
     EXPECT_TRUE(fila.aviso == "-" || avisa(fila.aviso) == 1) << fila.aviso;
     ComprobarFirmado(fila, entrada, salida, modo);

@@ -227,8 +227,6 @@ def principios_y_finales():
     # Damaged, and what looks like an object lies where a repair may look.
     for nombre, despues, fin in (
         ("cuerpo", alojar(FALSO), AMBIGUO), ("cuerpo-pagina", alojar(PAGINA_FALSA), AMBIGUO),
-        ("cuerpo-catalogo", alojar(FALSOS["catalogo"]), AMBIGUO),
-        ("cuerpo-formulario", alojar(FALSOS["formulario"]), AMBIGUO),
         ("cuerpo-igual", alojar("4 0 obj\n[10 0 R]\nendobj\n"), REHECHO),
         ("comprimido", alojar(zlib.compress(FALSO.encode()), "/Filter /FlateDecode"), REHECHO),
         ("cadena", lambda d: d.obj(11, f"(\n{FALSO})"), AMBIGUO),
@@ -264,12 +262,9 @@ def tablas():
     for nombre, como, fin in (
         ("pegada", {"cabeza": "xref ", "trailer": "trailer"}, FIRMADO),
         ("19-bytes", {"tras": "\n"}, FIRMADO), ("21-bytes", {"tras": " \r\n"}, FIRMADO),
-        ("blancos", {"tras": "  \n"}, FIRMADO), ("cr", {"tras": "\r"}, FIRMADO),
         ("empieza-en-1", {"primera": 1}, FIRMADO),
-        ("size-corto", {"size": 5}, FIRMADO), ("size-largo", {"size": 5000}, FIRMADO),
         ("repetida", {"repetidas": f"3 1\n{p[3]:010d} 00000 n \n"}, FIRMADO),
         ("libres-raras", {"cambios": {40: (0, 0, 65536), 41: (0, 0, 0)}}, FIRMADO),
-        ("info-directa", {"extra": "/Info << /Title (Factura) >> /Propia [1 << /A (x) >>]"}, FIRMADO),
         ("id-literal", {"extra": r"/ID [(a\)b\051(c)) (d)]"}, FIRMADO), ("id-raro", {"extra": "/ID [7 8]"}, FIRMADO),
         ("id-indirecto", {"extra": "/ID 11 0 R", "despues": lambda d: d.obj(11, "[<61> <62>]")}, FIRMADO),
         ("sin-palabra", {"cabeza": ""}, REHECHO),
@@ -280,8 +275,6 @@ def tablas():
         ("entrada-en-blanco", {"cambios": {4: (1, p[4] - 1, 0)}}, FIRMADO),
         ("entrada-3-antes", {"cambios": {4: (1, p[4] - 3, 0)}}, REHECHO),
         ("entrada-1-despues", {"cambios": {4: (1, p[4] + 1, 0)}}, REHECHO),
-        ("entrada-3-despues", {"cambios": {4: (1, p[4] + 3, 0)}}, REHECHO),
-        ("entrada-fuera", {"cambios": {4: (1, 9999999999, 0)}}, REHECHO),
         ("entrada-en-otro", {"cambios": {4: (1, p[5], 0)}}, REHECHO),
         ("entrada-cero-sin-uso", {"cambios": {30: (1, 0, 0)}}, FIRMADO),
         ("entrada-en-24", {"antes": lambda d: (d.obj(24, "[8 0 R]"), d.anotar(24, (1, len(CABEZA), 0))),
@@ -312,15 +305,7 @@ def hex_de(datos):
     return datos.hex().encode() + b">"
 
 
-def lzw(datos):
-    """Codes of nine bits, one for each byte; the table is cleared before it grows."""
-    bits = "".join(f"{256:09b}" + "".join(f"{c:09b}" for c in datos[i:i + 200]) for i in range(0, len(datos), 200))
-    bits += f"{257:09b}"
-    bits += "0" * (-len(bits) % 8)
-    return int(bits, 2).to_bytes(len(bits) // 8, "big")
-
-
-FILTROS = (("hex", "/Filter /ASCIIHexDecode", hex_de), ("lzw", "/Filter [/LZWDecode]", lzw),
+FILTROS = (("hex", "/Filter /ASCIIHexDecode", hex_de),
            ("hex-flate", "/Filter [/ASCIIHexDecode /FlateDecode]", lambda b: hex_de(zlib.compress(b))))
 
 
@@ -416,7 +401,6 @@ def claves_dobles():
         ("pagina-escrita", 3, pagina.replace("/Contents", "/Content#73 8 0 R /Contents")),
         ("arbol", 2, arbol.replace("/Kids", "/Kids [9 0 R] /Kids")),
         ("formulario", 6, forma.replace("/Fields", "/Fields [] /Fields")),
-        ("formulario-escrita", 6, forma.replace("/Fields", "/#46ields [] /Fields")),
     ):
         for clase in ("tabla", "miembros"):
             yield f"doble-{nombre}-{clase}", documento(clase, objetos={num: cuerpo}), AMBIGUO
@@ -457,18 +441,12 @@ def hostiles():
     seguidas = {11: (0, 0, 0), 15: (0, 0, 0)}
     for nombre, d, fin in (
         ("index-de-un-millon", documento("flujo", cambios=seguidas, index=f"[0 {millon}]", size=millon), IGUAL),
-        ("index-de-dos-mil-millones",
-         documento("flujo", cambios=seguidas, index="[0 2147483647]", size=2**31 - 1), IGUAL),
-        ("index-largo", documento("flujo", index=f"[{'0 1 ' * millon}]"), IGUAL),
         ("entradas-un-millon", documento("flujo", cambios=seguidas, index=f"[0 {millon}]", sobra=b"\0" * 7 * millon,
                                          size=millon), IGUAL),
-        ("w-888", documento("flujo", cambios=seguidas, w=(8, 8, 8), index=f"[0 {millon}]", sobra=b"\xff" * 24 * millon,
-                            size=2**40), IGUAL),
         ("tabla-de-dos-mil-millones", documento(repetidas="0 2147483647\n0000000000 65535 f \n"), IGUAL),
         ("n-de-dos-mil-millones", documento("miembros", contenedor={"n": 2 * mil * millon}), RECHAZADO),
         ("n-de-muchas-cifras", documento("miembros", contenedor={"n": 10**30}), RECHAZADO),
         ("bomba", documento("miembros", contenedor={"codificar": bomba(300)}), excesivo),
-        ("bomba-justa", documento("miembros", contenedor={"codificar": bomba(34)}), excesivo),
         ("bomba-sin-uso", documento("flujo", despues=lambda d: d.objstm(15, [(30, "null")], codificar=bomba(100))),
          FIRMADO),
         ("bomba-xref", documento("flujo", codificar=bomba(300)), IGUAL),
@@ -476,12 +454,9 @@ def hostiles():
                                     despues=lambda d: d.objstm(20, [(21, "null")], dicc="/Extends 15 0 R")), IGUAL),
         ("flujos-mutuos", documento("miembros", cambios={15: (2, 20, 0), 20: (2, 15, 0)}), RECHAZADO),
         ("prev-10000", prev, IGUAL),
-        ("corchetes", documento(objetos={3: "[" * 200 * mil}), IGUAL),
-        ("diccionarios", documento(objetos={3: "<</A" * 100 * mil}), IGUAL),
         ("parentesis", documento(objetos={4: "(" * 300 * mil}), IGUAL),
         ("arbol-hondo", documento(objetos={2: ARBOL % "100 0 R", **hondo, 100 + 20 * mil: COMUN[3]}), IGUAL),
         ("arbol-en-ciclo", documento(objetos={2: ARBOL % "16 0 R", 16: ARBOL % "2 0 R"}), RECHAZADO),
-        ("arbol-en-ciclo-y-pagina", documento(objetos={2: ARBOL % "3 0 R 2 0 R"}), IGUAL),
         ("arbol-que-se-dobla", documento(objetos={2: ARBOL % "100 0 R", **doble, 160: COMUN[3]}), IGUAL),
         ("campos-de-una-firma", formulario(8 * mil, "<< /FT /Sig /T (a) /V 30 0 R >>", {30: (
             f"<< /Reference [<< /TransformMethod /DocMDP /TransformParams << /P 1 >> >>] /Contents <{largo}> >>")}),
@@ -489,7 +464,6 @@ def hostiles():
         ("nombres-heredados", formulario(2 * mil, "<< /T (a) >>", {
             6: "<< /Fields [30 0 R] >>",
             30: f"<< /FT /Sig /T ({largo}) /Kids [{' '.join(f'{n} 0 R' for n in range(100, 2100))}] >>"}), excesivo),
-        ("tipos-ajenos", formulario(2 * mil, "<< /FT 30 0 R >>", {30: f"({largo})"}), excesivo),
         ("referencias-repetidas", formulario(1, "<< /FT /Sig /T (a) /V 31 0 R >>", {
             30: f"({largo})", 31: f"<< /Reference [{'30 0 R ' * mil}] >>"}), excesivo),
         ("largo-que-es-el-flujo", documento("miembros", contenedor={"largo": "15 0 R"}), IGUAL),

@@ -3,7 +3,6 @@
 #include <sys/mman.h>
 #include <sys/resource.h>
 
-#include <atomic>
 #include <thread>
 
 #include "tests/signer/Copia.h"
@@ -131,27 +130,6 @@ TEST_F(CopiaTest, ElDocumentoSeAcorta) {
                       "no se pudo leer el documento hasta el final: puede que otro programa lo haya cambiado.");
             EXPECT_THAT(Hay(), ElementsAre());
         }
-    }
-}
-
-// The signature fails, or the person gives up: the copy is in the middle of its work.
-TEST_F(CopiaTest, QuienSeArrepienteNoDejaNada) {
-    for (const bool sinNombre : {true, false}) {
-        std::atomic<uint64_t> ultima{0};
-        const FuenteCon fuente(Bytes(6'000'000), [&](uint64_t pos) {
-            ultima = pos;
-            std::this_thread::sleep_for(std::chrono::milliseconds(5));
-            return true;
-        });
-        Fin f;
-        {
-            Copia copia({sinNombre});
-            ASSERT_TRUE(copia.Empezar(fuente, {salida_}, control_, f.motivo, f.error));
-            EXPECT_EQ(Hay().size(), sinNombre ? 0U : 1U);
-        }
-        EXPECT_THAT(Hay(), ElementsAre());
-        EXPECT_EQ(Escondido(), -1);
-        EXPECT_LT(ultima, 5'000'000U) << "it went on to the end";
     }
 }
 

@@ -54,7 +54,6 @@ std::vector<Caso> Casos() {
     const std::string catalogo = "<< /Type /Catalog /Pages 2 0 R >>";
     const std::string una = "<< /Type /Pages /Kids [3 0 R] /Count 1 >>";
     const std::string dos = "<< /Type /Pages /Kids [3 0 R 4 0 R] /Count 2 >>";
-    const std::string paginaSinAnnots = "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 595 842] ";
     return {
         {"invisible, no form, no final newline, /ID in hexadecimal",
          [&] {
@@ -63,7 +62,7 @@ std::vector<Caso> Casos() {
              return pdf;
          }(),
          {0, ""},
-         "\n3 0 obj\n" + paginaSinAnnots + " /Annots [ 5 0 R ]>>\nendobj\n" +
+         std::string("\n3 0 obj\n<< /Type /Page /Parent 2 0 R /MediaBox [0 0 595 842]  /Annots [ 5 0 R ]>>\nendobj\n") +
              "1 0 obj\n<< /Type /Catalog /Pages 2 0 R  /AcroForm 4 0 R>>\nendobj\n" +
              "4 0 obj\n<< /Fields [ 5 0 R ] /SigFlags 3" + kDaDr + "\nendobj\n" +
              "5 0 obj\n<< /Type /Annot /Subtype /Widget /FT /Sig /T (Signature1) /Rect [0 0 0 0] /F 4 /P 3 0 R "
@@ -122,17 +121,6 @@ std::vector<Caso> Casos() {
              kFuente + "8 0 obj\n<< /Type /XObject /Subtype /Form /FormType 1 /BBox [0 0 160 32] " +
              Sustituir(kCuerpoSello, "@F", "7"),
          {1, 3, 6, 7, 8, 9}},
-        {"cross-reference stream as trailer, its /Size above what the scan finds",
-         "%PDF-1.5\n1 0 obj\n" + catalogo + "\nendobj\n2 0 obj\n" + una + "\nendobj\n3 0 obj\n" + kPagina +
-             "\nendobj\n9 0 obj\n<< /Type /XRef /Size 20 /Root 1 0 R /Length 0 >>\nstream\n\nendstream\nendobj\n"
-             "startxref\n186\n%%EOF\n",
-         {7, ""},  // any other mode is invisible
-         "3 0 obj\n" + paginaSinAnnots + " /Annots [ 21 0 R ]>>\nendobj\n" +
-             "1 0 obj\n<< /Type /Catalog /Pages 2 0 R  /AcroForm 20 0 R>>\nendobj\n" +
-             "20 0 obj\n<< /Fields [ 21 0 R ] /SigFlags 3" + kDaDr + "\nendobj\n" +
-             "21 0 obj\n<< /Type /Annot /Subtype /Widget /FT /Sig /T (Signature1) /Rect [0 0 0 0] /F 4 /P 3 0 R "
-             "/V 22 0 R >>\nendobj\n",
-         {1, 3, 20, 21, 22}},
     };
 }
 
@@ -188,15 +176,12 @@ TEST_F(Motor, ActualizacionByteAByte) {
                       "/Reason <FEFF004600690072006D006100200064006500200064006F00630075006D0065006E0074006F>\n" +
                       "/M (D:20261115170509+00'00')\n/ByteRange [" + rangos + "]\n/Contents ");
         EXPECT_EQ(pdf[abre], '<');
-        const size_t xref = tras + 11;
-        const size_t trasStartxref = caso.pdf.rfind("startxref") + 10;
-        const std::string previo =
-            caso.pdf.substr(trasStartxref, caso.pdf.find_first_of("\r\n", trasStartxref) - trasStartxref);
+        const std::string previo = std::to_string(std::atol(caso.pdf.c_str() + caso.pdf.rfind("startxref") + 10));
         const std::string id1 = Lx::Api::BinToHex(Lx::Api::Sha256(caso.pdf).data(), 16);
         EXPECT_EQ(pdf.substr(tras - 1), ">\n>>\nendobj\n" + XrefDe(pdf, caso.pdf.size(), caso.numeros) + "<< /Size " +
                                             std::to_string(caso.numeros.back() + 1) + caso.trailer + " /Prev " +
                                             previo + " /ID [<" + (caso.id0.empty() ? id1 : caso.id0) + "> <" + id1 +
-                                            ">] >>\nstartxref\n" + std::to_string(xref) + "\n%%EOF\n");
+                                            ">] >>\nstartxref\n" + std::to_string(tras + 11) + "\n%%EOF\n");
         const Apoyo::Veredicto veredicto = Apoyo::Juzgar(salida_, identidad_);
         EXPECT_TRUE(veredicto.openssl && veredicto.pdfsig) << veredicto.texto;
     }
@@ -214,10 +199,8 @@ TEST_F(Motor, LoQueNoSePuedeFirmarSeDiceYNoDejaNada) {
     const std::string bueno = con(catalogo, kPagina);
     const Apoyo::Filas<std::string, std::string> filas = {
         {"%PDF-1", entrada_ + " no es un PDF."},
-        {"\n" + bueno, entrada_ + " no es un PDF."},
         {"%PDF-1.4\nnada", "el PDF no tiene 'startxref': no es un PDF valido."},
         {bueno + "startxref\n99999999", "el 'startxref' del PDF apunta fuera del fichero."},
-        {bueno + "startxref\n0", "el 'startxref' del PDF apunta fuera del fichero."},
         {bueno + "startxref 3", "no se pudo leer el trailer del PDF (xref ilegible)."},
         {Sustituir(bueno, "/Root 1 0 R", "/Root 1"), "el trailer del PDF no tiene /Root."},
         {Sustituir(bueno, "/Root 1 0 R", "/Root 1 0 R /Encrypt 9 0 R"),
@@ -227,10 +210,8 @@ TEST_F(Motor, LoQueNoSePuedeFirmarSeDiceYNoDejaNada) {
         {Sustituir(bueno, "/Root 1 0 R", "/Root 8 0 R"), "el catalogo del PDF no es un diccionario legible."},
         {con("<< /Pages << >> >>", kPagina), "el catalogo no apunta a /Pages por referencia."},
         {con(catalogo, "<< /Type /Otro >>"), "no se localizo ninguna pagina en el arbol del PDF."},
-        {con(catalogo, "<< /Type /Page /Annots 77 0 R >>"), perderia("Annots")},
         {con(catalogo, "<< /Type /Page /Annots 2 0 R >>"), perderia("Annots")},
         {con("<< /Pages 2 0 R /AcroForm << /Fields 77 0 R >> >>", kPagina), perderia("Fields")},
-        {con("<< /Pages 2 0 R /AcroForm 77 0 R >>", kPagina), perderia("AcroForm")},
         {con("<< /Pages 2 0 R /AcroForm 3 0 R >>", kPagina), perderia("AcroForm")},
     };
     for (const auto& [pdf, error] : filas) {
@@ -252,18 +233,11 @@ TEST_F(Motor, PorReferenciasElTrailerSeConserva) {
     const Apoyo::Filas<std::string, std::string, std::string> filas = {
         {"/ID [<28 00 29000a41ff5C> <>]", "", ""},
         {"/ID [<28 00 29000a41ff5C> <00>]", "", "280029000A41FF5C"},
-        {"/ID [<280029000a41ff5c><00>]", "", "280029000a41ff5c"},
-        {"/ID [<280029000a41ff5> (x)]", "", "280029000A41FF50"},
         {"/ID [(\\(\\000\\51\\0\\n\\101\377\\\\) (x)]", "", "280029000A41FF5C"},
-        {"/ID 3 0 R", "", ""},
         {"/ID 4 0 R", "", "28"},
         {"/ID [5 0 R 5 0 R]", "", "28"},
-        {"/ID [(a)]", "", ""},
         {"/ID [(a) 7]", "", ""},
-        {"/ID [() ()]", "", ""},
-        {"", "", ""},
-        {"/Info << /Title (a) >> /Otra#20clave [1 0 R] /DocChecksum /AB",
-         " /Info << /Title (a) >> /Otra#20clave [1 0 R] /DocChecksum /AB", ""},
+        {"/Info << /Title (a) >> /Otra#20clave [1 0 R]", " /Info << /Title (a) >> /Otra#20clave [1 0 R]", ""},
         {"/Info 3 0 R /Type /XRef /W [1] /Index [0 1] /Length 3 /Filter /F /DecodeParms null /DL 3", " /Info 3 0 R",
          ""},
     };
@@ -298,11 +272,6 @@ TEST_F(Motor, UnDocumentoQueCambiaMientrasSeFirmaNoSeFirma) {
     const std::string pdf = Casos()[0].pdf, otro = carpeta_ / "otro.pdf";
     const Apoyo::Filas<std::string, std::function<void()>, bool> filas = {
         {"nothing", [] {}, true},
-        {"touched",
-         [&] {
-             Apoyo::Exigir({"touch", entrada_});
-         },
-         false},
         {"appended to", [&] { Apoyo::EscribirFichero(entrada_, pdf + "\n"); }, false},
         {"cut short", [&] { EXPECT_EQ(truncate(entrada_.c_str(), 9), 0); }, false},
         {"another in its place", [&] { EXPECT_EQ(rename(otro.c_str(), entrada_.c_str()), 0); }, false},
@@ -342,7 +311,6 @@ TEST_F(Motor, UnaRevisionComprimidaNoSeDeshace) {
         {acabar(original + flujo), ""},
         {acabar(acabar(original) + flujo), "el catalogo del PDF no es un diccionario legible."},
         {acabar(acabar(original) + catalogo + flujo), "la pagina de referencia del PDF no es un diccionario legible."},
-        {acabar(acabar(original) + flujo + catalogo + pagina), ""},
         {acabar(acabar(acabar(original) + flujo) + catalogo + pagina), ""},
     };
     for (const auto& [pdf, error] : filas) {
@@ -366,11 +334,9 @@ TEST_F(Motor, CertificadoReservaYRespuestaDeLaClave) {
     const std::string noHay = "no hay certificado valido para firmar.";
     const Apoyo::Filas<Lx::X509::Certificado, size_t, Callback, std::string> filas = {
         {invalido, 8192, identidad_.firmar, noHay},
-        {bueno, 8192, nullptr, noHay},
         {bueno, 511, identidad_.firmar, noHay},
         {eliptico, 8192, identidad_.firmar,
          "el certificado elegido no es de firma RSA; este motor solo firma con RSA \\(PKCS#1 v1.5 \\+ SHA-256\\)."},
-        {bueno, 8192, contesta(0, ""), "la tarjeta no firmo."},
         {bueno, 8192, contesta(0, "sin tarjeta"), "sin tarjeta"},
         {bueno, 512, identidad_.firmar, "el CMS \\([0-9]+ B\\) no cabe en la reserva de 512 B."},
         {bueno, 8192, contesta(20000, ""), "el CMS final \\([0-9]+ B\\) supera la reserva de 16384 B."},
@@ -401,7 +367,6 @@ TEST_F(Motor, FallosDeLosFicheros) {
         EXPECT_FALSE(r.escrito || r.firmado);
         EXPECT_EQ(Apoyo::LeerFichero(entrada_), pdf);
     }
-    EXPECT_EQ(access("/dev/full", F_OK), 0);
 }
 
 }  // namespace

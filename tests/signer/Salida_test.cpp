@@ -1,18 +1,54 @@
 // The output of a job: whole under a name of its own, or nothing, whatever stands there and whenever it ends.
-#include <fcntl.h>
 #include <signal.h>
-#include <sys/resource.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 
+#include <atomic>
 #include <thread>
 
 #include "signer/Motor.h"
+#include "signer/PdfVigia.h"
 #include "tests/signer/Copia.h"
+
+namespace {
+
+std::function<int(int)> g_alDisco;  // what the system answers in place of waiting
+
+}  // namespace
+
+extern "C" int fsync(int fd) {
+    return g_alDisco ? g_alDisco(fd) : static_cast<int>(syscall(SYS_fsync, fd));
+}
 
 namespace LxPdfSigner::Interno {
 namespace {
 
 using testing::IsEmpty;
+
+// The bytes are on the disk before the name is there, then the folder; what the disk refuses leaves nothing.
+TEST_F(CopiaTest, AlDiscoAntesQueElNombre) {
+    const Apoyo::Filas<int, Motivo, size_t> filas = {{0, Motivo::Ninguno, 2},
+                                                     {EINTR, Motivo::Ninguno, 3},
+                                                     {EINVAL, Motivo::Ninguno, 2},
+                                                     {EIO, Motivo::SalidaIncompleta, 1}};
+    for (const auto& [fallo, motivo, esperas] : filas) {
+        std::vector<bool> hayNombre, esCarpeta;
+        g_alDisco = [&, f = fallo](int fd) {
+            struct stat st {};
+            esCarpeta.push_back(fstat(fd, &st) == 0 && S_ISDIR(st.st_mode));
+            hayNombre.push_back(fs::exists(salida_));
+            errno = f;
+            return f != 0 && hayNombre.size() == 1 ? -1 : 0;
+        };
+        EXPECT_EQ(Entera({salida_, true}, true).motivo, motivo);
+        g_alDisco = {};
+        ASSERT_EQ(hayNombre.size(), esperas) << fallo;
+        EXPECT_FALSE(hayNombre.front() || esCarpeta.front());
+        EXPECT_TRUE(motivo != Motivo::Ninguno || (hayNombre.back() && esCarpeta.back()));
+        EXPECT_EQ(Hay().size(), motivo == Motivo::Ninguno ? 1U : 0U);
+        fs::remove(salida_);
+    }
+}
 
 // What stands under the name is not followed, opened, or changed, unless it is a file and may be replaced.
 TEST_F(CopiaTest, LoQueHayConElNombre) {
@@ -221,59 +257,34 @@ TEST_F(SalidaTest, LoQueQuedaConPunto) {
 
 // The stages in their order, and a cancel in each: up to the key's turn nothing comes of it, afterwards all does.
 TEST_F(SalidaTest, EtapasYCancelar) {
-    const Callback sinDecir = [](const auto&, std::string&) { return std::vector<unsigned char>(); };
-    const Callback diciendo = [](const auto&, std::string& nota) {
-        nota = "PIN bloqueado.";
-        return std::vector<unsigned char>();
-    };
-    Lx::Control* control = nullptr;
-    std::vector<Lx::Etapa> etapas;
-    const auto mirar = [&] { etapas.push_back(control->Ver().etapa); };
-    const auto alNombrar = [&](const std::string&) {
-        mirar();
-        if (control->Ver().etapa == Lx::Etapa::Documento) control->Cancelar();
-        return RutaSalida(entrada_);
-    };
-    const auto cancelar = [&] {
-        mirar();
-        control->Cancelar();
-    };
-    const auto ocupar = [&] {
-        cancelar();
-        Apoyo::EscribirFichero(firmada_, "de otro");
-    };
     using E = Lx::Etapa;
-    const Apoyo::Filas<const char*, bool, bool, Callback, Motivo, std::vector<E>> filas = {
-        {"before", true, false, Tras(mirar), Motivo::Cancelado, {}},
-        {"when the copy begins", false, true, Tras(mirar), Motivo::Cancelado, {E::Documento}},
-        {"by the key, which then signs", false, false, Tras(ocupar), Motivo::Ninguno, {E::Clave, E::Guardar}},
-        {"by the key, which gives nothing",
-         false,
-         false,
-         [&](const auto& d, std::string& n) {
-             cancelar();
-             return sinDecir(d, n);
-         },
-         Motivo::Cancelado,
-         {E::Clave}},
-        {"by the key, which says why",
-         false,
-         false,
-         [&](const auto& d, std::string& n) {
-             cancelar();
-             return diciendo(d, n);
-         },
-         Motivo::ClaveNoFirma,
-         {E::Clave}},
+    const Apoyo::Filas<const char*, bool, const char*, Motivo, std::vector<E>> filas = {
+        // when, the name was taken before, what the key says instead of signing
+        {"before", false, nullptr, Motivo::Cancelado, {}},
+        {"when the copy begins", true, nullptr, Motivo::Cancelado, {E::Documento}},
+        {"by the key, which then signs", false, nullptr, Motivo::Ninguno, {E::Clave, E::Guardar}},
+        {"by the key, which gives nothing", false, "", Motivo::Cancelado, {E::Clave}},
+        {"by the key, which says why", false, "PIN bloqueado.", Motivo::ClaveNoFirma, {E::Clave}},
     };
-    for (const auto& [que, antes, habia, firmar, motivo, vistas] : filas) {
+    for (const auto& [que, habia, dicho, motivo, vistas] : filas) {
         SCOPED_TRACE(que);
-        Lx::Control suyo;
-        control = &suyo;
-        etapas.clear();
-        if (antes) suyo.Cancelar();
+        Lx::Control control;
+        std::vector<E> etapas;
+        const auto otroNombre = [&](const std::string&) {
+            etapas.push_back(control.Ver().etapa);
+            control.Cancelar();
+            return RutaSalida(entrada_);
+        };
+        const auto firmar = [&, no = dicho](const auto& datos, std::string& nota) {
+            etapas.push_back(control.Ver().etapa);
+            control.Cancelar();
+            Apoyo::EscribirFichero(firmada_, "de otro");
+            nota = no != nullptr ? no : "";
+            return no != nullptr ? std::vector<unsigned char>() : identidad_.firmar(datos, nota);
+        };
+        if (que == std::get<0>(filas.front())) control.Cancelar();
         if (habia) Apoyo::EscribirFichero(firmada_, "de otro");
-        const Resultado r = Firmar({1, "", true, false, alNombrar, control}, firmar);
+        const Resultado r = Firmar({1, "", true, false, otroNombre, &control}, firmar);
         EXPECT_EQ(r.motivo, motivo) << r.error;
         EXPECT_EQ(r.firmado && r.escrito, motivo == Motivo::Ninguno);
         EXPECT_EQ(r.error == "Se canceló la firma.", motivo == Motivo::Cancelado);
@@ -283,28 +294,70 @@ TEST_F(SalidaTest, EtapasYCancelar) {
     }
 }
 
-// In the middle of a copy that would take seconds: noticed at the next piece, by all threads.
+TEST_F(SalidaTest, UnCanceladoNoLeeNiFirma) {
+    Lx::Control control;
+    int firmas = 0;
+    const Callback firmar = [&](const auto&, std::string&) { return std::vector<unsigned char>(++firmas); };
+    Turno turno(firmar, control);
+    const auto fuente = Cancelable(LxPdf::AbrirFichero(entrada_), control);
+    std::string nota;
+    char byte = 0;
+    for (const bool puede : {true, false}) {
+        EXPECT_EQ(fuente->Leer(0, 1, &byte), puede);
+        EXPECT_EQ(turno.Funcion()({}, nota).size(), puede ? 1U : 0U);
+        control.Cancelar();
+    }
+    EXPECT_EQ(firmas, 1);
+}
+
+// The document has room, its update doesn't: that is known before the key is used.
+TEST_F(SalidaTest, SinSitioNoSeFirma) {
+    const std::string disco = carpeta_ / "disco";
+    fs::create_directory(disco);
+    if (Aparte([&] { return Montar(disco, "size=1m"); }) != 0) GTEST_SKIP() << "mounts are refused";
+    const std::string cabe = "size=" + std::to_string(fs::file_size(entrada_) + 8192);
+    const auto firmar = [&] {
+        int firmas = 0;
+        if (!Montar(disco, cabe.c_str())) return false;
+        const Resultado r = LxPdfSigner::Firmar(entrada_, disco + "/s.pdf", identidad_.certificado,
+                                                Tras([&] { ++firmas; }), {}, Opciones{1, "", true});
+        return r.motivo == Motivo::SalidaIncompleta && firmas == 0 && fs::is_empty(disco);
+    };
+    EXPECT_EQ(Aparte(firmar), 0);
+}
+
+// In the middle of a copy that would take longer, cancelled or given up: it ends at the next piece, on all threads.
 TEST_F(CopiaTest, CancelarLaCopia) {
-    for (const unsigned hilos : {0U, 2U}) {
+    for (const auto& [hilos, sinNombre, cancelar] :
+         Apoyo::Filas<unsigned, bool, bool>{{0, true, true}, {2, true, true}, {2, false, true}, {2, false, false}}) {
         Lx::Control control;
-        uint64_t leidos = 0;
-        const FuenteCon fuente(Bytes(6'000'000), [&](uint64_t pos) {
+        std::atomic<uint64_t> leidos = 0;
+        const FuenteCon fuente(Bytes(6'000'000), [&, cancelar = cancelar](uint64_t pos) {
             leidos = pos + kPieza;
-            if (pos == 8 * kPieza) control.Cancelar();
+            if (!cancelar) std::this_thread::sleep_for(std::chrono::milliseconds(5));
+            if (cancelar && pos == 8 * kPieza) control.Cancelar();
             return true;
         });
-        Copia copia({true, hilos});
-        Fin f;
-        Lx::Api::Interno::Sha256Ctx hash;
-        ASSERT_TRUE(copia.Empezar(fuente, {salida_, true}, control, f.motivo, f.error));
-        EXPECT_FALSE(copia.Esperar(hash, f.motivo, f.error));
-        EXPECT_EQ(f.motivo, Motivo::Cancelado);
-        EXPECT_EQ(f.error, "Se canceló la firma.");
-        EXPECT_EQ(leidos, 9 * kPieza);
-        EXPECT_EQ(control.Ver().etapa, Lx::Etapa::Copia);
-        EXPECT_EQ(control.Ver().total, 6'000'000U);
-        EXPECT_LE(control.Ver().hechos, leidos);
-        EXPECT_FALSE(copia.Reservar(7'000'000, f.motivo, f.error)) << "it goes on after a cancel";
+        {
+            Copia copia({sinNombre, hilos});
+            Fin f;
+            Lx::Api::Interno::Sha256Ctx hash;
+            ASSERT_TRUE(copia.Empezar(fuente, {salida_, true}, control, f.motivo, f.error));
+            EXPECT_EQ(Hay().size(), sinNombre ? 0U : 1U);
+            if (cancelar) {
+                EXPECT_FALSE(copia.Esperar(hash, f.motivo, f.error));
+                EXPECT_EQ(f.motivo, Motivo::Cancelado);
+                EXPECT_EQ(f.error, "Se canceló la firma.");
+                EXPECT_EQ(leidos, 9 * kPieza);
+                EXPECT_EQ(control.Ver().etapa, Lx::Etapa::Copia);
+                EXPECT_EQ(control.Ver().total, 6'000'000U);
+                EXPECT_LE(control.Ver().hechos, leidos);
+                EXPECT_FALSE(copia.Reservar(7'000'000, f.motivo, f.error)) << "it goes on after a cancel";
+            }
+        }
+        EXPECT_LT(leidos, 5'000'000U) << "it went on to the end";
+        EXPECT_EQ(Escondido(), -1);
+        EXPECT_THAT(Hay(), IsEmpty());
     }
     EXPECT_THAT(Hay(), IsEmpty());
     EXPECT_TRUE(Entera({salida_, true}, true).acabada);

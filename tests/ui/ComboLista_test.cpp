@@ -106,63 +106,51 @@ TEST_F(Combo, APressElsewhereOnlyCloses) {
 }
 
 TEST_F(Combo, Keys) {
-    const struct {
-        const char* nombre;
-        std::vector<std::pair<KeyCode, uint32_t>> teclas;
-        const char* letras;
-        bool abierto;
-        int elegido;
-        std::vector<KeyCode> ventana;
-    } casos[] = {
-        {"down", {{KeyCode::Down, 0}}, "", false, 1, {}},
-        {"up at the top", {{KeyCode::Up, 0}}, "", false, 0, {}},
-        {"end", {{KeyCode::End, 0}}, "", false, 4, {}},
-        {"enter, closed", {{KeyCode::Enter, 0}}, "", false, 0, {KeyCode::Enter}},
-        {"escape, closed", {{KeyCode::Escape, 0}}, "", false, 0, {KeyCode::Escape}},
-        {"open and go back", {{KeyCode::F4, 0}, {KeyCode::Down, 0}, {KeyCode::Escape, 0}}, "", false, 0, {}},
-        {"open and take", {{KeyCode::Down, Lx::kOption}, {KeyCode::Down, 0}, {KeyCode::Enter, 0}}, "", false, 1, {}},
-        {"move while open", {{KeyCode::F4, 0}, {KeyCode::End, 0}}, "", true, 0, {}},
-        {"tab", {{KeyCode::F4, 0}, {KeyCode::Down, 0}, {KeyCode::Tab, 0}}, "", false, 0, {KeyCode::Tab}},
-        {"space opens and takes", {}, " t ", false, 1, {}},
-        {"letters in turn", {}, "tT", false, 4, {}},
-        {"a letter beyond ASCII", {}, "Ñ", false, 3, {}},
-        {"no such letter", {}, "z", false, 0, {}},
-    };
-    for (const auto& caso : casos) {
-        SCOPED_TRACE(caso.nombre);
+    // Keys, then letters; whether it stands open then, what is chosen, which keys reach the window.
+    const Apoyo::Filas<std::vector<std::pair<KeyCode, uint32_t>>, const char*, bool, int, std::vector<KeyCode>> casos =
+        {
+            {{{KeyCode::Down, 0}}, "", false, 1, {}},
+            {{{KeyCode::End, 0}}, "", false, 4, {}},
+            {{{KeyCode::Escape, 0}, {KeyCode::Enter, 0}}, "", false, 0, {KeyCode::Escape, KeyCode::Enter}},
+            {{{KeyCode::F4, 0}, {KeyCode::Down, 0}, {KeyCode::Escape, 0}}, "", false, 0, {}},
+            {{{KeyCode::Down, Lx::kOption}, {KeyCode::Down, 0}, {KeyCode::Enter, 0}}, "", false, 1, {}},
+            {{{KeyCode::F4, 0}, {KeyCode::End, 0}}, "", true, 0, {}},
+            {{{KeyCode::F4, 0}, {KeyCode::Down, 0}, {KeyCode::Tab, 0}}, "", false, 0, {KeyCode::Tab}},
+            {{}, " t ", false, 1, {}},  // opens and takes
+            {{}, "tT", false, 4, {}},   // in turn
+            {{}, "Ñ", false, 3, {}},
+        };
+    for (const auto& [teclas, letras, abierto, elegido, queda] : casos) {
+        SCOPED_TRACE(testing::PrintToString(elegido) + letras);
         ventana.SetFocusControl(combo);
         combo->SetSelected(0);
         avisos.clear();
         ventana.teclas.clear();
-        for (const auto& [tecla, modificadores] : caso.teclas) Tecla(ventana, tecla, modificadores);
-        Teclear(ventana, caso.letras);
+        for (const auto& [tecla, modificadores] : teclas) Tecla(ventana, tecla, modificadores);
+        Teclear(ventana, letras);
         std::erase(ventana.teclas, KeyCode::Unknown);
-        EXPECT_EQ(combo->IsOpen(), caso.abierto);
-        EXPECT_EQ(combo->GetSelected(), caso.elegido);
-        EXPECT_EQ(avisos.empty(), caso.elegido == 0);
-        EXPECT_EQ(ventana.teclas, caso.ventana);
-        if (caso.abierto) Tecla(ventana, KeyCode::Escape);
+        EXPECT_EQ(combo->IsOpen(), abierto);
+        EXPECT_EQ(combo->GetSelected(), elegido);
+        EXPECT_EQ(avisos.empty(), elegido == 0);
+        EXPECT_EQ(ventana.teclas, queda);
+        if (abierto) Tecla(ventana, KeyCode::Escape);
     }
     EXPECT_FALSE(Rueda(ventana, 50, 20, -1));
-    EXPECT_EQ(combo->GetSelected(), 0);
 }
 
 TEST_F(Combo, TheListStaysInTheWindow) {
     ventana.RemoveControl(ventana.HitTest({50, 100}), true);
     combo->SetItems(std::vector<std::string>(100, "elemento"));
-    const struct {
-        int y;
-        const char* lista;
-    } casos[] = {
+    const Apoyo::Filas<int, const char*> casos = {
         {10, "FillRoundRect 10,41,200,260 6 #ffffffff"},    // nine items below
         {300, "FillRoundRect 10,37,200,260 6 #ffffffff"},   // above
         {150, "FillRoundRect 10,181,200,204 6 #ffffffff"},  // seven fit
     };
-    for (const auto& caso : casos) {
-        combo->rect.y = caso.y;
+    for (const auto& [y, lista] : casos) {
+        combo->rect.y = y;
         combo->SetSelected(99);
-        Clic(ventana, 50, caso.y + 5);
-        EXPECT_THAT(Falso::Pintar(ventana), Contains(caso.lista));
+        Clic(ventana, 50, y + 5);
+        EXPECT_THAT(Falso::Pintar(ventana), Contains(lista));
         Tecla(ventana, KeyCode::Escape);
     }
     combo->rect.y = 10;
@@ -180,6 +168,12 @@ class Lista : public Controles {
         lista->AddColumn("Origen", 0);
         lista->OnSelectionChanged<Controles>(this, &Controles::Elegido);
         ventana.SetFocusControl(lista);
+    }
+    // What is seen at the top.
+    std::string Primera() {
+        for (const std::string& linea : Falso::Pintar(*lista))
+            if (linea.find("\" 24,51") != std::string::npos) return linea.substr(10, linea.find('"', 10) - 10);
+        return "";
     }
     void Llenar(int cuantos) {
         for (int i = 0; i < cuantos; ++i) lista->AddItem({"nombre " + std::to_string(i), "DNIe", "en la tarjeta"});
@@ -213,22 +207,17 @@ TEST_F(Lista, MouseSelectsAndActivates) {
 }
 
 TEST_F(Lista, KeysSelectAndScrollIntoView) {
-    const struct {
-        KeyCode tecla;
-        int elegido;
-        const char* primera;  // what is seen at the top
-    } casos[] = {
+    const Apoyo::Filas<KeyCode, int, const char*> casos = {
         {KeyCode::Down, 0, "nombre 0"},  {KeyCode::Up, 0, "nombre 0"},         {KeyCode::PageDown, 9, "nombre 0"},
         {KeyCode::Down, 10, "nombre 1"}, {KeyCode::PageDown, 19, "nombre 10"}, {KeyCode::End, 99, "nombre 90"},
         {KeyCode::Up, 98, "nombre 90"},  {KeyCode::PageUp, 89, "nombre 89"},   {KeyCode::Home, 0, "nombre 0"},
     };
     Llenar(100);
-    for (const auto& caso : casos) {
-        SCOPED_TRACE(caso.primera);
-        EXPECT_TRUE(Tecla(ventana, caso.tecla));
-        EXPECT_EQ(lista->GetSelected(), caso.elegido);
-        const std::string arriba = "DrawText \"" + std::string(caso.primera) + "\" 24,51";
-        EXPECT_THAT(Falso::Pintar(*lista), Contains(HasSubstr(arriba)));
+    for (const auto& [tecla, elegido, primera] : casos) {
+        SCOPED_TRACE(primera);
+        EXPECT_TRUE(Tecla(ventana, tecla));
+        EXPECT_EQ(lista->GetSelected(), elegido);
+        EXPECT_EQ(Primera(), primera);
     }
     EXPECT_FALSE(Tecla(ventana, KeyCode::Enter));
     lista->OnActivate<Controles>(this, &Controles::Activado);
@@ -240,28 +229,23 @@ TEST_F(Lista, WheelAndThumbScroll) {
     Llenar(5);
     EXPECT_FALSE(Rueda(ventana, 50, 100, -1));
     Llenar(95);
-    const auto primera = [&] {
-        for (const std::string& linea : Falso::Pintar(*lista))
-            if (linea.find("\" 24,51") != std::string::npos) return linea.substr(10, linea.find('"', 10) - 10);
-        return std::string();
-    };
     EXPECT_TRUE(Rueda(ventana, 50, 100, -2));
-    EXPECT_EQ(primera(), "nombre 1");  // the second five begin anew
+    EXPECT_EQ(Primera(), "nombre 1");  // the second five begin anew
     Rueda(ventana, 50, 100, 5);
     Raton(ventana, EventType::MouseDown, 398, 50);
     Raton(ventana, EventType::MouseMove, 450, 53);
-    EXPECT_EQ(primera(), "nombre 1");
+    EXPECT_EQ(Primera(), "nombre 1");
     Raton(ventana, EventType::MouseMove, 450, 390);
-    EXPECT_EQ(primera(), "nombre 85");
+    EXPECT_EQ(Primera(), "nombre 85");
     Raton(ventana, EventType::MouseUp, 450, 390);
     Raton(ventana, EventType::MouseMove, 398, 50);
-    EXPECT_EQ(primera(), "nombre 85");
+    EXPECT_EQ(Primera(), "nombre 85");
     // The track: a page towards the press, and nothing but the track.
     const Apoyo::Filas<int, int, std::string> filas = {
         {398, 60, "nombre 77"}, {398, 340, "nombre 85"}, {398, 50, "nombre 77"}};
     for (const auto& [x, y, arriba] : filas) {
         Clic(ventana, x, y);
-        EXPECT_EQ(primera(), arriba);
+        EXPECT_EQ(Primera(), arriba);
     }
     EXPECT_THAT(avisos, IsEmpty());
     Clic(ventana, 380, 60);

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include "tests/apoyo/Apoyo.h"
 #include "tests/ui/Testigo.h"
 #include "ui/LxButton.h"
 #include "ui/LxFileDialog.h"
@@ -44,28 +45,24 @@ TEST(Aplicacion, RunGivesTheLoopsCodeOrWhatItsEndSays) {
         int ExitInstance() override { return LxApp::ExitInstance() + salida; }
         int salida = 0;
     };
-    const struct {
-        const char* caso;
-        bool pantalla, inicia;
-        int quit, salida, esperado;
-    } casos[] = {
+    const Apoyo::Filas<const char*, bool, bool, int, int, int> casos = {
         {"closed", true, true, 0, 0, 0},       {"quit", true, true, 3, 0, 3},     {"its own code", true, true, 3, 7, 7},
         {"no display", false, true, 0, 7, -1}, {"refused", true, false, 0, 7, 1},
     };
-    for (const auto& caso : casos) {
-        SCOPED_TRACE(caso.caso);
+    for (const auto& [caso, pantalla, inicia, quit, salida, esperado] : casos) {
+        SCOPED_TRACE(caso);
         Registro registro;
         {
             Falso::Aplicacion mundo;
-            Falso::ElMundo().hayPantalla = caso.pantalla;
+            Falso::ElMundo().hayPantalla = pantalla;
             App app;
-            app.salida = caso.salida;
+            app.salida = salida;
             auto* ventana = new VentanaTestigo(registro);
-            ventana->inicia = caso.inicia;
+            ventana->inicia = inicia;
             ventana->Poner("a", {});
             app.mainWindow = ventana;
-            Falso::ElMundo().guion = {[&] { caso.quit ? app.Quit(caso.quit) : app.mainWindow->Close(); }};
-            EXPECT_EQ(app.Run(), caso.esperado);
+            Falso::ElMundo().guion = {[&] { quit ? app.Quit(quit) : app.mainWindow->Close(); }};
+            EXPECT_EQ(app.Run(), esperado);
             EXPECT_EQ(Falso::ElMundo().ventanasVivas, 0);
         }
         EXPECT_THAT(registro, testing::Contains("a borrado").Times(1));

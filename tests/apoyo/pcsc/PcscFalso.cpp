@@ -50,9 +50,13 @@ struct Cabecera {
 extern "C" {
 
 long SCardEstablishContext(unsigned long ambito, const void*, const void*, long* contexto) {
-    ElPcscFalso().ambitos.push_back(ambito);
+    auto& falso = ElPcscFalso();
+    {
+        const std::lock_guard guarda(falso.cerrojo);
+        falso.ambitos.push_back(ambito);
+    }
     if (const long code = Apoyo::Codigo("SCardEstablishContext")) return code;
-    ++ElPcscFalso().contextos;
+    ++falso.contextos;
     *contexto = kAsa;
     return 0;
 }
@@ -61,6 +65,7 @@ long SCardReleaseContext(long contexto) {
     (void)Apoyo::Codigo("SCardReleaseContext");
     if (contexto != kAsa) ElPcscFalso().desvios += "SCardReleaseContext of no context\n";
     --ElPcscFalso().contextos;
+    ++ElPcscFalso().liberados;
     return 0;
 }
 

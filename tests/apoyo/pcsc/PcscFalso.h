@@ -4,6 +4,7 @@
 #include <atomic>
 #include <functional>
 #include <map>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -19,10 +20,12 @@ struct PcscFalso {
     std::map<std::string, unsigned long> codigos;  // function name: the code that it returns
     std::function<long(const Bytes& apdu, Bytes& respuesta)> transmitir;  // a code; without it, no card
     std::function<void(const std::string& funcion)> antes;                // runs before a call does its work
-    unsigned long estadoLector = 0x20;  // how SCardGetStatusChange says that every reader stands
-    std::atomic<bool> fuera{false};     // the card has left
+    std::atomic<unsigned long> estadoLector{0x20};  // how SCardGetStatusChange says that every reader stands
+    std::atomic<bool> fuera{false};                 // the card has left
 
     // What happened.
+    std::mutex cerrojo;                  // of `ambitos`, where several threads open contexts
+    std::atomic<int> liberados{0};       // contexts that were given back
     std::atomic<int> contextos{0};       // open now
     std::atomic<int> tarjetas{0};        // connected now
     std::atomic<int> transmisiones{0};   // commands that were sent

@@ -1,8 +1,8 @@
 // In the place of velmora-pagina: plays what the document holds, line by line. The first two lines are sent at once,
 // the others answer one request each; the one after the last makes it end. A line is the message in hexadecimal digits,
-// or: "muros", which puts up the walls and greets as the real one does; "escucha", which sends who opens files
-// something that never says a word, and greets; or something to try, which is answered with the number of its error as
-// the height, plus one.
+// or: "muros", which puts up the walls and greets as the real one does; "llena", which ends as for want of memory;
+// "escucha", which sends who opens files something that never says a word, and greets; or something to try, which is
+// answered with the number of its error as the height, plus one.
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/eventfd.h>
@@ -54,10 +54,9 @@ long Intentar(const std::string& que, const std::string& ruta) {
     return -1;
 }
 
-// Given for reading alone, whatever was asked.
+// Given for reading alone, whatever was asked. Looked at, not tried: a wall with a hole would let the file be spoilt.
 bool SoloSeLee(int fd) {
-    char byte = 0;
-    return write(fd, &byte, 1) < 0 && errno == EBADF;
+    return (fcntl(fd, F_GETFL) & O_ACCMODE) == O_RDONLY;
 }
 
 void MandarMudo() {
@@ -74,6 +73,7 @@ void MandarMudo() {
 
 bool Decir(const std::string& linea, const Peticion& peticion) {
     if (linea == "muros") return EncerrarseYSaludar();
+    if (linea == "llena") _exit(kSalidaSinMemoria);
     Saludo saludo{1, 1, 0};
     std::string mensaje(reinterpret_cast<const char*>(&saludo), sizeof saludo);
     if (linea == "escucha") {

@@ -55,6 +55,8 @@ TEST(Hostil, SoloSeCreeLoQueCuadraConLoPedido) {
         {Hex({1, Estado::Bien, 100, 50}, 17), cerrado},
         {Hex({1, Estado::Bien, 100, 50}, 4000), cerrado},
         {"", cerrado},
+        {"llena\n", "Sin memoria para rasterizar la pagina."},
+        {Hex({1, Estado::SinMemoria, 100, 50}), "Sin memoria para rasterizar la pagina."},
         {Hex({1, Estado{77}, 100, 50}), "No se pudo dibujar la pagina."},
         {Hex({1, Estado::TamanoInvalido, 100, 50}), "La pagina tiene un tamano invalido."},
     };
