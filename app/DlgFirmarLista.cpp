@@ -58,6 +58,7 @@ void CDlgFirmar::Listar(Despues despues) {
     if (!soloTarjeta) {
         lista_->Clear();
         lista_->SetPlaceholder(kBuscando);
+        MostrarEstado("");
         orden_.clear();
         OnLista(-1);
     }

@@ -16,7 +16,9 @@ const FuenteListada* Listado::De(Origen origen) const {
 }
 
 Listado ListarFuentes(const Contexto& ctx, Control& control, const Listado* anterior) {
-    if (g_fuentes.alListar) g_fuentes.alListar(ctx, anterior != nullptr, control);
+    // A copy: the test may change it meanwhile.
+    const auto hacer = g_fuentes.alListar;
+    if (hacer) hacer(ctx, anterior != nullptr, control);
     return {g_fuentes.entradas, g_fuentes.fuentes, "resumen"};
 }
 

@@ -1,9 +1,11 @@
 // The windows' own logic, without a display, a card or a store.
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <ctime>
 #include <future>
 #include <memory>
+#include <thread>
 
 #include "app/AjusteTexto.h"
 #include "app/DlgFirmar.h"
@@ -314,8 +316,27 @@ TEST_F(Ventanas, LaListaSeRehace) {
     Listo(*d);
     EXPECT_EQ(visto.clavePkcs12, "clave");
     EXPECT_EQ(d->Seleccion().cert.subjectCN, "Eva");
-    // Without a card no reader is kept.
+    // Of two listings the later one counts, whichever ends first.
+    std::promise<void> dentro, soltar;
+    g_fuentes.alListar = [&](const auto&, bool, Lx::Control&) {
+        dentro.set_value();
+        soltar.get_future().wait();
+    };
+    Pulsar(*d, "Actualizar lista");
+    dentro.get_future().wait();
+    std::atomic<bool> sola = false;
+    g_fuentes.alListar = [&](const auto&, bool soloTarjeta, Lx::Control&) {
+        sola = soloTarjeta;
+        // A card that comes while all is listed is read afterwards.
+        if (!soloTarjeta) EnVentana(g_fuentes.tarjeta), EnVentana([] {});
+    };
+    d->Recargar();
+    Falso::HastaQue([&] { return sola && lista.GetCount() == 2; });
     g_fuentes.entradas.clear();
+    soltar.set_value();
+    Listo(*d);
+    EXPECT_EQ(lista.GetCount(), 2);
+    // Without a card no reader is kept.
     EXPECT_EQ(Elegir({"lector", "", "", ""})->Contexto().lector, "");
 }
 
@@ -404,6 +425,7 @@ TEST_F(Ventanas, MientrasFirma) {
                 // The pages turn, another document is not opened, and no other signature begins.
                 Falso::Tecla(v, KeyCode::PageDown);
                 EXPECT_EQ(Control<Lx::CEdit>(v, 0).GetText(), "2 / 3");
+                Falso::Clic(v, aviso.rect.x + 5, aviso.rect.y + 5);
                 EXPECT_TRUE(aviso.visible);
                 v.OnDropFile("/otro.pdf");
                 Pulsar(v, "Firmar");
@@ -443,6 +465,7 @@ TEST_F(Ventanas, ElFinNoEspera) {
     Falso::ElMundo().guion.push_back([] { Falso::Tecla(Falso::Arriba(), KeyCode::Enter); });
     Pulsar(v, "Firmar");
     EXPECT_TRUE(Falso::De(v).cerrada);
+    EXPECT_FALSE(Control<CAviso>(v, 0).visible) << "there is no result";
     EXPECT_EQ(CTarea::Hilos(), 1);
     soltar.set_value();
     Falso::HastaQue([] { return CTarea::Hilos() == 0; });
@@ -450,6 +473,34 @@ TEST_F(Ventanas, ElFinNoEspera) {
     Falso::ElMundo().guion.push_back([&] { otra.Terminar([] { ADD_FAILURE(); }); });
     Pulsar(otra, "Firmar");
     EXPECT_TRUE(Falso::De(otra).cerrada);
+    CMainWindow& ultima = Abrir(1);
+    g_fuentes.alConsultar = [](Lx::Control& control) {
+        EnVentana([] { Lx::LxApp::s_pApp->Quit(0); });
+        while (!control.Cancelado()) {
+        }
+    };
+    Falso::ElMundo().guion.push_back([] { Falso::Tecla(Falso::Arriba(), KeyCode::Enter); });
+    Pulsar(ultima, "Firmar");
+    EXPECT_FALSE(Control<CAviso>(ultima, 0).visible);
+    Falso::HastaQue([] { return CTarea::Hilos() == 0; });
+}
+
+// What is sent to a window that is no more is not done, and nobody waits for it.
+TEST_F(Ventanas, ElCorreoSeCierra) {
+    const auto correo = std::make_shared<Correo>();
+    bool hecho = false, contestado = true;
+    correo->Enviar([&] { hecho = true; });
+    correo->Luego(1, [&] { hecho = true; });
+    std::thread otro([&] { contestado = correo->Preguntar([&] { hecho = true; }); });
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    correo->Cerrar();
+    otro.join();
+    bool ultimo = false;
+    Lx::LxApp::s_pApp->backend->Post([&] { ultimo = true; });
+    Falso::HastaQue([&] { return ultimo; });
+    Falso::HacerTareas();
+    EXPECT_FALSE(hecho);
+    EXPECT_FALSE(contestado);
 }
 
 TEST_F(Ventanas, LoQueDiceUnTrabajo) {
