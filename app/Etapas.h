@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "crypto/LxControl.h"
+#include "crypto/LxControlTrabajo.h"
 
 namespace Orvanta {
 

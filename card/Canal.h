@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "crypto/LxControl.h"
+#include "crypto/LxControlTrabajo.h"
 #include "crypto/LxMotivo.h"
 
 namespace Lx::Pcsc {

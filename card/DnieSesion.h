@@ -6,7 +6,7 @@
 #include "card/Canal.h"
 #include "card/DniePerfiles.h"
 #include "card/LxIso7816.h"
-#include "crypto/LxControl.h"
+#include "crypto/LxControlTrabajo.h"
 #include "crypto/LxMotivo.h"
 
 namespace Lx::Dnie {

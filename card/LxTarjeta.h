@@ -15,7 +15,7 @@
 
 #include "card/LxDnie.h"
 #include "certstore/sistema/LxSistema.h"
-#include "crypto/LxControl.h"
+#include "crypto/LxControlTrabajo.h"
 #include "crypto/LxMotivo.h"
 
 namespace Lx::Dnie {

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "crypto/LxControl.h"
+#include "crypto/LxControlTrabajo.h"
 #include "crypto/LxMemoria.h"
 #include "crypto/LxMotivo.h"
 

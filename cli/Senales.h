@@ -1,7 +1,7 @@
 // Signals that would end the program cancel its job instead.
 #pragma once
 
-#include "crypto/LxControl.h"
+#include "crypto/LxControlTrabajo.h"
 
 namespace Cli {
 

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "crypto/LxControl.h"
+#include "crypto/LxControlTrabajo.h"
 #include "crypto/LxMemoria.h"
 
 namespace Lx::Api {

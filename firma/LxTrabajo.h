@@ -7,7 +7,7 @@
 #include <string>
 
 #include "certstore/sistema/LxSistema.h"
-#include "crypto/LxControl.h"
+#include "crypto/LxControlTrabajo.h"
 #include "crypto/LxMotivo.h"
 
 namespace Lx::Firma {

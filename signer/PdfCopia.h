@@ -12,7 +12,7 @@
 #include <thread>
 #include <vector>
 
-#include "crypto/LxControl.h"
+#include "crypto/LxControlTrabajo.h"
 #include "crypto/LxMotivo.h"
 #include "crypto/LxSha256.h"
 #include "pdf/LxFuente.h"

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "crypto/LxControl.h"
+#include "crypto/LxControlTrabajo.h"
 #include "pdf/LxFuente.h"
 #include "signer/LxPdfSigner.h"
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "crypto/LxControl.h"
+#include "crypto/LxControlTrabajo.h"
 #include "crypto/LxMotivo.h"
 #include "crypto/LxX509.h"
 

@@ -6,7 +6,7 @@
 #include <future>
 #include <thread>
 
-#include "crypto/LxControl.h"
+#include "crypto/LxControlTrabajo.h"
 
 struct Medida {
     double total = 0;

@@ -9,7 +9,7 @@
 #include <optional>
 #include <string>
 
-#include "crypto/LxControl.h"
+#include "crypto/LxControlTrabajo.h"
 #include "crypto/LxSecreto.h"
 #include "tests/apoyo/Apoyo.h"
 

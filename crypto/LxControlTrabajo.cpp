@@ -1,4 +1,4 @@
-#include "crypto/LxControl.h"
+#include "crypto/LxControlTrabajo.h"
 
 namespace Lx {
 
