@@ -25,7 +25,7 @@ enum Sello : int32_t { kInvisible, kPrimera, kUltima, kTodas, kPaginas };
 
 struct Opciones {
     int32_t modo = kPrimera;  // a Sello
-    std::string stampList;  // pages of kPaginas, 1-based, e.g. "1, 3, 5-8"
+    std::string stampList;    // pages of kPaginas, 1-based, e.g. "1, 3, 5-8"
     // The document is read by its cross-references (ISO 32000-1, 7.5), as viewers do. Otherwise by a scan of its text,
     // which sees no object streams and can be fooled: only for callers that need that reading's exact outcome.
     bool referencias = false;
