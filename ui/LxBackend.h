@@ -64,8 +64,6 @@ class CWindowImpl {
 
     // Paints what is invalid now, for a caller that is about to block. Takes no input.
     virtual void FlushPaint() = 0;
-    // While true, the pointer over every window of the program says that work is going on.
-    virtual void SetBusy(bool busy) = 0;
     // Device pixels in one client pixel; 1 on a plain display, never below.
     [[nodiscard]] virtual float GetScale() const = 0;
 };

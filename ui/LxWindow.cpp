@@ -138,10 +138,6 @@ void CWindow::FlushPaint() {
     if (impl) impl->FlushPaint();
 }
 
-void CWindow::SetBusy(bool busy) {
-    if (impl) impl->SetBusy(busy);
-}
-
 float CWindow::GetScale() const {
     return impl ? impl->GetScale() : 1.0F;
 }

@@ -69,7 +69,6 @@ class CWindow : public CControl {
     bool KillTimer(unsigned id);
     // Paints now what is invalid; takes no input.
     void FlushPaint();
-    void SetBusy(bool busy);
     // Device pixels in one client pixel, 1 without a platform window.
     [[nodiscard]] float GetScale() const;
 

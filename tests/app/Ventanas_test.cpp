@@ -474,6 +474,15 @@ TEST_F(Ventanas, ElFinNoEspera) {
     Pulsar(otra, "Firmar");
     EXPECT_TRUE(Falso::De(otra).cerrada);
     CMainWindow& ultima = Abrir(1);
+    // A dialog of the desktop's goes on: then the end is hard.
+    bool duro = false;
+    Falso::ElMundo().elegirFichero = [&](const auto&, std::string&) {
+        ultima.Terminar([&duro] { duro = true; });
+        Falso::HacerTareas();
+        return false;
+    };
+    ultima.OnAbrir();
+    EXPECT_TRUE(duro);
     g_fuentes.alConsultar = [](Lx::Control& control) {
         EnVentana([] { Lx::LxApp::s_pApp->Quit(0); });
         while (!control.Cancelado()) {

@@ -94,7 +94,7 @@ class Lienzo : public Lx::CCanvas, public Apuntes {
 };
 
 // The platform side of one window: De(ventana). It writes down "Create Título 800x600", "Show", "SetTitle Otro",
-// "FlushPaint", "SetBusy 1"..., neither timers nor invalidations.
+// "FlushPaint"..., neither timers nor invalidations.
 class Ventana : public Lx::CWindowImpl, public Apuntes {
   public:
     ~Ventana() override;
@@ -114,7 +114,6 @@ class Ventana : public Lx::CWindowImpl, public Apuntes {
     bool SetTimer(unsigned, unsigned) override { return true; }
     bool KillTimer(unsigned) override { return true; }
     void FlushPaint() override { Apuntar("FlushPaint"); }
-    void SetBusy(bool si) override { Apuntar("SetBusy", int{si}); }
     [[nodiscard]] float GetScale() const override;
 
     int invalidaciones = 0;

@@ -115,20 +115,10 @@ bool CQtView::StopTimer(unsigned id) {
     return true;
 }
 
-void CQtView::SetBusy(bool busy) {
-    if (std::exchange(busy_, busy) == busy) return;
-    if (busy) {
-        QGuiApplication::setOverrideCursor(Qt::WaitCursor);
-    } else {
-        QGuiApplication::restoreOverrideCursor();
-    }
-}
-
 CWindow* CQtView::Detach() {
     CWindow* owner = std::exchange(owner_, nullptr);
     for (const auto& [id, timer] : timers_) killTimer(timer);
     timers_.clear();
-    SetBusy(false);
     accessible_.Clear();
     return owner;
 }

@@ -32,7 +32,6 @@ class CQtView : public QWidget {
     void Flush();
     bool StartTimer(unsigned id, unsigned ms);
     bool StopTimer(unsigned id);
-    void SetBusy(bool busy);
     // What a close does once it is granted: OnDestroy and, but for dialogs, the end of the program.
     void Teardown();
     // The owner goes away: as a teardown, but it hears nothing.
@@ -80,7 +79,6 @@ class CQtView : public QWidget {
     Size size_{-1, -1};  // as the owner knows it
     QRegion invalid_;
     std::map<unsigned, int> timers_;  // the owner's id: Qt's
-    bool busy_ = false;
     bool announced_ = false;
     bool inside_ = false;        // the owner was told of the pointer and not of its leaving
     bool leavePending_ = false;  // the pointer left while a button was down

@@ -122,10 +122,6 @@ void CQtWindow::FlushPaint() {
     if (IsOpen()) view_->Flush();
 }
 
-void CQtWindow::SetBusy(bool busy) {
-    if (IsOpen()) view_->SetBusy(busy);
-}
-
 float CQtWindow::GetScale() const {
     return IsOpen() ? std::max(1.0F, static_cast<float>(view_->devicePixelRatioF())) : 1.0F;
 }

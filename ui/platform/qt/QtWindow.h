@@ -31,7 +31,6 @@ class CQtWindow : public CWindowImpl {
     bool SetTimer(unsigned id, unsigned ms) override;
     bool KillTimer(unsigned id) override;
     void FlushPaint() override;
-    void SetBusy(bool busy) override;
     [[nodiscard]] float GetScale() const override;
 
     // Null once the window is closed.
