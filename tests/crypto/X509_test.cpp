@@ -173,38 +173,6 @@ TEST(X509, ExtraerDeCualquierSitio) {
     }
 }
 
-// A megabyte made to offer as many costly candidates as fit: each is the outline of a certificate whose subject runs
-// over the thousands of empty SETs that all of a run share, and stands in an OCTET STRING of the one before.
-std::string Megabyte() {
-    const auto cabecera = [](size_t n) { return "\x30\x82" + std::string({char(n >> 8), char(n)}); };
-    const std::string hueco = Sec("");
-    std::string cola;
-    for (int i = 0; i < 2000; ++i) cola += Elem(0x31, "");
-    cola += Sec("key");
-    std::string todo;
-    while (todo.size() < (1U << 20)) {
-        std::string tanda = cola;
-        while (tanda.size() < 8192 - 23) {
-            const size_t sujeto = tanda.size() - 5;
-            std::string tbs = Elem(2, "\x01");
-            tbs.append(hueco).append(hueco).append(hueco).append(cabecera(sujeto));
-            const size_t largo = tbs.size() + tanda.size();
-            tanda.insert(0, Elem(4, cabecera(largo + 4).append(cabecera(largo)).append(tbs)));
-        }
-        todo += tanda;
-    }
-    return todo;
-}
-
-TEST(X509, UnMegabyteHostilNoTarda) {
-    for (const std::string& datos : {std::string(1U << 20, '\x30'), std::string(1U << 20, '\x82'), Megabyte()}) {
-        X509::Certificado c;
-        const std::clock_t antes = std::clock();
-        EXPECT_FALSE(X509::ExtraerDe(B(datos), c));
-        EXPECT_LT(static_cast<double>(std::clock() - antes) / CLOCKS_PER_SEC, 10.0);
-    }
-}
-
 TEST(X509, ClaveRsaAMano) {
     const std::string bits0(1, '\0');
     const auto clave = [&](const std::string& contenido) { return Sec(Sec("") + Elem(3, bits0 + contenido)); };

@@ -11,9 +11,7 @@
 namespace LxPdf {
 namespace {
 
-using testing::ElementsAre;
-using testing::Pair;
-using testing::UnorderedElementsAre;
+using namespace testing;
 
 std::string Repetir(std::string_view texto, size_t veces) {
     std::string todo;

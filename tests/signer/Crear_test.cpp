@@ -14,9 +14,7 @@ using Apoyo::CarpetaTemporal;
 using Apoyo::LeerFichero;
 using LxPdfSigner::Callback;
 using LxPdfSigner::Resultado;
-using testing::HasSubstr;
-using testing::Not;
-using testing::StartsWith;
+using namespace testing;
 
 constexpr char kUtc[] = "261115170509Z";
 
@@ -130,8 +128,10 @@ TEST_F(Crear, SinFirmaDejaElDocumento) {
 
 // With options the document is signed or it isn't there.
 TEST_F(Crear, EnteroONada) {
+    int veces = 0;
     const auto crear = [&](const Callback& firmar, const LxPdfSigner::Opciones& opciones) {
-        return LxPdfSigner::Crear(salida_, "Hola", identidad_.certificado, firmar, {}, opciones);
+        return LxPdfSigner::Crear(salida_, "Hola " + std::to_string(++veces), identidad_.certificado, firmar, {},
+                                  opciones);
     };
     const Callback calla = [](const auto&, std::string&) { return std::vector<unsigned char>{}; };
     const std::string noHay = "no hay certificado valido para firmar.";

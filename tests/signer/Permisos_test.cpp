@@ -13,8 +13,7 @@
 namespace LxPdfSigner {
 namespace {
 
-using testing::HasSubstr;
-using testing::Not;
+using namespace testing;
 
 constexpr size_t kHueco = 6000;  // digits of /Contents
 

@@ -11,9 +11,7 @@ using Lx::ButtonState;
 using Lx::CButton;
 using Lx::Color;
 using Lx::EventType;
-using testing::Contains;
-using testing::ElementsAre;
-using testing::Not;
+using namespace testing;
 
 class Boton : public testing::Test {
   public:

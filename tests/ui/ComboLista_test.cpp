@@ -8,18 +8,10 @@
 
 namespace {
 
-using Falso::Clic;
-using Falso::Raton;
-using Falso::Rueda;
-using Falso::Tecla;
-using Falso::Teclear;
+using namespace Falso;
 using Lx::EventType;
 using Lx::KeyCode;
-using testing::Contains;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Not;
+using namespace testing;
 
 class VentanaTestigo : public Lx::CWindow {
   public:

@@ -36,16 +36,11 @@ void operator delete(void* bloque, size_t /*bytes*/) noexcept {
 
 namespace {
 
-using Falso::Clic;
-using Falso::Orden;
-using Falso::Raton;
-using Falso::Tecla;
-using Falso::Teclear;
+using namespace Falso;
 using Lx::EditCommand;
 using Lx::EventType;
 using Lx::KeyCode;
-using testing::Contains;
-using testing::HasSubstr;
+using namespace testing;
 
 class VentanaTestigo : public Lx::CWindow {
   public:

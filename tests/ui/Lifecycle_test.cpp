@@ -46,8 +46,10 @@ TEST(Aplicacion, RunGivesTheLoopsCodeOrWhatItsEndSays) {
         int salida = 0;
     };
     const Apoyo::Filas<const char*, bool, bool, int, int, int> casos = {
-        {"closed", true, true, 0, 0, 0},       {"quit", true, true, 3, 0, 3},     {"its own code", true, true, 3, 7, 7},
-        {"no display", false, true, 0, 7, -1}, {"refused", true, false, 0, 7, 1},
+        {"quit", true, true, 3, 0, 3},
+        {"its own code", true, true, 3, 7, 7},
+        {"no display", false, true, 0, 7, -1},
+        {"refused", true, false, 0, 7, 1},
     };
     for (const auto& [caso, pantalla, inicia, quit, salida, esperado] : casos) {
         SCOPED_TRACE(caso);

@@ -25,8 +25,6 @@ class CPrograma {
 
     [[nodiscard]] std::string Texto() const;
     [[nodiscard]] std::string Errores() const;
-    // Whether its standard output holds the text, now or within the time.
-    [[nodiscard]] bool Dice(const std::string& texto, int ms = 10000) const;
     // The exit status, 128 and more for a signal; -1 when it still runs after the time.
     [[nodiscard]] int Esperar(int ms = 10000);
     [[nodiscard]] pid_t Pid() const { return pid_; }
@@ -75,8 +73,6 @@ class CPantalla {
 
     // Writes what the window, or "root", shows as a PNG.
     void Captura(const std::string& ruta, const std::string& ventana = "root") const;
-    // "#RRGGBB"
-    [[nodiscard]] std::string Pixel(const std::string& ventana, int x, int y) const;
 
     // Runs a program on this display and waits for it.
     Salida EjecutarAqui(std::vector<std::string> argumentos) const;
