@@ -133,11 +133,10 @@ TEST_F(Combo, Keys) {
 TEST_F(Combo, TheListStaysInTheWindow) {
     ventana.RemoveControl(ventana.HitTest({50, 100}), true);
     combo->SetItems(std::vector<std::string>(100, "elemento"));
-    const Apoyo::Filas<int, const char*> casos = {
-        {10, "FillRoundRect 10,41,200,260 6 #ffffffff"},    // nine items below
-        {300, "FillRoundRect 10,37,200,260 6 #ffffffff"},   // above
-        {150, "FillRoundRect 10,181,200,204 6 #ffffffff"},  // seven fit
-    };
+    // Nine items below, above, seven that fit.
+    const Apoyo::Filas<int, const char*> casos = {{10, "FillRoundRect 10,41,200,260 6 #ffffffff"},
+                                                  {300, "FillRoundRect 10,37,200,260 6 #ffffffff"},
+                                                  {150, "FillRoundRect 10,181,200,204 6 #ffffffff"}};
     for (const auto& [y, lista] : casos) {
         combo->rect.y = y;
         combo->SetSelected(99);
