@@ -144,8 +144,6 @@ TEST(DnieFallos, EnCadaComando) {
 TEST(DnieFallos, ElServicioFallaAlConectar) {
     const auto cert = CertificadoDe("firma");
     const std::string sinTarjeta = "No hay tarjeta en el lector. Acerque el DNIe y pulse Actualizar.";
-    const std::string muda =
-        "El lector no detecta la tarjeta (apagada/muda). Reinserte el DNIe bien en la ranura y pulse Actualizar.";
     const Apoyo::Filas<const char*, unsigned long, std::string> filas = {
         {"SCardEstablishContext", 0x8010001D, "Servicio PC/SC no disponible (servicio 'Smart Card' detenido)."},
         {"SCardEstablishContext", 0x8010001E, "Servicio PC/SC detenido."},
@@ -154,7 +152,8 @@ TEST(DnieFallos, ElServicioFallaAlConectar) {
         {"SCardConnect", 0x8010000C, sinTarjeta},
         {"SCardConnect", 0x8010001A,
          "El lector no completo la operacion con la tarjeta. Reinsertela y pulse Actualizar."},
-        {"SCardConnect", 0x80100066, muda},
+        {"SCardConnect", 0x80100066,
+         "El lector no detecta la tarjeta (apagada/muda). Reinserte el DNIe bien en la ranura y pulse Actualizar."},
         {"SCardStatus", 0x80100069, sinTarjeta},
     };
     for (const auto& [funcion, code, esperado] : filas) {

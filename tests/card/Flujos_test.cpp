@@ -10,7 +10,6 @@ using Dnie::CDnie;
 
 namespace {
 
-// Etiquetas joined, and every certificate one of the card's.
 std::string Etiquetas(const std::vector<Dnie::CertificadoDnie>& lista) {
     std::string texto;
     for (const auto& uno : lista) {

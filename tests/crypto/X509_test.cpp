@@ -86,7 +86,6 @@ std::string Extension(const std::string& oid, const std::string& valor) {
     return Sec(Elem(6, oid) + Elem(4, valor));
 }
 
-// Certificates that differ in one part from one that is read.
 TEST(X509, EstructuraAMano) {
     const std::string basica = "\x55\x1D\x13";
     const std::string uso = "\x55\x1D\x0F";

@@ -204,13 +204,11 @@ def principios_y_finales():
     # Damaged, and what looks like an object lies where a repair may look.
     for nombre, despues, fin in (
         ("cuerpo", alojar(FALSO), AMBIGUO), ("cuerpo-pagina", alojar(PAGINA_FALSA), AMBIGUO),
-        ("cuerpo-igual", alojar("4 0 obj\n[10 0 R]\nendobj\n"), REHECHO),
         ("comprimido", alojar(zlib.compress(FALSO.encode()), "/Filter /FlateDecode"), REHECHO),
         ("cadena", lambda d: d.obj(11, f"(\n{FALSO})"), AMBIGUO),
         ("comentario", crudo("% " + FALSO.replace("\n", " ") + "\n"), IGUAL),
         ("flujo-de-objetos", lambda d: d.objstm(15, [(4, "[8 0 R]")], anotar=False), AMBIGUO),
         ("gemelo", alojar(f"10 0 obj\n{flujo(TEXTO.replace('10', '99')).decode()}\nendobj\n"), AMBIGUO),
-        ("gemelo-igual", alojar(f"10 0 obj\n{flujo(TEXTO).decode()}\nendobj\n"), REHECHO),
     ):
         yield f"roto-{nombre}", documento(startxref=5, despues=despues), fin
     yield "roto-tras-eof", documento(startxref=5).b + FALSO.encode(), AMBIGUO
@@ -240,10 +238,6 @@ def tablas():
         ("pegada", {"cabeza": "xref ", "trailer": "trailer"}, FIRMADO),
         ("19-bytes", {"tras": "\n"}, FIRMADO), ("21-bytes", {"tras": " \r\n"}, FIRMADO),
         ("empieza-en-1", {"primera": 1}, FIRMADO),
-        ("repetida", {"repetidas": f"3 1\n{p[3]:010d} 00000 n \n"}, FIRMADO),
-        ("libres-raras", {"cambios": {40: (0, 0, 65536), 41: (0, 0, 0)}}, FIRMADO),
-        ("id-literal", {"extra": r"/ID [(a\)b\051(c)) (d)]"}, FIRMADO), ("id-raro", {"extra": "/ID [7 8]"}, FIRMADO),
-        ("id-indirecto", {"extra": "/ID 11 0 R", "despues": lambda d: d.obj(11, "[<61> <62>]")}, FIRMADO),
         ("sin-palabra", {"cabeza": ""}, REHECHO),
         ("lineas-de-mas", {"repetidas": "0000000009 00000 n \n" * 3}, REHECHO),
         ("cuenta-larga", {"repetidas": "18 9\n0000000009 00000 n \n"}, REHECHO),
@@ -253,7 +247,6 @@ def tablas():
         ("entrada-3-antes", {"cambios": {4: (1, p[4] - 3, 0)}}, REHECHO),
         ("entrada-1-despues", {"cambios": {4: (1, p[4] + 1, 0)}}, REHECHO),
         ("entrada-en-otro", {"cambios": {4: (1, p[5], 0)}}, REHECHO),
-        ("entrada-cero-sin-uso", {"cambios": {30: (1, 0, 0)}}, FIRMADO),
         ("entrada-en-24", {"antes": lambda d: (d.obj(24, "[8 0 R]"), d.anotar(24, (1, len(CABEZA), 0))),
                            "cambios": {4: (1, len(CABEZA) + 1, 0)}}, AMBIGUO),
         ("entrada-de-generacion-1", {"cambios": {4: (1, p[4], 1)}}, AMBIGUO),
@@ -273,9 +266,6 @@ def tablas():
         yield f"cabecera-generacion-{clase}", d, RECHAZADO
         d = documento(clase, objetos={3: PAGINA % "4 1 R"})
         yield f"referencia-generacion-{clase}", d, RECHAZADO if clase == "tabla" else IGUAL
-    for clase in ("flujo", "miembros"):
-        d = documento(clase, extra="/ID [(abc) <64>] /Info << /Title (a) >> /Propia 7")
-        yield f"trailer-raro-{clase}", d, FIRMADO
 
 
 def hex_de(datos):
@@ -332,15 +322,12 @@ def flujos_de_objetos():
           for nombre, filtro, codificar in FILTROS),
         ("sin-comprimir", {"codificar": bytes, "filtro": ""}, {}, FIRMADO),
         ("indice-falso", {}, {"cambios": {4: (2, 15, 0)}}, EXTRANO),
-        ("indice-pasado", {}, {"cambios": {4: (2, 15, 500)}}, EXTRANO),
         ("doble", {"miembros": [*pares, (4, "[8 0 R]")]}, {}, AMBIGUO),
-        ("doble-igual", {"miembros": [*pares, (4, COMUN[4])]}, {}, FIRMADO),
         ("desordenado", {"orden": rotos}, {}, RECHAZADO), ("first-corto", {"primero": 40}, {}, RECHAZADO),
         ("n-corto", {"n": 2}, {}, RECHAZADO), ("n-negativo", {"n": -3}, {}, RECHAZADO),
         ("en-otro-flujo", {}, {"cambios": {4: (2, 10, 0)}}, RECHAZADO),
         ("en-si-mismo", {}, {"cambios": {15: (2, 15, 0)}}, RECHAZADO),
         ("en-flujo-miembro", {"miembros": [*pares, (20, COMUN[10])]}, {"cambios": {4: (2, 20, 0)}}, RECHAZADO),
-        ("referencia-generacion", {"miembros": con(3, PAGINA % "4 1 R")}, {}, RECHAZADO),
         ("miembro-referencia", {"miembros": con(4, "19 0 R")}, {"objetos": {19: "[10 0 R]"}}, RECHAZADO),
         ("largo-falso", {"largo": 20}, {}, REHECHO), ("largo-ninguno", {"largo": "null"}, {}, REHECHO),
         ("largo-doble", {"dicc": "/Length 30"}, {}, FIRMADO),
@@ -403,9 +390,7 @@ def hostiles():
     mil, millon, excesivo = 1000, 1000000, ("rechazado", "Excesivo")
     doble = {100 + i: f"<< /Type /Pages /Kids [{101 + i} 0 R {101 + i} 0 R] /Count 2 >>" for i in range(60)}
     hondo = {100 + i: ARBOL % f"{101 + i} 0 R" for i in range(20 * mil)}
-    prev, largo = documento(), "41" * 128 * mil
-    for _ in range(10 * mil):
-        prev.tabla({}, cabeza="xref\n0 0\n")
+    largo = "41" * 128 * mil
     seguidas = {11: (0, 0, 0), 15: (0, 0, 0)}
     for nombre, d, fin in (
         ("index-de-un-millon", documento("flujo", cambios=seguidas, index=f"[0 {millon}]", size=millon), IGUAL),
@@ -421,8 +406,6 @@ def hostiles():
         ("extends-mutuo", documento("miembros", contenedor={"dicc": "/Extends 20 0 R"},
                                     despues=lambda d: d.objstm(20, [(21, "null")], dicc="/Extends 15 0 R")), IGUAL),
         ("flujos-mutuos", documento("miembros", cambios={15: (2, 20, 0), 20: (2, 15, 0)}), RECHAZADO),
-        ("prev-10000", prev, IGUAL),
-        ("parentesis", documento(objetos={4: "(" * 300 * mil}), IGUAL),
         ("arbol-hondo", documento(objetos={2: ARBOL % "100 0 R", **hondo, 100 + 20 * mil: COMUN[3]}), IGUAL),
         ("arbol-en-ciclo", documento(objetos={2: ARBOL % "16 0 R", 16: ARBOL % "2 0 R"}), RECHAZADO),
         ("arbol-que-se-dobla", documento(objetos={2: ARBOL % "100 0 R", **doble, 160: COMUN[3]}), IGUAL),

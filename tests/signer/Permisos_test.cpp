@@ -17,7 +17,6 @@ using namespace testing;
 
 constexpr size_t kHueco = 6000;  // digits of /Contents
 
-// One entry of a /Reference array; `params` is the inner text of its parameters.
 std::string Entrada(const std::string& metodo, const std::string& params) {
     return "<< /Type /SigRef /TransformMethod /" + metodo + " /TransformParams << /Type /TransformParams /V /1.2 " +
            params + " >> >>";

@@ -160,7 +160,6 @@ class Lista : public Controles {
         lista->OnSelectionChanged<Controles>(this, &Controles::Elegido);
         ventana.SetFocusControl(lista);
     }
-    // What is seen at the top.
     std::string Primera() {
         for (const std::string& linea : Falso::Pintar(*lista))
             if (linea.find("\" 24,51") != std::string::npos) return linea.substr(10, linea.find('"', 10) - 10);

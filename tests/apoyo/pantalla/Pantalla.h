@@ -18,7 +18,6 @@ using Variables = std::vector<std::string>;
 class CPrograma {
   public:
     CPrograma(const std::vector<std::string>& argumentos, const Variables& entorno);
-    // Ends the program if it still runs.
     ~CPrograma();
     CPrograma(const CPrograma&) = delete;
     CPrograma& operator=(const CPrograma&) = delete;
@@ -48,7 +47,6 @@ class CPantalla {
     CPantalla(const CPantalla&) = delete;
     CPantalla& operator=(const CPantalla&) = delete;
 
-    // Empty when it runs; else what is missing.
     [[nodiscard]] const std::string& Error() const { return error_; }
     // What a program on this display is started with: the display, and a home and a runtime folder of its own.
     [[nodiscard]] const Variables& Entorno() const { return entorno_; }
@@ -67,14 +65,12 @@ class CPantalla {
     // Keys of the active window: a text, or one combination such as "ctrl+o", "Return", "shift+Tab".
     void Teclear(const std::string& texto) const;
     void Pulsar(const std::string& tecla) const;
-    // As the button of the title bar does.
     void Cerrar(const std::string& ventana) const;
     void Redimensionar(const std::string& ventana, int ancho, int alto) const;
 
     // Writes what the window, or "root", shows as a PNG.
     void Captura(const std::string& ruta, const std::string& ventana = "root") const;
 
-    // Runs a program on this display and waits for it.
     Salida EjecutarAqui(std::vector<std::string> argumentos) const;
 
   private:

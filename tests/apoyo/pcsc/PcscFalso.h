@@ -22,7 +22,6 @@ struct PcscFalso {
     unsigned long estadoLector = 0x20;  // how SCardGetStatusChange says that every reader stands
     std::atomic<bool> fuera{false};     // the card has left
 
-    // What happened.
     std::atomic<int> contextos{0};       // open now
     std::atomic<int> tarjetas{0};        // connected now
     std::atomic<int> transmisiones{0};   // commands that were sent
