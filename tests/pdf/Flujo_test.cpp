@@ -57,31 +57,6 @@ TEST(Flujo, FiltrosYPredictores) {
     }
 }
 
-TEST(Flujo, FinalesYLimites) {
-    const std::string bueno = Comprimir(std::string(5000, 'a') + "bc");
-    const std::string justo = Comprimir(std::string(kTopeFlujo, '\0')),
-                      mas = Comprimir(std::string(kTopeFlujo + 1, '\0'));
-    Filtros flate;
-    flate.flate = true;
-    const Apoyo::Filas<std::string, Filtros, Decodificado, size_t> filas = {
-        {bueno, flate, Decodificado::Bien, 5002},
-        {bueno + "basura", flate, Decodificado::Bien, 5002},
-        {bueno.substr(0, bueno.size() - 1), flate, Decodificado::Malo, 0},
-        {bueno.substr(0, bueno.size() - 1) + "x", flate, Decodificado::Malo, 0},
-        {justo, flate, Decodificado::Bien, kTopeFlujo},
-        {mas, flate, Decodificado::Excesivo, 0},
-        {"abc", {}, Decodificado::Bien, 3},
-        {std::string(kTopeFlujo + 1, ' '), {}, Decodificado::Excesivo, 0},
-    };
-    for (const auto& [datos, filtros, como, bytes] : filas) {
-        std::string salida;
-        EXPECT_EQ(Decodificar(datos, filtros, salida), como);
-        EXPECT_TRUE(como != Decodificado::Bien || salida.size() == bytes) << salida.size();
-        // What is refused takes no memory of its size.
-        EXPECT_LT(salida.capacity(), bytes + (5U << 20));
-    }
-}
-
 TEST(Sintaxis, ReferenciasACualquierProfundidad) {
     const Apoyo::Filas<std::string_view, std::string> filas = {
         {"12 0 R", "12 0,"},

@@ -295,6 +295,8 @@ def secciones_de_flujo():
         ("index-impar", "flujo", {"index": "[0 3 5]"}, REHECHO),
         ("index-negativo", "flujo", {"index": "[-1 30]"}, REHECHO), ("faltan", "flujo", {"quita": 20}, REHECHO),
         ("codigo-roto", "flujo", {"codificar": lambda b: b"\x78\x9c\xff" + b}, REHECHO),
+        ("codigo-cortado", "flujo", {"codificar": lambda b: zlib.compress(b)[:-1]}, REHECHO),
+        ("codigo-y-mas", "flujo", {"codificar": lambda b: zlib.compress(b) + b"basura"}, FIRMADO),
         *((f"predictor-{p}", "miembros", {"predictor": p}, FIRMADO) for p in (2, *range(10, 16))),
         *((nombre, "flujo", {"filtro": filtro, "codificar": codificar}, ("rechazado", "Filtro"))
           for nombre, filtro, codificar in FILTROS),
@@ -400,6 +402,7 @@ def hostiles():
         ("n-de-dos-mil-millones", documento("miembros", contenedor={"n": 2 * mil * millon}), RECHAZADO),
         ("n-de-muchas-cifras", documento("miembros", contenedor={"n": 10**30}), RECHAZADO),
         ("bomba", documento("miembros", contenedor={"codificar": bomba(300)}), excesivo),
+        ("bomba-justa", documento("miembros", contenedor={"codificar": bomba(34)}), excesivo),
         ("bomba-sin-uso", documento("flujo", despues=lambda d: d.objstm(15, [(30, "null")], codificar=bomba(100))),
          FIRMADO),
         ("bomba-xref", documento("flujo", codificar=bomba(300)), IGUAL),
