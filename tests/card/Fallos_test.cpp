@@ -82,24 +82,22 @@ const Apoyo::Filas<const char*, Cambio, std::string, std::string>& Filas() {
 }  // namespace
 
 TEST(DnieFallos, CadaFalloEnCadaTarjetaYLector) {
-    const auto cert = CertificadoDe("firma");
     for (const auto& [perfil, sinContacto] : kParejas) {
         for (const auto& [caso, cambiar, lista, firmado] : Filas()) {
             SCOPED_TRACE(NombrePareja(perfil, sinContacto) + ": " + caso);
             Escenario e = Apoyo::EscenarioDe(perfil, sinContacto);
             cambiar(e);
-            std::string texto;
             Mundo lectura(e);
-            EXPECT_EQ(CDnie::LeerCertificados(lectura.lector, texto).empty(), !lista.empty());
-            EXPECT_TRUE(lista.empty() || Coincide(lista, texto)) << texto;
-            EXPECT_EQ(CDnie::UltimoError(), lista.empty() ? "" : texto);
+            EXPECT_EQ(lectura.Listar().empty(), !lista.empty());
+            EXPECT_TRUE(lista.empty() || Coincide(lista, lectura.texto)) << lectura.texto;
+            EXPECT_EQ(CDnie::UltimoError(), lista.empty() ? "" : lectura.texto);
             EXPECT_EQ(lectura.tarjeta.Verificaciones(), 0);
             lectura.Comprobar();
 
             Mundo firma(e);
-            EXPECT_EQ(CDnie::Firmar(firma.lector, cert, kDatos, kPin, texto).empty(), !firmado.empty());
-            EXPECT_TRUE(firmado.empty() || Coincide(firmado, texto)) << texto;
-            EXPECT_EQ(CDnie::UltimoError(), firmado.empty() ? "" : texto);
+            EXPECT_EQ(firma.Firmar().empty(), !firmado.empty());
+            EXPECT_TRUE(firmado.empty() || Coincide(firmado, firma.texto)) << firma.texto;
+            EXPECT_EQ(CDnie::UltimoError(), firmado.empty() ? "" : firma.texto);
             firma.Comprobar();
         }
     }
@@ -107,7 +105,6 @@ TEST(DnieFallos, CadaFalloEnCadaTarjetaYLector) {
 
 // At every single command: the card goes, the service stops, the reader is unplugged, half an answer.
 TEST(DnieFallos, EnCadaComando) {
-    const auto cert = CertificadoDe("firma");
     const Fallo fallos[] = {{.retirar = true},
                             {.respuesta = "9000", .retirar = true},
                             {.veces = 1},
@@ -124,15 +121,14 @@ TEST(DnieFallos, EnCadaComando) {
                 Escenario e = Apoyo::EscenarioDe(perfil, sinContacto);
                 e.fallos = {fallos[f]};
                 e.fallos[0].desde = i;
-                std::string texto;
                 Mundo lectura(e);
-                const auto lista = CDnie::LeerCertificados(lectura.lector, texto);
-                EXPECT_FALSE(texto.empty());
-                EXPECT_EQ(lista.empty(), !CDnie::UltimoError().empty());
+                const bool listo = !lectura.Listar().empty();
+                EXPECT_EQ(listo, CDnie::UltimoError().empty());
+                EXPECT_FALSE(lectura.texto.empty());
                 lectura.Comprobar();
                 Mundo firma(e);
-                const auto bytes = CDnie::Firmar(firma.lector, cert, kDatos, kPin, texto);
-                EXPECT_EQ(bytes.empty(), texto.rfind("Firmado por APDU", 0) != 0) << texto;
+                const auto bytes = firma.Firmar();
+                EXPECT_EQ(bytes.empty(), firma.texto.rfind("Firmado por APDU", 0) != 0) << firma.texto;
                 EXPECT_EQ(bytes.empty() ? 256U : bytes.size(), 256U);
                 firma.Comprobar();
                 llego = lectura.tarjeta.Apdus() > i || firma.tarjeta.Apdus() > i;
@@ -142,7 +138,6 @@ TEST(DnieFallos, EnCadaComando) {
 }
 
 TEST(DnieFallos, ElServicioFallaAlConectar) {
-    const auto cert = CertificadoDe("firma");
     const std::string sinTarjeta = "No hay tarjeta en el lector. Acerque el DNIe y pulse Actualizar.";
     const Apoyo::Filas<const char*, unsigned long, std::string> filas = {
         {"SCardEstablishContext", 0x8010001D, "Servicio PC/SC no disponible (servicio 'Smart Card' detenido)."},
@@ -160,10 +155,9 @@ TEST(DnieFallos, ElServicioFallaAlConectar) {
         SCOPED_TRACE(esperado);
         Mundo mundo(Apoyo::EscenarioDe(2, true));
         mundo.pcsc.codigos[funcion] = code;
-        std::string texto;
-        EXPECT_TRUE(CDnie::LeerCertificados(mundo.lector, texto).empty());
-        EXPECT_EQ(texto, esperado);
-        EXPECT_TRUE(CDnie::Firmar(mundo.lector, cert, kDatos, kPin, texto).empty());
+        EXPECT_TRUE(mundo.Listar().empty());
+        EXPECT_EQ(mundo.texto, esperado);
+        EXPECT_TRUE(mundo.Firmar().empty());
         EXPECT_TRUE(CDnie::LeerAtr(mundo.lector).empty());
         EXPECT_EQ(CDnie::UltimoError(), esperado);
         EXPECT_EQ(mundo.tarjeta.Apdus(), 0);

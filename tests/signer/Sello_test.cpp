@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "signer/PdfSello.h"
 #include "tests/apoyo/Apoyo.h"
 
@@ -49,15 +51,10 @@ TEST(Sello, CadenasDePdf) {
 }
 
 TEST(Sello, WinAnsiComoCp1252) {
-    int comparados = 0;
-    for (int byte = 0x20; byte < 0x100; ++byte) {
-        const std::string cp1252(1, static_cast<char>(byte));
-        const Apoyo::Salida s = Apoyo::Ejecutar({"iconv", "-f", "CP1252", "-t", "UTF-8"}, cp1252);
-        if (byte == 0x7F || s.codigo != 0) continue;
-        EXPECT_EQ(WinAnsi(s.texto), cp1252) << byte;
-        ++comparados;
-    }
-    EXPECT_EQ(comparados, 218);  // 224 less DEL and the five bytes that the code page leaves free
+    std::string todos;  // but DEL and what the code page leaves free
+    for (int byte = 0x20; byte < 0x100; ++byte)
+        if (!std::strchr("\x7F\x81\x8D\x8F\x90\x9D", byte)) todos += static_cast<char>(byte);
+    EXPECT_EQ(WinAnsi(Apoyo::Exigir({"iconv", "-f", "CP1252", "-t", "UTF-8"}, todos)), todos);
 }
 
 TEST(Sello, WinAnsiDeLoQueNoTiene) {

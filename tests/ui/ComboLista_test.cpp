@@ -190,6 +190,7 @@ TEST_F(Lista, MouseSelectsAndActivates) {
     Raton(ventana, EventType::MouseDoubleClick, 50, 45 + 60);
     EXPECT_THAT(activados, ElementsAre(2));
     lista->SetSelected(0);
+    EXPECT_EQ(lista->GetSelected(), 0);
     lista->Clear();
     EXPECT_THAT(avisos, ElementsAre(1, 0, 2));
     lista->SetEnabled(false);

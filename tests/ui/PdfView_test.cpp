@@ -252,14 +252,13 @@ TEST_F(PdfView, Rueda) {
 TEST_F(PdfView, Teclas) {
     Abrir();
     ventana.SetFocusControl(vista);
+    // The key, page and scroll before, page and scroll after, whether it was taken.
     const Filas<KeyCode, int, int, int, int, bool> casos{
-        // key, page, scrolled; page, scrolled, consumed
         {KeyCode::Up, 1, 300, 1, 260, true},       {KeyCode::Up, 1, 30, 1, 0, true},
         {KeyCode::Down, 1, 300, 1, 340, true},     {KeyCode::Down, 1, kSobra, 1, kSobra, true},
         {KeyCode::Home, 1, 300, 0, 0, true},       {KeyCode::End, 0, 300, 2, 0, true},
         {KeyCode::PageUp, 1, 300, 0, 0, true},     {KeyCode::PageDown, 1, 300, 2, 0, true},
-        {KeyCode::PageDown, 2, 300, 2, 300, true}, {KeyCode::Left, 1, 300, 1, 300, false},
-    };
+        {KeyCode::PageDown, 2, 300, 2, 300, true}, {KeyCode::Left, 1, 300, 1, 300, false}};
     for (const auto& [tecla, pagina, antes, queda, despues, atendida] : casos) {
         SCOPED_TRACE(static_cast<int>(tecla));
         vista->SetCurrentPage(pagina);
