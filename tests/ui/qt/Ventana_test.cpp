@@ -139,6 +139,7 @@ TEST(Ventana, ElDialogoDeFicherosEligeYCancela) {
     g.Teclear(carpeta / "Acta.PdF");
     g.Pulsar("Return");
     EXPECT_TRUE(g.Ve("fichero 1 " + carpeta / "Acta.PdF")) << g.Resto();
+    EXPECT_TRUE(g.EsperarCierre("Elegir documento"));
     g.Clic(g.ventana, 540, 104);
     EXPECT_NE(g.EsperarVentana("Elegir documento"), "");
     g.Pulsar("Escape");
