@@ -57,6 +57,26 @@ TEST(Flujo, FiltrosYPredictores) {
     }
 }
 
+TEST(Flujo, FinalesYLimites) {
+    const std::string justo = Comprimir(std::string(kTopeFlujo, '\0')),
+                      mas = Comprimir(std::string(kTopeFlujo + 1, '\0'));
+    Filtros flate;
+    flate.flate = true;
+    const Apoyo::Filas<std::string, Filtros, Decodificado, size_t> filas = {
+        {justo, flate, Decodificado::Bien, kTopeFlujo},
+        {justo.substr(0, justo.size() - 1) + "x", flate, Decodificado::Malo, 0},
+        {mas, flate, Decodificado::Excesivo, 0},
+        {std::string(kTopeFlujo + 1, ' '), {}, Decodificado::Excesivo, 0},
+    };
+    for (const auto& [datos, filtros, como, bytes] : filas) {
+        std::string salida;
+        EXPECT_EQ(Decodificar(datos, filtros, salida), como);
+        EXPECT_TRUE(como != Decodificado::Bien || salida.size() == bytes) << salida.size();
+        // What is refused takes no memory of its size.
+        EXPECT_LT(salida.capacity(), bytes + (5U << 20));
+    }
+}
+
 TEST(Sintaxis, ReferenciasACualquierProfundidad) {
     const Apoyo::Filas<std::string_view, std::string> filas = {
         {"12 0 R", "12 0,"},

@@ -402,7 +402,6 @@ def hostiles():
         ("n-de-dos-mil-millones", documento("miembros", contenedor={"n": 2 * mil * millon}), RECHAZADO),
         ("n-de-muchas-cifras", documento("miembros", contenedor={"n": 10**30}), RECHAZADO),
         ("bomba", documento("miembros", contenedor={"codificar": bomba(300)}), excesivo),
-        ("bomba-justa", documento("miembros", contenedor={"codificar": bomba(34)}), excesivo),
         ("bomba-sin-uso", documento("flujo", despues=lambda d: d.objstm(15, [(30, "null")], codificar=bomba(100))),
          FIRMADO),
         ("bomba-xref", documento("flujo", codificar=bomba(300)), IGUAL),
