@@ -30,6 +30,7 @@ TEST(Flujo, FiltrosYPredictores) {
     const Apoyo::Filas<std::string, std::string, Decodificado, std::string> filas = {
         {"/Filter /FlateDecode", "abc", kBien, "abc"},
         {"/Filter [ /Fl ] /DecodeParms [null]", "abc", kBien, "abc"},
+        {"/Filter/FlateDecode/DecodeParms<</Predictor 1/Columns 9>>", "abc", kBien, "abc"},
         {"/Filter /LZWDecode", "abc", kAjeno, "/LZWDecode"},
         {"/Filter [/ASCIIHexDecode /FlateDecode]", "abc", kAjeno, "[/ASCIIHexDecode /FlateDecode]"},
         {png + "4>>", "\0\1\2\3\4\1\1\1\1\1\2\1\1\1\1"s, kBien, "\1\2\3\4\1\2\3\4\2\3\4\5"},
