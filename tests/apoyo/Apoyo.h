@@ -15,7 +15,6 @@
 
 namespace Apoyo {
 
-// A table of cases.
 template <class... Columnas>
 using Filas = std::vector<std::tuple<Columnas...>>;
 
@@ -39,7 +38,6 @@ void EscribirFichero(const std::string& ruta, std::string_view datos);
 // A document with a classic table: objects 1.. in order, the first its catalogue.
 [[nodiscard]] std::string PdfDe(const std::vector<std::string>& objetos, const std::string& trailer = {});
 
-// How often one is in the other.
 [[nodiscard]] size_t Cuenta(std::string_view texto, std::string_view parte);
 
 struct Salida {
@@ -71,7 +69,6 @@ struct Identidad {
     // Signs what it gets with `openssl dgst -sha256`, as a callback of the engine must.
     std::function<std::vector<unsigned char>(const std::vector<unsigned char>&, std::string&)> firmar;
 };
-// A certificate for signing under a root of its own.
 [[nodiscard]] Identidad CrearIdentidad(const std::string& carpeta, const OpcionesIdentidad& opciones = {});
 // The one that the tests of a program share, made when it is first asked for.
 [[nodiscard]] const Identidad& IdentidadComun();
@@ -86,7 +83,6 @@ struct FirmaPdf {
 };
 [[nodiscard]] std::vector<FirmaPdf> FirmasDe(const std::string& pdf);
 
-// `openssl cms -verify -cades` of a detached signature.
 [[nodiscard]] Salida VerificarCms(const std::string& cms, const std::string& contenido, const Identidad& identidad);
 
 // What each program says of the file, which must have signatures at all.

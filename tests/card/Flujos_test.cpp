@@ -10,7 +10,6 @@ using Dnie::CDnie;
 
 namespace {
 
-// Etiquetas joined, and every certificate one of the card's.
 std::string Etiquetas(const std::vector<Dnie::CertificadoDnie>& lista) {
     std::string texto;
     for (const auto& uno : lista) {
@@ -30,11 +29,10 @@ TEST(DnieFlujos, ListarYFirmarConCadaTarjetaEnCadaLector) {
         const auto [perfil, sinContacto] = kParejas[i];
         const std::string nombre = NombrePareja(perfil, sinContacto) + ".txt";
         SCOPED_TRACE(nombre);
-        std::string texto;
         Mundo lectura(Apoyo::EscenarioDe(perfil, sinContacto));
-        EXPECT_EQ(Etiquetas(CDnie::LeerCertificados(lectura.lector, texto)), kTres);
-        EXPECT_EQ(texto, "DNIe " + std::to_string(perfil + 1) + ".0 RENIEC" + (sinContacto ? " (NFC)" : "") +
-                             " · 3 certificado(s) · " + std::to_string(kApdus[i]) + " APDUs");
+        EXPECT_EQ(Etiquetas(lectura.Listar()), kTres);
+        EXPECT_EQ(lectura.texto, "DNIe " + std::to_string(perfil + 1) + ".0 RENIEC" + (sinContacto ? " (NFC)" : "") +
+                                     " · 3 certificado(s) · " + std::to_string(kApdus[i]) + " APDUs");
         EXPECT_EQ(lectura.tarjeta.Transcripcion(), Apoyo::LeerFichero(LX_TRANSCRIPCIONES "listar_" + nombre));
         lectura.Comprobar();
         if (!sinContacto) {  // a name that says nothing stands for a reader with contacts
@@ -45,9 +43,9 @@ TEST(DnieFlujos, ListarYFirmarConCadaTarjetaEnCadaLector) {
         }
 
         Mundo mundo(Apoyo::EscenarioDe(perfil, sinContacto));
-        const auto firma = CDnie::Firmar(mundo.lector, CertificadoDe("firma"), kDatos, kPin, texto);
+        const auto firma = mundo.Firmar();
         EXPECT_TRUE(Apoyo::VerificaOpenssl(Apoyo::ClaveDe("firma"), kDatos, firma));
-        EXPECT_EQ(texto.rfind("Firmado por APDU con el PIN del DNIe (2048 bits, SHA-256 ", 0), 0U) << texto;
+        EXPECT_EQ(mundo.texto.rfind("Firmado por APDU con el PIN del DNIe (2048 bits, SHA-256 ", 0), 0U) << mundo.texto;
         EXPECT_EQ(CDnie::UltimoError(), "");
         EXPECT_EQ(ElSistemaFalso().veces, 0);
         EXPECT_EQ(mundo.tarjeta.Transcripcion(), Apoyo::LeerFichero(LX_TRANSCRIPCIONES "firmar_" + nombre));
@@ -77,18 +75,16 @@ TEST(DnieFlujos, OtrasManerasDeResponder) {
                                               static_cast<unsigned char>(datos.size())});
          }},
     };
-    const auto cert = CertificadoDe("firma");
     for (const auto& [perfil, sinContacto] : kParejas) {
         for (const auto& [caso, cambiar] : filas) {
             SCOPED_TRACE(NombrePareja(perfil, sinContacto) + ": " + caso);
             Escenario e = Apoyo::EscenarioDe(perfil, sinContacto);
             cambiar(e);
             Mundo lectura(e);
-            std::string texto;
-            EXPECT_EQ(Etiquetas(CDnie::LeerCertificados(lectura.lector, texto)), kTres) << texto;
+            EXPECT_EQ(Etiquetas(lectura.Listar()), kTres) << lectura.texto;
             lectura.Comprobar();
             Mundo firma(e);
-            EXPECT_FALSE(CDnie::Firmar(firma.lector, cert, kDatos, kPin, texto).empty()) << texto;
+            EXPECT_FALSE(firma.Firmar().empty()) << firma.texto;
             firma.Comprobar();
         }
     }
@@ -102,8 +98,8 @@ TEST(DnieFlujos, ElCertificadoDeFirmaEnElSitioAntiguo) {
         e.ficheros.erase("CE82");
         e.ficheros["001B"] = Apoyo::ClaveDe("ca").cert;
         Mundo mundo(e);
-        std::string estado, alias;
-        for (const auto& uno : CDnie::LeerCertificados(mundo.lector, estado)) alias += uno.alias + ";";
+        std::string alias;
+        for (const auto& uno : mundo.Listar()) alias += uno.alias + ";";
         EXPECT_EQ(alias, "Autenticacion (DNIe);Certificado CA emisor;Firma Digital (DNIe);");
     }
 }
@@ -123,8 +119,7 @@ TEST(DnieFlujos, ElAtrDecideAntesQueLasAplicaciones) {
         Escenario e = Apoyo::EscenarioDe(perfil, sinContacto);
         e.atr = atr;
         Mundo mundo(e);
-        std::string estado;
-        EXPECT_EQ(CDnie::LeerCertificados(mundo.lector, estado).size(), 3U) << estado;
+        EXPECT_EQ(mundo.Listar().size(), 3U) << mundo.texto;
         EXPECT_EQ(mundo.tarjeta.Transcripcion().rfind(primero, 0), 0U) << mundo.tarjeta.Transcripcion();
     }
 }
@@ -140,8 +135,7 @@ TEST(DnieFlujos, LasClavesSePruebanEnOrden) {
         Escenario e = Apoyo::EscenarioDe(perfil, false);
         e.claves = claves;
         Mundo mundo(e);
-        std::string info;
-        EXPECT_FALSE(CDnie::Firmar(mundo.lector, CertificadoDe("firma"), kDatos, kPin, info).empty()) << info;
+        EXPECT_FALSE(mundo.Firmar().empty()) << mundo.texto;
         std::vector<std::string> mse;
         const std::string& todo = mundo.tarjeta.Transcripcion();
         for (size_t p = 0; (p = todo.find("> 002241B606", p)) != std::string::npos; p += 12) {
@@ -171,9 +165,8 @@ TEST(DnieFlujos, LaSegundaPasada) {
         e.fallos = {{.ins = ins, .veces = veces, .respuesta = "6982"}};
         if (apdus != 0) e.fallos.push_back({.ins = 0x20, .desde = 4, .respuesta = "63C2"});
         Mundo mundo(e);
-        std::string info;
-        EXPECT_EQ(!CDnie::Firmar(mundo.lector, CertificadoDe("firma"), kDatos, kPin, info).empty(), firma);
-        EXPECT_EQ(info.rfind(texto, 0), 0U) << info;
+        EXPECT_EQ(!mundo.Firmar().empty(), firma);
+        EXPECT_EQ(mundo.texto.rfind(texto, 0), 0U) << mundo.texto;
         EXPECT_EQ(mundo.tarjeta.Verificaciones(), verificaciones);
         EXPECT_TRUE(apdus == 0 || (apdus == mundo.tarjeta.Apdus() && ElSistemaFalso().veces == 0));
         mundo.Comprobar();
@@ -186,16 +179,15 @@ TEST(DnieFlujos, LoQueNoSeMiraAlAbrirElDirectorioDeFirma) {
         Escenario e = Apoyo::EscenarioDe(perfil, false);
         e.fallos = {{.ins = 0xA4, .desde = 1, .veces = veces, .respuesta = "6A82", .sinGastar = true}};
         Mundo mundo(e);
-        std::string info;
-        EXPECT_FALSE(CDnie::Firmar(mundo.lector, CertificadoDe("firma"), kDatos, kPin, info).empty()) << info;
+        EXPECT_FALSE(mundo.Firmar().empty()) << mundo.texto;
     }
 }
 
 TEST(DnieFlujos, UnCertificadoSinClaveRsaNoSeComprueba) {
     Mundo mundo(Apoyo::EscenarioDe(1, true));
-    std::string info;
-    EXPECT_FALSE(CDnie::Firmar(mundo.lector, CertificadoDe("ec"), kDatos, kPin, info).empty());
-    EXPECT_EQ(info.rfind("sin comprobar, certificado no RSA: Firmado por APDU con el PIN del DNIe (2048 bits", 0), 0U);
+    EXPECT_FALSE(mundo.Firmar("ec").empty());
+    EXPECT_EQ(
+        mundo.texto.rfind("sin comprobar, certificado no RSA: Firmado por APDU con el PIN del DNIe (2048 bits", 0), 0U);
 }
 
 TEST(DnieFlujos, ElAlmacenDelSistemaEsLoUltimo) {
@@ -204,9 +196,8 @@ TEST(DnieFlujos, ElAlmacenDelSistemaEsLoUltimo) {
     Mundo mundo(e);
     ElSistemaFalso().firma = {1, 2, 3};
     ElSistemaFalso().alFirmar = [&] { EXPECT_EQ(mundo.pcsc.tarjetas + mundo.pcsc.contextos, 0); };
-    std::string info;
-    EXPECT_EQ(CDnie::Firmar(mundo.lector, CertificadoDe("firma"), kDatos, kPin, info), (Apoyo::Bytes{1, 2, 3}));
-    EXPECT_EQ(info, "Firmado con el minidriver de Linux (24 bits, SHA-256 039058C6F2C0CB49)");
+    EXPECT_EQ(mundo.Firmar(), (Apoyo::Bytes{1, 2, 3}));
+    EXPECT_EQ(mundo.texto, "Firmado con el minidriver de Linux (24 bits, SHA-256 039058C6F2C0CB49)");
     EXPECT_EQ(ElSistemaFalso().pin, "");
     mundo.Comprobar();
     // The job is free again while the store asks its question, and what it was cancelled for meanwhile counts.

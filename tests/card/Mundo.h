@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "card/LxDnie.h"
 #include "crypto/LxX509.h"
 #include "tests/apoyo/pcsc/PcscFalso.h"
 #include "tests/apoyo/tarjeta/TarjetaVirtual.h"
@@ -23,6 +24,15 @@ struct SistemaFalso {
 };
 
 SistemaFalso& ElSistemaFalso();
+
+inline Lx::X509::Certificado CertificadoDe(const std::string& identidad) {
+    Lx::X509::Certificado cert;
+    EXPECT_TRUE(Lx::X509::Parsear(Apoyo::ClaveDe(identidad).cert, cert));
+    return cert;
+}
+
+inline const Apoyo::Bytes kDatos = {'d', 'a', 't', 'o', 's'};
+inline const std::string kPin = "123456";
 
 struct Mundo {
     explicit Mundo(Apoyo::Escenario e)
@@ -49,8 +59,14 @@ struct Mundo {
         EXPECT_GE(tarjeta.Intentos(), 2);
     }
 
+    // What the module makes of the card, and what it says of that.
+    Apoyo::Bytes Firmar(const std::string& identidad = "firma") {
+        return Lx::Dnie::CDnie::Firmar(lector, CertificadoDe(identidad), kDatos, kPin, texto);
+    }
+    auto Listar() { return Lx::Dnie::CDnie::LeerCertificados(lector, texto); }
+
     Apoyo::CTarjetaVirtual tarjeta;
-    std::string lector;
+    std::string lector, texto;
     Apoyo::PcscFalso& pcsc;
 };
 
@@ -61,12 +77,3 @@ inline constexpr std::pair<int, bool> kParejas[] = {{0, false}, {0, true},  {1, 
 inline std::string NombrePareja(int perfil, bool sinContacto) {
     return "v" + std::to_string(perfil + 1) + (sinContacto ? "_nfc" : "_contacto");
 }
-
-inline Lx::X509::Certificado CertificadoDe(const std::string& identidad) {
-    Lx::X509::Certificado cert;
-    EXPECT_TRUE(Lx::X509::Parsear(Apoyo::ClaveDe(identidad).cert, cert));
-    return cert;
-}
-
-inline const Apoyo::Bytes kDatos = {'d', 'a', 't', 'o', 's'};
-inline const std::string kPin = "123456";

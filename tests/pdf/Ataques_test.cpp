@@ -100,7 +100,6 @@ int GravedadDe(const std::string& ruta) {
     return codigo == 0 ? 0 : codigo == 3 ? 1 : 2;
 }
 
-// A line of the script: what the document is called, what shall become of it.
 struct Fila {
     std::string nombre, fin, motivo, aviso, clase;
 };

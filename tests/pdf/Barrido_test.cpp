@@ -11,9 +11,7 @@
 namespace LxPdf {
 namespace {
 
-using testing::ElementsAre;
-using testing::Pair;
-using testing::UnorderedElementsAre;
+using namespace testing;
 
 std::string Repetir(std::string_view texto, size_t veces) {
     std::string todo;
@@ -103,34 +101,6 @@ TEST(Barrido, LaBusquedaNoPierdeNingunaPosicion) {
     for (size_t n = 0; n < 70 * 20; ++n) {
         const std::string texto = std::string(n / 20, 'o') + " 5 0 obj" + std::string(n % 20, 'b');
         EXPECT_EQ(Barrido(texto).Objetos().count(5), 1U) << n;
-    }
-}
-
-TEST(Barrido, DiccionarioDeUnObjeto) {
-    const std::string datos =
-        "1 0 obj<</A 1>>endobj 2 0 obj % c\n << /B 2 >>\nstream\n<<\nendstream 3 0 obj [1] endobj 4 0 obj << /C 3\n";
-    const Barrido barrido(datos);
-    std::string_view dict;
-    ASSERT_TRUE(barrido.DictEn(1, dict));
-    EXPECT_EQ(dict, "/A 1");
-    ASSERT_TRUE(barrido.DictEn(2, dict));
-    EXPECT_EQ(dict, " /B 2 ");
-    // An array, one that is never closed, one that isn't there.
-    for (const long num : {3, 4, 5}) EXPECT_FALSE(barrido.DictEn(num, dict)) << num;
-}
-
-TEST(Barrido, TrailerDeTablaYDeFlujo) {
-    const Apoyo::Filas<std::string_view, bool, std::string_view> filas = {
-        {"xref\n0 1\ntrailer\n<</Size 1>>\nstartxref", true, "/Size 1"},
-        {" % c\nxref trailer%c\n<< /ID [<<>>] >>", true, " /ID [<<>>] "},
-        {"9 0 obj << /Type /XRef /Root 1 0 R >> stream", true, " /Type /XRef /Root 1 0 R "},
-        {"xref trailer (x)", false, ""},
-        {"0 0 obj <<>>", false, ""},
-    };
-    for (const auto& [texto, hay, esperado] : filas) {
-        std::string_view dict;
-        EXPECT_EQ(LeerTrailer(texto, 0, dict), hay) << texto;
-        EXPECT_EQ(dict, esperado) << texto;
     }
 }
 

@@ -201,7 +201,6 @@ def cerrar(d, clase="tabla", num=17, **seccion):
 
 
 def revision(d, objetos, clase="tabla", num=18, **seccion):
-    """One more revision, with new bodies of objects."""
     for n, cuerpo in objetos.items():
         d.obj(n, cuerpo)
     return cerrar(d, clase, num, **seccion)

@@ -1,5 +1,5 @@
-// ayudante_pdf FILE: what a Documento says of a document, a line for each fact: its base, whether it was rebuilt, its
-// revisions, pages, trailer and objects. Texts are in hexadecimal.
+// ayudante_pdf FILE: what a Documento says of a document, a line for each fact: whether it was rebuilt, its pages,
+// trailer and objects. Texts are in hexadecimal.
 #include <cstdio>
 
 #include "crypto/LxApi.h"
@@ -12,13 +12,7 @@ std::string Hex(std::string_view texto) {
 }
 
 void Contar(const LxPdf::Documento& doc) {
-    constexpr const char* kClases[] = {"tabla", "hibrida", "flujo"};
-    printf("base %llu\n", static_cast<unsigned long long>(doc.Base()));
     if (doc.Rarezas().reconstruido) puts("reconstruido");
-    for (const LxPdf::Revision& r : doc.Revisiones()) {
-        printf("revision %s %llu %llu\n", kClases[static_cast<int>(r.clase)], static_cast<unsigned long long>(r.inicio),
-               static_cast<unsigned long long>(r.fin));
-    }
     for (const LxPdf::Ref pagina : doc.Paginas()) printf("pagina %u %u\n", pagina.num, pagina.gen);
     printf("trailer %s\n", Hex(doc.Trailer()).c_str());
     for (const LxPdf::Documento::Sitio& s : doc.Sitios()) {

@@ -140,27 +140,6 @@ def hibridas():
     yield "hibrida-tabla-vieja-libre", hibrida(en_flujo=bueno, d=vieja), FIRMADO
 
 
-def linealizado():
-    """Two sections: the first in the file is the newest, the main one is its /Prev."""
-    d = Pdf()
-    d.mas("18 0 obj\n<< /Linearized 1 /L 0000000000 /H [0 0] /O 3 /E 0 /N 1 /T 0 >>\nendobj\n")
-    primera = len(d.b)
-    d.mas("xref\n0 1\n0000000000 65535 f \n1 3\n" + "0000000000 00000 n \n" * 3 +
-          "trailer\n<< /Size 19 /Root 1 0 R /Prev 0000000000 >>\nstartxref\n0\n%%EOF\n")
-    for num in COMUN:
-        d.obj(num, COMUN[num])
-    d.anotar(18, (1, len(CABEZA), 0))
-    posiciones = [d.nuevas.pop(n)[1] for n in (1, 2, 3)]
-    d.tabla(cerrar=False)
-    for pos in posiciones:
-        d.b = d.b.replace(b"0000000000 00000 n", b"%010d 00000 n" % pos, 1)
-    d.b = d.b.replace(b"/Prev 0000000000", b"/Prev %010d" % d.seccion)
-    d.seccion = primera
-    d.fin()
-    d.b = d.b.replace(b"/L 0000000000", b"/L %010d" % len(d.b))
-    return d
-
-
 def cadenas():
     """What leads from one section to another."""
     aqui = documento().seccion
@@ -178,8 +157,6 @@ def cadenas():
         yield f"revisiones-300-{clase}", d, FIRMADO
     yield "tabla-tras-flujo", revision(documento("flujo"), {5: FUENTE}), EXTRANO
     yield "tabla-tras-miembros", revision(documento("miembros"), {3: COMUN[3]}), EXTRANO
-    yield "linealizado", linealizado(), FIRMADO
-    yield "linealizado-y-cambiado", revision(linealizado(), {5: FUENTE}), FIRMADO
     yield "encrypt-antes", revision(documento(extra="/Encrypt 12 0 R"), {5: FUENTE}), ("rechazado", "Cifrado")
     yield "encrypt", documento(extra="/Encrypt 12 0 R"), ("rechazado", "Cifrado")
     yield "root-solo-antes", revision(documento(), {5: FUENTE}, raiz=None), REHECHO
@@ -227,13 +204,11 @@ def principios_y_finales():
     # Damaged, and what looks like an object lies where a repair may look.
     for nombre, despues, fin in (
         ("cuerpo", alojar(FALSO), AMBIGUO), ("cuerpo-pagina", alojar(PAGINA_FALSA), AMBIGUO),
-        ("cuerpo-igual", alojar("4 0 obj\n[10 0 R]\nendobj\n"), REHECHO),
         ("comprimido", alojar(zlib.compress(FALSO.encode()), "/Filter /FlateDecode"), REHECHO),
         ("cadena", lambda d: d.obj(11, f"(\n{FALSO})"), AMBIGUO),
         ("comentario", crudo("% " + FALSO.replace("\n", " ") + "\n"), IGUAL),
         ("flujo-de-objetos", lambda d: d.objstm(15, [(4, "[8 0 R]")], anotar=False), AMBIGUO),
         ("gemelo", alojar(f"10 0 obj\n{flujo(TEXTO.replace('10', '99')).decode()}\nendobj\n"), AMBIGUO),
-        ("gemelo-igual", alojar(f"10 0 obj\n{flujo(TEXTO).decode()}\nendobj\n"), REHECHO),
     ):
         yield f"roto-{nombre}", documento(startxref=5, despues=despues), fin
     yield "roto-tras-eof", documento(startxref=5).b + FALSO.encode(), AMBIGUO
@@ -263,10 +238,6 @@ def tablas():
         ("pegada", {"cabeza": "xref ", "trailer": "trailer"}, FIRMADO),
         ("19-bytes", {"tras": "\n"}, FIRMADO), ("21-bytes", {"tras": " \r\n"}, FIRMADO),
         ("empieza-en-1", {"primera": 1}, FIRMADO),
-        ("repetida", {"repetidas": f"3 1\n{p[3]:010d} 00000 n \n"}, FIRMADO),
-        ("libres-raras", {"cambios": {40: (0, 0, 65536), 41: (0, 0, 0)}}, FIRMADO),
-        ("id-literal", {"extra": r"/ID [(a\)b\051(c)) (d)]"}, FIRMADO), ("id-raro", {"extra": "/ID [7 8]"}, FIRMADO),
-        ("id-indirecto", {"extra": "/ID 11 0 R", "despues": lambda d: d.obj(11, "[<61> <62>]")}, FIRMADO),
         ("sin-palabra", {"cabeza": ""}, REHECHO),
         ("lineas-de-mas", {"repetidas": "0000000009 00000 n \n" * 3}, REHECHO),
         ("cuenta-larga", {"repetidas": "18 9\n0000000009 00000 n \n"}, REHECHO),
@@ -276,7 +247,6 @@ def tablas():
         ("entrada-3-antes", {"cambios": {4: (1, p[4] - 3, 0)}}, REHECHO),
         ("entrada-1-despues", {"cambios": {4: (1, p[4] + 1, 0)}}, REHECHO),
         ("entrada-en-otro", {"cambios": {4: (1, p[5], 0)}}, REHECHO),
-        ("entrada-cero-sin-uso", {"cambios": {30: (1, 0, 0)}}, FIRMADO),
         ("entrada-en-24", {"antes": lambda d: (d.obj(24, "[8 0 R]"), d.anotar(24, (1, len(CABEZA), 0))),
                            "cambios": {4: (1, len(CABEZA) + 1, 0)}}, AMBIGUO),
         ("entrada-de-generacion-1", {"cambios": {4: (1, p[4], 1)}}, AMBIGUO),
@@ -296,9 +266,6 @@ def tablas():
         yield f"cabecera-generacion-{clase}", d, RECHAZADO
         d = documento(clase, objetos={3: PAGINA % "4 1 R"})
         yield f"referencia-generacion-{clase}", d, RECHAZADO if clase == "tabla" else IGUAL
-    for clase in ("flujo", "miembros"):
-        d = documento(clase, extra="/ID [(abc) <64>] /Info << /Title (a) >> /Propia 7")
-        yield f"trailer-raro-{clase}", d, FIRMADO
 
 
 def hex_de(datos):
@@ -315,13 +282,9 @@ def secciones_de_flujo():
         ("w-120", "flujo", {"w": (1, 2, 0)}, FIRMADO),
         ("w-021", "flujo", {"w": (0, 2, 1), "cambios": {0: None}}, FIRMADO),
         ("w-143", "miembros", {"w": (1, 4, 3)}, FIRMADO), ("w-182", "miembros", {"w": (1, 8, 2)}, FIRMADO),
-        ("w-888", "miembros", {"w": (8, 8, 8)}, IGUAL), ("w-largo", "miembros", {"wtexto": "[1 4 2 0]"}, IGUAL),
         ("sin-index", "flujo", {"index": None, "cambios": {11: (0, 0, 0), 15: (0, 0, 0)}}, FIRMADO),
         ("index-desordenado", "miembros", {"filas": lambda e: [*e.items()][3:] + [*e.items()][:3]}, FIRMADO),
-        ("entrada-doble-igual", "flujo", {"filas": lambda e: [*e.items(), (3, e[3])]}, FIRMADO),
         ("sobra", "miembros", {"sobra": b"\1" * 7}, FIRMADO),
-        ("sin-entrada-propia", "flujo", {"propia": False}, FIRMADO),
-        ("propia-libre", "flujo", {"cambios": {17: (0, 0, 0)}}, FIRMADO),
         ("propia-en-otra-parte", "miembros", {"cambios": {17: (1, 20, 0)}}, FIRMADO),
         ("propia-generacion-1", "flujo", {"cambios": {17: (1, 20, 1)}, "gen": 1}, FIRMADO),
         ("tipo-3-sin-uso", "miembros", {"cambios": {30: (3, 1, 0)}}, IGUAL),
@@ -329,10 +292,11 @@ def secciones_de_flujo():
         ("sin-comprimir", "miembros", {"codificar": bytes, "filtro": ""}, FIRMADO),
         ("w-000", "flujo", {"w": (0, 0, 0)}, REHECHO), ("w-192", "flujo", {"w": (1, 9, 2)}, REHECHO),
         ("w-negativo", "flujo", {"wtexto": "[1 -4 2]"}, REHECHO), ("w-corto", "flujo", {"wtexto": "[1 4]"}, REHECHO),
-        ("w-enorme", "flujo", {"wtexto": "[1 4294967300 2]"}, REHECHO),
         ("index-impar", "flujo", {"index": "[0 3 5]"}, REHECHO),
         ("index-negativo", "flujo", {"index": "[-1 30]"}, REHECHO), ("faltan", "flujo", {"quita": 20}, REHECHO),
         ("codigo-roto", "flujo", {"codificar": lambda b: b"\x78\x9c\xff" + b}, REHECHO),
+        ("codigo-cortado", "flujo", {"codificar": lambda b: zlib.compress(b)[:-1]}, REHECHO),
+        ("codigo-y-mas", "flujo", {"codificar": lambda b: zlib.compress(b) + b"basura"}, FIRMADO),
         *((f"predictor-{p}", "miembros", {"predictor": p}, FIRMADO) for p in (2, *range(10, 16))),
         *((nombre, "flujo", {"filtro": filtro, "codificar": codificar}, ("rechazado", "Filtro"))
           for nombre, filtro, codificar in FILTROS),
@@ -360,26 +324,19 @@ def flujos_de_objetos():
           for nombre, filtro, codificar in FILTROS),
         ("sin-comprimir", {"codificar": bytes, "filtro": ""}, {}, FIRMADO),
         ("indice-falso", {}, {"cambios": {4: (2, 15, 0)}}, EXTRANO),
-        ("indice-pasado", {}, {"cambios": {4: (2, 15, 500)}}, EXTRANO),
         ("doble", {"miembros": [*pares, (4, "[8 0 R]")]}, {}, AMBIGUO),
-        ("doble-segundo", {"miembros": [(4, "[8 0 R]"), *pares]}, {"cambios": {4: (2, 15, 4)}}, AMBIGUO),
-        ("doble-igual", {"miembros": [*pares, (4, COMUN[4])]}, {}, FIRMADO),
         ("desordenado", {"orden": rotos}, {}, RECHAZADO), ("first-corto", {"primero": 40}, {}, RECHAZADO),
         ("n-corto", {"n": 2}, {}, RECHAZADO), ("n-negativo", {"n": -3}, {}, RECHAZADO),
         ("en-otro-flujo", {}, {"cambios": {4: (2, 10, 0)}}, RECHAZADO),
-        ("en-ninguno", {}, {"cambios": {4: (2, 99, 0)}}, RECHAZADO),
         ("en-si-mismo", {}, {"cambios": {15: (2, 15, 0)}}, RECHAZADO),
         ("en-flujo-miembro", {"miembros": [*pares, (20, COMUN[10])]}, {"cambios": {4: (2, 20, 0)}}, RECHAZADO),
-        ("referencia-generacion", {"miembros": con(3, PAGINA % "4 1 R")}, {}, RECHAZADO),
         ("miembro-referencia", {"miembros": con(4, "19 0 R")}, {"objetos": {19: "[10 0 R]"}}, RECHAZADO),
         ("largo-falso", {"largo": 20}, {}, REHECHO), ("largo-ninguno", {"largo": "null"}, {}, REHECHO),
         ("largo-doble", {"dicc": "/Length 30"}, {}, FIRMADO),
-        ("largo-en-si-mismo", {"largo": "11 0 R"}, {"objetos": {11: "700"}}, IGUAL),
         ("endstream-pegado", {"marcas": ("\nstream\n", "endstream")}, {}, FIRMADO),
         ("endstream-falta", {"marcas": ("\nstream\n", "\n")}, {}, REHECHO),
         ("stream-cr", {"marcas": ("\nstream\r", "\nendstream")}, {}, FIRMADO),
         ("stream-pegado", {"marcas": ("\nstream", "\nendstream")}, {}, RECHAZADO),
-        ("extends-a-si-mismo", {"dicc": "/Extends 15 0 R"}, {}, IGUAL),
     ):
         yield f"objstm-{nombre}", documento("miembros", contenedor=contenedor, **como), fin
     numero_viejo = {"miembros": [*pares[:3], *pares[4:], (4, "[8 0 R]")]}
@@ -435,9 +392,7 @@ def hostiles():
     mil, millon, excesivo = 1000, 1000000, ("rechazado", "Excesivo")
     doble = {100 + i: f"<< /Type /Pages /Kids [{101 + i} 0 R {101 + i} 0 R] /Count 2 >>" for i in range(60)}
     hondo = {100 + i: ARBOL % f"{101 + i} 0 R" for i in range(20 * mil)}
-    prev, largo = documento(), "41" * 128 * mil
-    for _ in range(10 * mil):
-        prev.tabla({}, cabeza="xref\n0 0\n")
+    largo = "41" * 128 * mil
     seguidas = {11: (0, 0, 0), 15: (0, 0, 0)}
     for nombre, d, fin in (
         ("index-de-un-millon", documento("flujo", cambios=seguidas, index=f"[0 {millon}]", size=millon), IGUAL),
@@ -453,8 +408,6 @@ def hostiles():
         ("extends-mutuo", documento("miembros", contenedor={"dicc": "/Extends 20 0 R"},
                                     despues=lambda d: d.objstm(20, [(21, "null")], dicc="/Extends 15 0 R")), IGUAL),
         ("flujos-mutuos", documento("miembros", cambios={15: (2, 20, 0), 20: (2, 15, 0)}), RECHAZADO),
-        ("prev-10000", prev, IGUAL),
-        ("parentesis", documento(objetos={4: "(" * 300 * mil}), IGUAL),
         ("arbol-hondo", documento(objetos={2: ARBOL % "100 0 R", **hondo, 100 + 20 * mil: COMUN[3]}), IGUAL),
         ("arbol-en-ciclo", documento(objetos={2: ARBOL % "16 0 R", 16: ARBOL % "2 0 R"}), RECHAZADO),
         ("arbol-que-se-dobla", documento(objetos={2: ARBOL % "100 0 R", **doble, 160: COMUN[3]}), IGUAL),

@@ -103,9 +103,6 @@ def documentos(carpeta):
     h = hibrida(en_flujo=lambda d: d.objstm(15, [(4, "[10 0 R]"), (31, "(oculto)")]))
     yield "hibrida", h, ["hibrida"]
     yield "hibrida-cambiada", Seguido(h.b).revisar({5: FUENTE}, "tabla"), ["hibrida", "tabla"]
-    for nombre, linea in (("crlf", "\r\n"), ("cr", "\r"), ("blanco", " \n")):
-        marcas = ("\nstream" + linea, "\nendstream")
-        yield f"flujo-{nombre}", documento("miembros", contenedor={"marcas": marcas}), ["flujo"]
     yield "roto-tabla", documento(startxref=5), ["tabla"]
     yield "roto-flujo", documento("miembros", startxref=5), ["flujo"]
     for nombre, fin in (("crlf", b"\r\n"), ("cr", b"\r"), ("sin-fin", b"")):

@@ -32,7 +32,6 @@ std::string Sustituir(std::string texto, const std::string& que, const std::stri
     return texto;
 }
 
-// The same with other line ends.
 std::string Documento(const std::vector<std::string>& objetos, const std::string& trailer,
                       const std::string& fin = "\n") {
     return Sustituir(Apoyo::PdfDe(objetos, trailer), "\n", fin);

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cstring>
+
 #include "signer/PdfSello.h"
 #include "tests/apoyo/Apoyo.h"
 
@@ -49,15 +51,10 @@ TEST(Sello, CadenasDePdf) {
 }
 
 TEST(Sello, WinAnsiComoCp1252) {
-    int comparados = 0;
-    for (int byte = 0x20; byte < 0x100; ++byte) {
-        const std::string cp1252(1, static_cast<char>(byte));
-        const Apoyo::Salida s = Apoyo::Ejecutar({"iconv", "-f", "CP1252", "-t", "UTF-8"}, cp1252);
-        if (byte == 0x7F || s.codigo != 0) continue;
-        EXPECT_EQ(WinAnsi(s.texto), cp1252) << byte;
-        ++comparados;
-    }
-    EXPECT_EQ(comparados, 218);  // 224 less DEL and the five bytes that the code page leaves free
+    std::string todos;  // but DEL and what the code page leaves free
+    for (int byte = 0x20; byte < 0x100; ++byte)
+        if (!std::strchr("\x7F\x81\x8D\x8F\x90\x9D", byte)) todos += static_cast<char>(byte);
+    EXPECT_EQ(WinAnsi(Apoyo::Exigir({"iconv", "-f", "CP1252", "-t", "UTF-8"}, todos)), todos);
 }
 
 TEST(Sello, WinAnsiDeLoQueNoTiene) {
@@ -69,19 +66,16 @@ TEST(Sello, WinAnsiDeLoQueNoTiene) {
 }
 
 TEST(Sello, Fechas) {
-    EXPECT_EQ(PdfFechaDesdeUtc("261115170509Z"), "D:20261115170509+00'00'");
     EXPECT_THAT(PdfFechaDesdeUtc("26111517050"), testing::MatchesRegex("D:20[0-9]{12}\\+00'00'"));
-    EXPECT_EQ(FechaLegible("261115170509Z"), "2026-11-15 17:05:09 UTC");
     EXPECT_EQ(FechaLegible("26111517050"), "26111517050");
 }
 
 TEST(Sello, AnchoPorBytes) {
     // The date line is 111.6 wide, so every name up to 151 points gives the least width.
     const Apoyo::Filas<const char*, int, double> casos = {
-        {"Ana", 1, 160}, {"-", 73, 163}, {" ", 73, 163}, {":", 73, 163}, {"l", 81, 163},
-        {"I", 81, 163},  {"'", 81, 163}, {"W", 31, 205}, {"m", 31, 205}, {"f", 61, 168},
-        {"t", 61, 168},  {"B", 31, 168}, {"7", 37, 165}, {"a", 41, 169}, {"\u00F1", 20, 169},  // two bytes, 4 each
-        {"_", 40, 169},  {"M", 65, 419}, {"M", 66, 420},
+        {"Ana", 1, 160}, {"-", 73, 163}, {"l", 81, 163}, {"W", 31, 205},
+        {"f", 61, 168},  {"B", 31, 168}, {"7", 37, 165}, {"\u00F1", 20, 169},  // two bytes, 4 each
+        {"M", 65, 419},  {"M", 66, 420},
     };
     for (const auto& [parte, veces, ancho] : casos)
         EXPECT_EQ(ConstruirSello(Repite(parte, veces), "261115170509Z").ancho, ancho) << parte;

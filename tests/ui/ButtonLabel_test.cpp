@@ -11,9 +11,7 @@ using Lx::ButtonState;
 using Lx::CButton;
 using Lx::Color;
 using Lx::EventType;
-using testing::Contains;
-using testing::ElementsAre;
-using testing::Not;
+using namespace testing;
 
 class Boton : public testing::Test {
   public:
@@ -213,7 +211,6 @@ TEST(Etiqueta, ItsTextReadsOnTheBackground) {
     const Apoyo::Filas<const char*, Color, bool, const char*> casos = {
         {"", {139, 139, 139, 255}, true, "#ebeef4ff"},
         {"", {140, 140, 140, 255}, true, "#1e1e1eff"},
-        {"background-color:#ffffff", {0, 0, 0, 255}, true, "#1e1e1eff"},
         {"color:#123456", {0, 0, 0, 255}, true, "#123456ff"},
         {"", {0, 0, 0, 255}, false, "#96969bff"},
         {"color:transparent", {255, 255, 255, 255}, false, "#96969bff"},

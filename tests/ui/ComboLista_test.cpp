@@ -8,18 +8,10 @@
 
 namespace {
 
-using Falso::Clic;
-using Falso::Raton;
-using Falso::Rueda;
-using Falso::Tecla;
-using Falso::Teclear;
+using namespace Falso;
 using Lx::EventType;
 using Lx::KeyCode;
-using testing::Contains;
-using testing::ElementsAre;
-using testing::HasSubstr;
-using testing::IsEmpty;
-using testing::Not;
+using namespace testing;
 
 class VentanaTestigo : public Lx::CWindow {
   public:
@@ -141,11 +133,10 @@ TEST_F(Combo, Keys) {
 TEST_F(Combo, TheListStaysInTheWindow) {
     ventana.RemoveControl(ventana.HitTest({50, 100}), true);
     combo->SetItems(std::vector<std::string>(100, "elemento"));
-    const Apoyo::Filas<int, const char*> casos = {
-        {10, "FillRoundRect 10,41,200,260 6 #ffffffff"},    // nine items below
-        {300, "FillRoundRect 10,37,200,260 6 #ffffffff"},   // above
-        {150, "FillRoundRect 10,181,200,204 6 #ffffffff"},  // seven fit
-    };
+    // Nine items below, above, seven that fit.
+    const Apoyo::Filas<int, const char*> casos = {{10, "FillRoundRect 10,41,200,260 6 #ffffffff"},
+                                                  {300, "FillRoundRect 10,37,200,260 6 #ffffffff"},
+                                                  {150, "FillRoundRect 10,181,200,204 6 #ffffffff"}};
     for (const auto& [y, lista] : casos) {
         combo->rect.y = y;
         combo->SetSelected(99);
@@ -169,7 +160,6 @@ class Lista : public Controles {
         lista->OnSelectionChanged<Controles>(this, &Controles::Elegido);
         ventana.SetFocusControl(lista);
     }
-    // What is seen at the top.
     std::string Primera() {
         for (const std::string& linea : Falso::Pintar(*lista))
             if (linea.find("\" 24,51") != std::string::npos) return linea.substr(10, linea.find('"', 10) - 10);
@@ -200,6 +190,7 @@ TEST_F(Lista, MouseSelectsAndActivates) {
     Raton(ventana, EventType::MouseDoubleClick, 50, 45 + 60);
     EXPECT_THAT(activados, ElementsAre(2));
     lista->SetSelected(0);
+    EXPECT_EQ(lista->GetSelected(), 0);
     lista->Clear();
     EXPECT_THAT(avisos, ElementsAre(1, 0, 2));
     lista->SetEnabled(false);

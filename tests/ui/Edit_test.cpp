@@ -36,16 +36,11 @@ void operator delete(void* bloque, size_t /*bytes*/) noexcept {
 
 namespace {
 
-using Falso::Clic;
-using Falso::Orden;
-using Falso::Raton;
-using Falso::Tecla;
-using Falso::Teclear;
+using namespace Falso;
 using Lx::EditCommand;
 using Lx::EventType;
 using Lx::KeyCode;
-using testing::Contains;
-using testing::HasSubstr;
+using namespace testing;
 
 class VentanaTestigo : public Lx::CWindow {
   public:
@@ -89,11 +84,8 @@ class Edicion : public testing::Test {
             uint32_t modificadores = 0;
             for (; paso.size() > 2 && paso[1] == '-'; paso.erase(0, 2))
                 modificadores |= paso[0] == 'C' ? Lx::kControl : Lx::kShift;
-            if (kOrdenes.contains(paso)) {
-                Orden(ventana, kOrdenes.at(paso), &portapapeles);
-            } else {
-                Tecla(ventana, kTeclas.at(paso), modificadores);
-            }
+            if (!kOrdenes.contains(paso)) Tecla(ventana, kTeclas.at(paso), modificadores);
+            if (kOrdenes.contains(paso)) Orden(ventana, kOrdenes.at(paso), &portapapeles);
         }
     }
 

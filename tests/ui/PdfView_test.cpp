@@ -12,11 +12,7 @@ using Apoyo::Filas;
 using Lx::EventType;
 using Lx::KeyCode;
 using Lx::Rect;
-using testing::Contains;
-using testing::ElementsAre;
-using testing::IsEmpty;
-using testing::Not;
-using testing::StartsWith;
+using namespace testing;
 
 // Writes down what it is asked. Its pages are twice as high as wide unless told.
 class Fingido : public Lx::Pdf::IDocument {
@@ -92,18 +88,16 @@ class PdfView : public testing::Test {
 constexpr int kAlto = 372, kSobra = 1120 - kAlto;
 
 TEST_F(PdfView, Geometria) {
-    const Filas<Rect, float, Rect, int> casos{
-        {{0, 0, 600, 400}, 1, {14, 14, 560, 372}, 560},    {{10, 20, 600, 400}, 2, {24, 34, 560, 372}, 1136},
-        {{0, 0, 6039, 400}, 1, {14, 14, 5999, 372}, 6000}, {{0, 0, 6100, 400}, 1, {14, 14, 6060, 372}, 6000},
-        {{0, 0, 100, 28}, 1, {14, 14, 60, 1}, 64},         {{0, 0, 20, 29}, 1, {14, 14, 1, 1}, 64},
-        {{0, 0, 111, 30}, 1, {14, 14, 71, 2}, 64},         {{0, 0, 112, 30}, 1, {14, 14, 72, 2}, 80},
-        {{0, 0, 101, 100}, 1.5, {14, 14, 61, 72}, 96}};
+    const Filas<Rect, float, Rect, int> casos{{{10, 20, 600, 400}, 2, {24, 34, 560, 372}, 1136},
+                                              {{0, 0, 6100, 400}, 1, {14, 14, 6060, 372}, 6000},
+                                              {{0, 0, 20, 29}, 1, {14, 14, 1, 1}, 64},
+                                              {{0, 0, 112, 30}, 1, {14, 14, 72, 2}, 80},
+                                              {{0, 0, 101, 100}, 1.5, {14, 14, 61, 72}, 96}};
     for (const auto& [rect, escala, visible, ancho] : casos) {
-        SCOPED_TRACE(std::to_string(rect.w) + " x " + std::to_string(rect.h));
         vista->rect = rect;
         Falso::ElMundo().escala = escala;
         EXPECT_EQ(vista->ViewportRect(), visible);
-        EXPECT_EQ(vista->DesiredRasterWidth(), ancho);
+        EXPECT_EQ(vista->DesiredRasterWidth(), ancho) << rect.w;
     }
 }
 
@@ -136,13 +130,9 @@ TEST_F(PdfView, PintaLaHojaYSuBarra) {
                             "DrawImageRGBA 560x1120 24,-66,560,1120", "DrawRect 24,-66,560,1120 #c6ccd8ff 1", "Restore",
                             "FillRect 584,34,12,372 #e9ecf2ff", "FillRoundRect 585,67,10,123 5 #b0b6c2ff"));
     EXPECT_THAT(registro, ElementsAre("adelantar 1 560")) << "scrolling draws no page anew";
-}
-
-TEST_F(PdfView, UnaHojaBajaNoSeEstira) {
     Abrir(0.5);
     const auto lineas = Pintar();
-    EXPECT_THAT(lineas, Contains("DrawImageRGBA 560x280 24,34,560,280"));
-    EXPECT_THAT(lineas, Contains("DrawRect 24,34,560,280 #c6ccd8ff 1"));
+    EXPECT_THAT(lineas, Contains("DrawImageRGBA 560x280 24,34,560,280")) << "a low page isn't stretched";
     EXPECT_EQ(lineas.back(), "Restore") << "there is nothing to scroll";
 }
 
@@ -165,8 +155,7 @@ TEST_F(PdfView, LosMensajesVanCentrados) {
 TEST_F(PdfView, UnaHojaFallidaNoSeRepite) {
     ASSERT_TRUE(vista->LoadDocument("a.pdf"));
     doc->fallo = "No va.";
-    EXPECT_THAT(Pintar(), Contains("DrawText \"No va.\" 283,211 #788091ff system 13"));
-    EXPECT_THAT(Pintar(), Contains(StartsWith("DrawText \"No va.\"")));
+    for (int i = 0; i < 2; ++i) EXPECT_THAT(Pintar(), Contains("DrawText \"No va.\" 283,211 #788091ff system 13"));
     EXPECT_THAT(Tomar(), ElementsAre("dibujar 0 560"));
     // Another width is another attempt, and so is coming back.
     doc->fallo.clear();
@@ -252,8 +241,7 @@ TEST_F(PdfView, GuardaJpg) {
 
 TEST_F(PdfView, Rueda) {
     Abrir();
-    const Filas<int, int> casos{{1, -40},   {-1, 40},    {2, -80},   {100, -120}, {101, -40},
-                                {240, -80}, {500, -120}, {-101, 40}, {-240, 80},  {-5000, 120}};
+    const Filas<int, int> casos{{1, -40}, {2, -80}, {100, -120}, {101, -40}, {240, -80}, {-101, 40}, {-5000, 120}};
     for (const auto& [delta, movido] : casos) {
         vista->scrollY = 300;
         EXPECT_TRUE(Falso::Rueda(ventana, 100, 100, delta));
@@ -264,28 +252,23 @@ TEST_F(PdfView, Rueda) {
 TEST_F(PdfView, Teclas) {
     Abrir();
     ventana.SetFocusControl(vista);
-    struct Caso {
-        KeyCode tecla;
-        int pagina, antes, queda, despues;
-        bool atendida;
-    };
-    const Caso casos[] = {{KeyCode::Up, 1, 300, 1, 260, true},       {KeyCode::Down, 1, 300, 1, 340, true},
-                          {KeyCode::Up, 1, 30, 1, 0, true},          {KeyCode::Down, 1, kSobra, 1, kSobra, true},
-                          {KeyCode::Home, 1, 300, 0, 0, true},       {KeyCode::Home, 0, 300, 0, 300, true},
-                          {KeyCode::End, 0, 300, 2, 0, true},        {KeyCode::PageUp, 1, 300, 0, 0, true},
-                          {KeyCode::PageUp, 0, 300, 0, 300, true},   {KeyCode::PageDown, 1, 300, 2, 0, true},
-                          {KeyCode::PageDown, 2, 300, 2, 300, true}, {KeyCode::Left, 1, 300, 1, 300, false},
-                          {KeyCode::Enter, 1, 300, 1, 300, false}};
-    for (const Caso& caso : casos) {
-        SCOPED_TRACE(static_cast<int>(caso.tecla));
-        vista->SetCurrentPage(caso.pagina);
+    // The key, page and scroll before, page and scroll after, whether it was taken.
+    const Filas<KeyCode, int, int, int, int, bool> casos{
+        {KeyCode::Up, 1, 300, 1, 260, true},       {KeyCode::Up, 1, 30, 1, 0, true},
+        {KeyCode::Down, 1, 300, 1, 340, true},     {KeyCode::Down, 1, kSobra, 1, kSobra, true},
+        {KeyCode::Home, 1, 300, 0, 0, true},       {KeyCode::End, 0, 300, 2, 0, true},
+        {KeyCode::PageUp, 1, 300, 0, 0, true},     {KeyCode::PageDown, 1, 300, 2, 0, true},
+        {KeyCode::PageDown, 2, 300, 2, 300, true}, {KeyCode::Left, 1, 300, 1, 300, false}};
+    for (const auto& [tecla, pagina, antes, queda, despues, atendida] : casos) {
+        SCOPED_TRACE(static_cast<int>(tecla));
+        vista->SetCurrentPage(pagina);
         Pintar();
-        vista->scrollY = caso.antes;
+        vista->scrollY = antes;
         cambios.clear();
-        EXPECT_EQ(Falso::Tecla(ventana, caso.tecla), caso.atendida);
-        EXPECT_EQ(vista->GetCurrentPage(), caso.queda);
-        EXPECT_EQ(vista->scrollY, caso.despues);
-        EXPECT_EQ(cambios.size(), caso.pagina == caso.queda ? 0U : 1U);
+        EXPECT_EQ(Falso::Tecla(ventana, tecla), atendida);
+        EXPECT_EQ(vista->GetCurrentPage(), queda);
+        EXPECT_EQ(vista->scrollY, despues);
+        EXPECT_EQ(cambios.size(), pagina == queda ? 0U : 1U);
     }
     vista->CloseDocument();
     EXPECT_TRUE(Falso::Tecla(ventana, KeyCode::End));
@@ -312,16 +295,13 @@ TEST_F(PdfView, PulgarPistaYArrastre) {
     }
     EXPECT_TRUE(raton(EventType::MouseUp, 300, 168));
     EXPECT_FALSE(raton(EventType::MouseMove, 300, 200));
-    EXPECT_FALSE(raton(EventType::MouseUp, 300, 200));
 
     // The page itself is pulled along, past its ends without effect.
     EXPECT_TRUE(raton(EventType::MouseDown, 300, 200));
-    EXPECT_TRUE(raton(EventType::MouseMove, 300, 180));
-    EXPECT_EQ(vista->scrollY, 392);
-    EXPECT_TRUE(raton(EventType::MouseMove, 300, 5000));
-    EXPECT_EQ(vista->scrollY, 0);
-    EXPECT_TRUE(raton(EventType::MouseMove, 300, 4990));
-    EXPECT_EQ(vista->scrollY, 10);
+    for (const auto& [y, queda] : {std::pair(180, 392), {5000, 0}, {4990, 10}}) {
+        EXPECT_TRUE(raton(EventType::MouseMove, 300, y));
+        EXPECT_EQ(vista->scrollY, queda) << y;
+    }
     EXPECT_TRUE(raton(EventType::MouseUp, 300, 4990));
 
     EXPECT_FALSE(Falso::Raton(ventana, EventType::MouseDown, 300, 200, Lx::kRightButton));

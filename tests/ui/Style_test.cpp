@@ -105,20 +105,6 @@ TEST(Estilo, GivesTheDefaultForAnotherType) {
     EXPECT_EQ(CStyleSheet::ParseFloat("0." + std::string(400, '0') + "1"), 0.0F);
 }
 
-TEST(Estilo, TheThemeHasASheetForEachState) {
-    const char* const fondos[] = {"240,240,242,255", "229,233,240,255", "9,89,204,255", "240,240,242,255",
-                                  "245,245,247,255", "9,89,204,255",    "9,89,204,255", "9,89,204,255"};
-    const auto& tema = Lx::CStyleManager::Instance().GetStyle("default");
-    for (unsigned i = 0; i <= std::size(fondos); ++i) {
-        SCOPED_TRACE(i);
-        const CStyleSheet& hoja = tema.Get(static_cast<Lx::ButtonState>(i));
-        // A value that is no state gives the normal sheet.
-        EXPECT_EQ(Escrito(hoja.GetColor("background-color", {})), fondos[i % std::size(fondos)]);
-        EXPECT_EQ(hoja.GetBool("font-weight-bold", false), std::string("9,89,204,255") == fondos[i % 8]);
-        EXPECT_EQ(hoja.GetInt("border-radius", 0), 6);
-    }
-}
-
 // WCAG 2.1, 1.4.3: text against what is behind it. Disabled controls are left out there too.
 TEST(Estilo, TheDarkSetCanBeRead) {
     using enum Lx::ColorRole;

@@ -38,11 +38,8 @@ pid_t Lanzar(const std::vector<std::string>& argumentos, const Variables& entorn
     prctl(PR_SET_PDEATHSIG, SIGTERM);
     for (const std::string& v : entorno) {
         const size_t igual = v.find('=');
-        if (igual == std::string::npos) {
-            unsetenv(v.c_str());
-        } else {
-            setenv(v.substr(0, igual).c_str(), v.substr(igual + 1).c_str(), 1);
-        }
+        unsetenv(v.substr(0, igual).c_str());
+        if (igual != std::string::npos) setenv(v.substr(0, igual).c_str(), v.substr(igual + 1).c_str(), 1);
     }
     dup2(open("/dev/null", O_RDONLY), 0);
     dup2(open(salida.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), 1);
@@ -96,10 +93,6 @@ std::string CPrograma::Errores() const {
     return LeerFichero(carpeta_ / "errores");
 }
 
-bool CPrograma::Dice(const std::string& texto, int ms) const {
-    return Plazo(ms, [&] { return Texto().find(texto) != std::string::npos; });
-}
-
 int CPrograma::Esperar(int ms) {
     int estado = 0;
     if (pid_ > 0 && Plazo(ms, [&] { return waitpid(pid_, &estado, WNOHANG) == pid_; })) {
@@ -111,21 +104,12 @@ int CPrograma::Esperar(int ms) {
 
 CPantalla::CPantalla(const OpcionesPantalla& opciones) {
     // Settings of the desktop that the tests run on would change what they see.
-    entorno_ = {"WAYLAND_DISPLAY",
-                "XDG_SESSION_TYPE",
-                "XDG_CURRENT_DESKTOP",
-                "QT_QPA_PLATFORM",
-                "QT_QPA_PLATFORMTHEME",
-                "QT_SCALE_FACTOR",
-                "QT_STYLE_OVERRIDE",
-                "XAUTHORITY",
-                "DBUS_SESSION_BUS_ADDRESS",
-                "DESKTOP_SESSION",
-                "GTK_MODULES",
-                "XMODIFIERS",
-                "HOME=" + carpeta_ / "casa",
-                "XDG_RUNTIME_DIR=" + carpeta_ / "ejecucion"};
-    entorno_.push_back(std::string("LSAN_OPTIONS=") + OPCIONES_LSAN);
+    entorno_ = {"WAYLAND_DISPLAY",          "XDG_SESSION_TYPE", "XDG_CURRENT_DESKTOP", "QT_QPA_PLATFORM",
+                "QT_QPA_PLATFORMTHEME",     "QT_SCALE_FACTOR",  "QT_STYLE_OVERRIDE",   "XAUTHORITY",
+                "DBUS_SESSION_BUS_ADDRESS", "DESKTOP_SESSION",  "GTK_MODULES",         "XMODIFIERS"};
+    for (const std::string& suya : {"HOME=" + carpeta_ / "casa", "XDG_RUNTIME_DIR=" + carpeta_ / "ejecucion",
+                                    std::string("LSAN_OPTIONS=") + OPCIONES_LSAN})
+        entorno_.push_back(suya);
     mkdir((carpeta_ / "casa").c_str(), 0700);
     mkdir((carpeta_ / "ejecucion").c_str(), 0700);
     const std::string tamano = std::to_string(opciones.ancho) + "x" + std::to_string(opciones.alto) + "x24";
@@ -234,14 +218,6 @@ void CPantalla::Redimensionar(const std::string& ventana, int ancho, int alto) c
 void CPantalla::Captura(const std::string& ruta, const std::string& ventana) const {
     const Salida s = EjecutarAqui({"import", "-silent", "-window", ventana, ruta});
     if (s.codigo != 0) ADD_FAILURE() << "import: " << s.errores;
-}
-
-std::string CPantalla::Pixel(const std::string& ventana, int x, int y) const {
-    const std::string zona = "1x1+" + std::to_string(x) + "+" + std::to_string(y);
-    const std::string texto =
-        EjecutarAqui({"import", "-silent", "-window", ventana, "-crop", zona, "-depth", "8", "txt:-"}).texto;
-    const size_t almohadilla = texto.rfind('#');
-    return almohadilla == std::string::npos ? std::string() : texto.substr(almohadilla, 7);
 }
 
 }  // namespace Apoyo

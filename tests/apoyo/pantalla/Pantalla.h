@@ -18,15 +18,12 @@ using Variables = std::vector<std::string>;
 class CPrograma {
   public:
     CPrograma(const std::vector<std::string>& argumentos, const Variables& entorno);
-    // Ends the program if it still runs.
     ~CPrograma();
     CPrograma(const CPrograma&) = delete;
     CPrograma& operator=(const CPrograma&) = delete;
 
     [[nodiscard]] std::string Texto() const;
     [[nodiscard]] std::string Errores() const;
-    // Whether its standard output holds the text, now or within the time.
-    [[nodiscard]] bool Dice(const std::string& texto, int ms = 10000) const;
     // The exit status, 128 and more for a signal; -1 when it still runs after the time.
     [[nodiscard]] int Esperar(int ms = 10000);
     [[nodiscard]] pid_t Pid() const { return pid_; }
@@ -50,7 +47,6 @@ class CPantalla {
     CPantalla(const CPantalla&) = delete;
     CPantalla& operator=(const CPantalla&) = delete;
 
-    // Empty when it runs; else what is missing.
     [[nodiscard]] const std::string& Error() const { return error_; }
     // What a program on this display is started with: the display, and a home and a runtime folder of its own.
     [[nodiscard]] const Variables& Entorno() const { return entorno_; }
@@ -70,16 +66,12 @@ class CPantalla {
     // Keys of the active window: a text, or one combination such as "ctrl+o", "Return", "shift+Tab".
     void Teclear(const std::string& texto) const;
     void Pulsar(const std::string& tecla) const;
-    // As the button of the title bar does.
     void Cerrar(const std::string& ventana) const;
     void Redimensionar(const std::string& ventana, int ancho, int alto) const;
 
     // Writes what the window, or "root", shows as a PNG.
     void Captura(const std::string& ruta, const std::string& ventana = "root") const;
-    // "#RRGGBB"
-    [[nodiscard]] std::string Pixel(const std::string& ventana, int x, int y) const;
 
-    // Runs a program on this display and waits for it.
     Salida EjecutarAqui(std::vector<std::string> argumentos) const;
 
   private:

@@ -18,7 +18,6 @@ struct ClaveTarjeta {
 const ClaveTarjeta& ClaveDe(const std::string& nombre);
 void RegistrarClave(const std::string& nombre, ClaveTarjeta clave);
 
-// A private folder of this process, removed at its end.
 const std::string& CarpetaPrivada();
 
 // RSASSA-PKCS1-v1_5 over a ready DigestInfo, by openssl.

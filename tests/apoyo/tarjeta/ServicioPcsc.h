@@ -17,13 +17,11 @@ namespace Apoyo {
 // Starts the service on a socket in the private folder and points this process and its children at it. One at a time.
 class CServicioPcsc {
   public:
-    // One reader per friendly name.
     explicit CServicioPcsc(const std::vector<std::string>& nombres);
     ~CServicioPcsc() { Parar(); }
     CServicioPcsc(const CServicioPcsc&) = delete;
     CServicioPcsc& operator=(const CServicioPcsc&) = delete;
 
-    // Empty when the service runs; else what is missing.
     [[nodiscard]] const std::string& Error() const { return error_; }
     [[nodiscard]] int Puerto(size_t lector) const { return puertos_[lector]; }
     // Name of the slot that a card can be put into.
@@ -37,7 +35,6 @@ class CServicioPcsc {
     pid_t pid_ = -1;
 };
 
-// A card in a reader, until it is taken out.
 class CInsercion {
   public:
     CInsercion(int puerto, Escenario escenario);

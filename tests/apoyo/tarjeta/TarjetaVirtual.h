@@ -41,7 +41,6 @@ struct Escenario {
 
 // A card as it is issued. Its signature certificate is the one of `identidad` "firma", the others are of "otra".
 Escenario EscenarioDe(int perfil, bool sinContacto);
-// The name of a reader of that kind.
 std::string NombreLector(bool sinContacto);
 
 class CTarjetaVirtual {

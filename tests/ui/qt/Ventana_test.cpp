@@ -4,7 +4,6 @@
 
 #include <chrono>
 #include <filesystem>
-#include <functional>
 #include <string>
 #include <thread>
 #include <vector>
@@ -61,66 +60,40 @@ TEST(Ventana, EntregaRatonYTeclado) {
     Galeria g;
     const std::string& v = g.ventana;
     EXPECT_THAT(g.Texto(), HasSubstr("inicio\nmedida 1180 700\n"));
-    const Filas<const char*, std::function<void()>, std::vector<const char*>> casos = {
-        {"press", [&] { g.Clic(v, 90, 64); }, {"pulsado"}},
-        {"count of clicks", [&] { g.Clic(v, 630, 20, 1, 3); }, {"abajo 630 20", "doble 630 20", "doble 630 20"}},
-        {"right button", [&] { g.Clic(v, 630, 20, 3); }, {"derecho 630 20"}},
-        {"wheel",
-         [&] {
-             g.Rueda(2);
-             g.Rueda(-1);
-         },
-         {"rueda 1 0", "rueda 1 0", "rueda -1 0"}},
-        {"letters",
-         [&] {
-             g.Clic(v, 200, 224);
-             g.Teclear("a ñ");
-             g.Pulsar("ISO_Level3_Shift+e");
-         },
-         {"texto a", "texto a ", "texto a ñ", "texto a ñ€"}},
-        {"dead key",
-         [&] {
-             g.Pulsar("dead_acute");
-             g.Pulsar("e");
-         },
-         {"texto a ñ€é"}},
-        {"clipboard",
-         [&] {
-             g.Pulsar("ctrl+a");
-             g.Pulsar("ctrl+x");
-             g.Pulsar("ctrl+v");
-             g.Pulsar("shift+Insert");
-         },
-         {"texto ", "texto a ñ€é", "texto a ñ€éa ñ€é"}},
-        {"undo", [&] { g.Pulsar("ctrl+z"); }, {"texto a ñ€é"}},
-        {"shortcut", [&] { g.Pulsar("ctrl+o"); }, {"tecla 0 2", "atajo O 2"}},
-        {"keys",
-         [&] {
-             g.Pulsar("F12");
-             g.Pulsar("alt+shift+Escape");
-         },
-         {"tecla 293 0", "suelta 293", "tecla 27 5"}},
-        {"timer", [&] { g.Pulsar("F2"); }, {"reloj 7", "reloj 7", "reloj 7"}},
-        {"exception",
-         [&] {
-             g.Pulsar("F3");
-             g.Pulsar("F5");
-             g.Clic(v, 90, 64);
-         },
-         {"tecla 286 0", "pulsado"}},
-        {"leaving",
-         [&] {
-             g.Mover(v, 630, 20);
-             g.Mover(v, 630, -40);
-         },
-         {"fuera"}},
-        {"resize", [&] { g.Redimensionar(v, 900, 600); }, {"medida 900 600"}},
-    };
-    for (const auto& [que, hacer, lineas] : casos) {
-        SCOPED_TRACE(que);
-        hacer();
+    const auto ve = [&](const std::vector<const char*>& lineas) {
         for (const char* linea : lineas) EXPECT_TRUE(g.Ve(linea)) << linea << " not in:\n" << g.Resto();
+    };
+    g.Clic(v, 90, 64);
+    ve({"pulsado"});
+    g.Clic(v, 630, 20, 1, 3);
+    ve({"abajo 630 20", "doble 630 20", "doble 630 20"});
+    g.Clic(v, 630, 20, 3);
+    ve({"derecho 630 20"});
+    g.Rueda(2);
+    g.Rueda(-1);
+    ve({"rueda 1 0", "rueda 1 0", "rueda -1 0"});
+    g.Clic(v, 200, 224);
+    const Filas<std::vector<const char*>, std::vector<const char*>> teclas = {
+        {{"a", "space", "ntilde", "ISO_Level3_Shift+e"}, {"texto a", "texto a ", "texto a ñ", "texto a ñ€"}},
+        {{"dead_acute", "e"}, {"texto a ñ€é"}},
+        {{"ctrl+a", "ctrl+x", "ctrl+v", "shift+Insert"}, {"texto ", "texto a ñ€é", "texto a ñ€éa ñ€é"}},
+        {{"ctrl+z"}, {"texto a ñ€é"}},
+        {{"ctrl+o"}, {"tecla 0 2", "atajo O 2"}},
+        {{"F12", "alt+shift+Escape"}, {"tecla 293 0", "suelta 293", "tecla 27 5"}},
+        {{"F2"}, {"reloj 7", "reloj 7", "reloj 7"}},
+        {{"F3", "F5"}, {"tecla 286 0"}},  // a handler throws
+    };
+    for (const auto& [pulsadas, lineas] : teclas) {
+        for (const char* tecla : pulsadas) g.Pulsar(tecla);
+        ve(lineas);
     }
+    g.Clic(v, 90, 64);
+    ve({"pulsado"});
+    g.Mover(v, 630, 20);
+    g.Mover(v, 630, -40);
+    ve({"fuera"});
+    g.Redimensionar(v, 900, 600);
+    ve({"medida 900 600"});
     EXPECT_TRUE(g.Calla("reloj 7"));
     g.Arrastrar(v, 630, 20, 630, -40);
     EXPECT_TRUE(g.Ve("fuera"));
@@ -166,6 +139,7 @@ TEST(Ventana, ElDialogoDeFicherosEligeYCancela) {
     g.Teclear(carpeta / "Acta.PdF");
     g.Pulsar("Return");
     EXPECT_TRUE(g.Ve("fichero 1 " + carpeta / "Acta.PdF")) << g.Resto();
+    EXPECT_TRUE(g.EsperarCierre("Elegir documento"));
     g.Clic(g.ventana, 540, 104);
     EXPECT_NE(g.EsperarVentana("Elegir documento"), "");
     g.Pulsar("Escape");
@@ -220,9 +194,7 @@ TEST(Ventana, SeAbreEnWayland) {
 TEST(Ventana, SinPantallaDiceUnaLinea) {
     const Filas<Variables, int, const char*> casos = {
         {{"DISPLAY", "WAYLAND_DISPLAY"}, 1, "No hay pantalla: "},
-        {{"DISPLAY=:9999", "WAYLAND_DISPLAY=no-existe"}, 1, "No hay pantalla: "},
         {{"DISPLAY", "QT_QPA_PLATFORM=xcb"}, 1, "No hay pantalla: "},
-        {{"DISPLAY", "QT_QPA_PLATFORM=wayland;xcb"}, 1, "No hay pantalla: "},
         {{"DISPLAY", "QT_QPA_PLATFORM=wayland;offscreen"}, 0, ""},
         {{"DISPLAY", "QT_QPA_PLATFORM=offscreen"}, 0, ""},
     };
@@ -233,9 +205,7 @@ TEST(Ventana, SinPantallaDiceUnaLinea) {
         CPrograma galeria({GALERIA, "--cerrar", "no_esta.pdf"}, entorno);
         EXPECT_EQ(galeria.Esperar(20000), codigo);
         EXPECT_THAT(galeria.Errores(), testing::StartsWith(principio));
-        if (codigo != 0) {
-            EXPECT_EQ(Cuenta(galeria.Errores(), "\n"), 1U) << galeria.Errores();
-        }
+        EXPECT_TRUE(codigo == 0 || Cuenta(galeria.Errores(), "\n") == 1) << galeria.Errores();
     }
 }
 
