@@ -126,6 +126,7 @@ Firma::Preguntas CMainWindow::Preguntas(const std::string& quien) {
         return hay ? fallo : Lx::Aviso{Lx::Motivo::Cancelado, kCancelada};
     };
     p.pinRepetible = true;
+    p.pinSiempre = true;
     p.pinCorregible = false;
     p.claveAlmacen = [this, correo](const std::string& almacen, int intento, bool ultimo, std::string& clave) {
         bool hay = false;

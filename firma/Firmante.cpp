@@ -45,14 +45,19 @@ Aviso Firmante::PedirPin(bool rechazado) {
     const Dnie::Intentos intentos = Dnie::ConsultarIntentos(elegida_.lector, control_);
     if (control_.Cancelado()) return {Motivo::Cancelado, "Firma cancelada por el usuario."};
     // Whether the card can't be reached at all shows when it is to sign; its sentence is better then.
-    if (intentos.quedan == 0)
-        return {Motivo::PinBloqueado, "PIN bloqueado: hay que desbloquearlo con el codigo PUK/clave de desbloqueo."};
+    const Aviso bloqueado{intentos.quedan == 0 ? Motivo::PinBloqueado : Motivo::Ninguno,
+                          "PIN bloqueado: hay que desbloquearlo con el codigo PUK/clave de desbloqueo."};
+    if (bloqueado && !preguntas_.pinSiempre) return bloqueado;
     if (!preguntas_.pin) return {Motivo::PinAusente, "Se necesita el PIN de firma del DNIe."};
     PreguntaPin pregunta{NombreDe(elegida_.cert), intentos.quedan, rechazado, ""};
     for (int vez = 1;; ++vez) {
         Limpiar(ctx_.pin);
         control_.Pasar(Etapa::Persona);
         if (Aviso fallo = preguntas_.pin(pregunta, ctx_.pin)) return fallo;
+        if (bloqueado) {
+            Limpiar(ctx_.pin);
+            return bloqueado;
+        }
         if (Dnie::CDnie::PinAdmisible(ctx_.pin, pregunta.error)) return {};
         Limpiar(ctx_.pin);
         if (!preguntas_.pinCorregible || vez == kCorrecciones) return {Motivo::PinInadmisible, pregunta.error};

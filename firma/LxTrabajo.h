@@ -42,6 +42,7 @@ struct PreguntaPkcs12 {
 struct Preguntas {
     std::function<Lx::Aviso(const PreguntaPin&, std::string& pin)> pin;
     bool pinRepetible = false;  // a PIN that the card refused may be asked for again
+    bool pinSiempre = false;    // also one that is blocked, which says so to the person and is not sent
     bool pinCorregible = true;  // so may one that no card takes, which costs nothing
     std::function<Lx::Aviso(const PreguntaPkcs12&, std::string& clave)> clavePkcs12;
     bool clavePkcs12Repetible = true;

@@ -38,7 +38,7 @@ TEST(DnieFlujos, ListarYFirmarConCadaTarjetaEnCadaLector) {
         if (!sinContacto) {  // a name that says nothing stands for a reader with contacts
             Mundo otro(Apoyo::EscenarioDe(perfil, false));
             otro.pcsc.lectores = {"Foo USB 0"};
-            EXPECT_EQ(Etiquetas(CDnie::LeerCertificados("Foo USB 0", texto)), kTres);
+            EXPECT_EQ(Etiquetas(CDnie::LeerCertificados("Foo USB 0", otro.texto)), kTres);
             EXPECT_EQ(otro.tarjeta.Transcripcion(), lectura.tarjeta.Transcripcion());
         }
 
