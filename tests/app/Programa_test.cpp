@@ -374,7 +374,10 @@ TEST_F(Programa, UnPinBloqueado) {
     ASSERT_TRUE(Insertar({e}));
     Abrir("contrato.pdf");
     FirmarConElPrimero();
+    Ve("label.El PIN del DNIe está bloqueado.");
+    DarPin(kBueno);
     Ve("label.*PIN bloqueado: hay que desbloquearlo con el codigo PUK");
+    EXPECT_EQ(Tarjeta().Verificaciones(), 0);
     EXPECT_FALSE(fs::exists(En("contrato_firmao.pdf")));
 }
 

@@ -128,6 +128,8 @@ TEST_F(Combo, Keys) {
         if (abierto) Tecla(ventana, KeyCode::Escape);
     }
     EXPECT_FALSE(Rueda(ventana, 50, 20, -1));
+    combo->SetSelected(0);
+    EXPECT_EQ(combo->Accessibility().value, "Primera");
 }
 
 TEST_F(Combo, TheListStaysInTheWindow) {
@@ -210,6 +212,7 @@ TEST_F(Lista, KeysSelectAndScrollIntoView) {
         EXPECT_EQ(lista->GetSelected(), elegido);
         EXPECT_EQ(Primera(), primera);
     }
+    EXPECT_THAT(Falso::Pintar(*lista), Contains(HasSubstr("FillRect 15,74,374,1 #e5e8eeff")));
     EXPECT_FALSE(Tecla(ventana, KeyCode::Enter));
     lista->OnActivate<Controles>(this, &Controles::Activado);
     EXPECT_TRUE(Tecla(ventana, KeyCode::Enter));
@@ -266,6 +269,8 @@ TEST_F(Lista, CardsShowTitledTextsAndExtras) {
                 Contains(testing::MatchesRegex("DrawText \"nombre 0\" 28,[0-9]+ " + gris + ".*")));
     Clic(ventana, 50, 20);
     EXPECT_EQ(lista->GetSelected(), 0);
+    lista->AddColumn("Uso", 0);
+    EXPECT_THAT(Falso::Pintar(*lista), Contains(HasSubstr("DrawText \"Uso: \" 130,49 ")));
 }
 
 // A dialog's handler may take its controls away.
