@@ -136,7 +136,8 @@ TEST_F(InacabadoTest, LoQueDejoUnMuerto) {
     const std::string muerto = suyo.substr(0, suyo.rfind('_') + 1), vivo = std::to_string(getpid());
     for (const std::string& otro :
          {muerto + "zz.tmp", muerto + ".tmp", muerto + "ab.tmpx", carpeta_ / ".velmora_0_ab.tmp",
-          carpeta_ / ".velmora_.tmp", carpeta_ / ".velmora_" + vivo + "_ab.tmp", muerto + "de0.tmp"})
+          carpeta_ / ".velmora_-2_ab.tmp", carpeta_ / ".velmora_.tmp", carpeta_ / ".velmora_" + vivo + "_ab.tmp",
+          muerto + "de0.tmp"})
         Apoyo::EscribirFichero(otro, "");
     fs::create_symlink(destino_, muerto + "e.tmp");
     const bool ajeno = chown((muerto + "de0.tmp").c_str(), 12345, 0) == 0;
