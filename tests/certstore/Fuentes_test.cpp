@@ -10,9 +10,8 @@ using testing::ElementsAre;
 namespace {
 
 constexpr int64_t kPasado = 1000000000;
-constexpr int64_t kFuturo = 4000000000;
 
-Lx::X509::Certificado Cert(const std::string& nombre, const std::string& serie, int64_t fin = kFuturo) {
+Lx::X509::Certificado Cert(const std::string& nombre, const std::string& serie, int64_t fin = 4000000000) {
     Lx::X509::Certificado c;
     c.subjectCN = nombre;
     c.subjectDN = nombre.empty() ? "" : "CN=" + nombre;
@@ -34,7 +33,15 @@ std::vector<std::string> Etiquetas(const std::vector<Entrada>& lista) {
     return e;
 }
 
-using Fuentes = Entorno;
+class Fuentes : public Entorno {
+  protected:
+    static Contexto ConFichero(const std::string& nombre) {
+        Contexto ctx;
+        ctx.rutaPkcs12 = base / nombre;
+        ctx.clavePkcs12 = "x";
+        return ctx;
+    }
+};
 
 Lx::Dnie::Lectura Lectura(const std::string& lector, const std::vector<Lx::X509::Certificado>& certificados,
                           const std::string& estado = "") {
@@ -90,9 +97,7 @@ TEST_F(Fuentes, RepetidosYOrden) {
     otroEmisor.issuerDN = "CN=Otro emisor";
     g_fuentes.almacen = {DeAlmacen(Cert("Viejo", "04", kPasado)), DeAlmacen(Cert("Zoe", "05")),
                          DeAlmacen(Cert("Ana", "02")), DeAlmacen(Cert("Copia", "05")), DeAlmacen(otroEmisor)};
-    Contexto ctx;
-    ctx.rutaPkcs12 = base / "a.p12";
-    ctx.clavePkcs12 = "x";
+    const Contexto ctx = ConFichero("a.p12");
     Lx::Control control;
     const Listado todo = ListarFuentes(ctx, control);
     EXPECT_THAT(Etiquetas(todo.entradas), ElementsAre("DNIe · Ana", "DNIe · Ana", "NSS · Zoe", "NSS · Ana",
@@ -119,15 +124,11 @@ TEST_F(Fuentes, RepetidoEnElFichero) {
     homonimo.der.push_back(0);
     for (const auto& [fichero, cert, dentro] :
          {std::tuple("a.p12", suyo, true), {"sinclave.p12", suyo, false}, {"a.p12", homonimo, false}}) {
-        SCOPED_TRACE(fichero);
         g_fuentes.almacen = {DeAlmacen(cert)};
-        Contexto ctx;
-        ctx.rutaPkcs12 = base / fichero;
-        ctx.clavePkcs12 = "x";
         Lx::Control control;
-        const Listado l = ListarFuentes(ctx, control);
+        const Listado l = ListarFuentes(ConFichero(fichero), control);
         EXPECT_THAT(Etiquetas(l.entradas), ElementsAre("NSS · Pfx"));
-        EXPECT_EQ(l.entradas[0].enFichero, dentro);
+        EXPECT_EQ(l.entradas[0].enFichero, dentro) << fichero;
     }
 }
 
@@ -183,8 +184,6 @@ TEST_F(Fuentes, LaClaveHaDeSerLaDelCertificado) {
     const PreguntaClave pregunta = [](const std::string&, int, bool, std::string&) { return false; };
     Lx::X509::Certificado soloDn = ana.certificado;
     soloDn.subjectCN.clear();
-    Lx::X509::Certificado sinNombre = soloDn;
-    sinNombre.subjectDN.clear();
     for (const Origen origen : {Origen::Dnie, Origen::Personal, Origen::Sistema}) {
         Lx::Control control;
         g_fuentes.firma = suya;
@@ -195,13 +194,11 @@ TEST_F(Fuentes, LaClaveHaDeSerLaDelCertificado) {
         EXPECT_EQ(g_fuentes.llamada, origen == Origen::Dnie ? "tarjeta L 1" : "almacen con pregunta");
 
         g_fuentes.firma = ajena;
-        for (const auto& [cert, nombre] : {std::pair(ana.certificado, "Ana Núñez Peña"),
-                                           {soloDn, "CN=Ana Núñez Peña"},
-                                           {sinNombre, "(sin nombre)"}}) {
+        for (const auto& cert : {ana.certificado, soloDn}) {
+            const std::string nombre = cert.subjectCN.empty() ? "CN=Ana Núñez Peña" : "Ana Núñez Peña";
             const FirmaHecha mal = FirmarCon({origen, "", "L", cert, true}, ctx, datos, pregunta, control);
             EXPECT_EQ(mal.fallo.motivo, Lx::Motivo::ClaveAjena);
-            EXPECT_EQ(mal.fallo.frase,
-                      "La clave que firmo no corresponde al certificado elegido (" + std::string(nombre) + ").");
+            EXPECT_EQ(mal.fallo.frase, "La clave que firmo no corresponde al certificado elegido (" + nombre + ").");
             EXPECT_TRUE(mal.firma.empty());
         }
     }

@@ -61,16 +61,14 @@ TEST(Secretos, BloqueadosMientrasViven) {
 }
 
 TEST(Secretos, NadaQuedaDespues) {
-    const std::string texto = "contraseña";
     FicheroMemoria fichero;
-    ASSERT_TRUE(fichero.Crear({texto, "", "\n"}));
+    ASSERT_TRUE(fichero.Crear({"clave", "", "\n"}));
     const int copia = dup(fichero.Valor());
-    EXPECT_EQ(Apoyo::LeerFichero("/dev/fd/" + std::to_string(copia)), texto + "\n");
-    ASSERT_TRUE(fichero.Crear({"otra"}));
-    EXPECT_EQ(Apoyo::LeerFichero("/dev/fd/" + std::to_string(copia)), std::string(texto.size() + 1, '\0'));
+    const std::string ruta = "/dev/fd/" + std::to_string(copia);
+    EXPECT_EQ(Apoyo::LeerFichero(ruta), "clave\n");
+    ASSERT_TRUE(fichero.Crear({}));
+    EXPECT_EQ(Apoyo::LeerFichero(ruta), std::string(6, '\0'));
     close(copia);
-    EXPECT_TRUE(fichero.Crear({}));
-    EXPECT_EQ(Apoyo::LeerFichero("/dev/fd/" + std::to_string(fichero.Valor())), "");
 
     BloqueSecreto bloque(10);
     ASSERT_TRUE(bloque.Anadir("secreto"));
@@ -89,7 +87,6 @@ TEST(Secretos, NadaQuedaDespues) {
     const char* cifras = pin.data();
     pin.resize(50);
     Lx::Limpiar(pin);
-    EXPECT_TRUE(pin.empty());
     EXPECT_EQ(std::string(cifras, 100), std::string(100, '\0'));
 }
 

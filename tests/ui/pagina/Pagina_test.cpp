@@ -35,21 +35,6 @@ using testing::IsEmpty;
 constexpr auto kCerrado = "No se pudo dibujar la pagina: el programa que la dibuja se ha cerrado.";
 constexpr auto kTarda = "La pagina tarda demasiado en dibujarse.";
 
-// The objects, numbered from 1, with a cross-reference table; the first is the catalogue.
-std::string Escribir(const std::vector<std::string>& objetos) {
-    std::string pdf = "%PDF-1.7\n", tabla = "xref\n0 " + std::to_string(objetos.size() + 1) + "\n";
-    tabla += "0000000000 65535 f \n";
-    for (size_t i = 0; i < objetos.size(); ++i) {
-        char fila[32];
-        std::snprintf(fila, sizeof fila, "%010zu 00000 n \n", pdf.size());
-        tabla += fila;
-        pdf += std::to_string(i + 1) + " 0 obj\n" + objetos[i] + "\nendobj\n";
-    }
-    const std::string lugar = std::to_string(pdf.size());
-    return pdf + tabla + "trailer << /Size " + std::to_string(objetos.size() + 1) + " /Root 1 0 R >>\nstartxref\n" +
-           lugar + "\n%%EOF\n";
-}
-
 std::string Flujo(const std::string& contenido, const std::string& entradas = {}) {
     return "<< /Length " + std::to_string(contenido.size()) + " " + entradas + " >>\nstream\n" + contenido +
            "\nendstream";
@@ -74,7 +59,7 @@ std::string ConHojas(const std::vector<Hoja>& hojas, const std::vector<std::stri
     }
     objetos[1] = "<< /Type /Pages /Count " + std::to_string(hojas.size()) + " /Kids [" + hijas + "] >>";
     objetos.insert(objetos.end(), otros.begin(), otros.end());
-    return Escribir(objetos);
+    return Apoyo::PdfDe(objetos);
 }
 
 // A page that no machine draws in a lifetime, and one that is red.
@@ -143,35 +128,34 @@ TEST_F(Pagina, AbreSoloLoQueEsUnPdf) {
     EscribirFichero(carpeta / "clara.pdf", una);
     Apoyo::Exigir({"qpdf", "--encrypt", "abre", "manda", "256", "--", carpeta / "clara.pdf", carpeta / "cifrada.pdf"});
     Apoyo::Exigir({"qpdf", "--encrypt", "", "manda", "256", "--", carpeta / "clara.pdf", carpeta / "abierta.pdf"});
-    EscribirFichero(carpeta / "vacia.pdf", "");
     EscribirFichero(carpeta / "texto.pdf", "Esto no es un PDF.");
     EscribirFichero(carpeta / "sin_hojas.pdf", ConHojas({}));
-    EscribirFichero(carpeta / "cortada.pdf", una.substr(0, una.size() / 3));
     EscribirFichero(carpeta / "sin_tabla.pdf", una.substr(0, una.find("xref")));
     ASSERT_EQ(mkfifo((carpeta / "tubo.pdf").c_str(), 0600), 0);
     const char* const danado = "No se pudo abrir el PDF (archivo inexistente o dañado).";
-    const Apoyo::Filas<std::string, std::string> casos{
-        {"clara.pdf", ""},         {"abierta.pdf", ""},
-        {"sin_tabla.pdf", danado}, {"cifrada.pdf", "El PDF esta protegido con contraseña."},
-        {"no_esta.pdf", danado},   {".", danado},
-        {"tubo.pdf", danado},      {"vacia.pdf", danado},
-        {"texto.pdf", danado},     {"sin_hojas.pdf", danado},
-        {"cortada.pdf", danado}};
+    const Apoyo::Filas<std::string, std::string> casos{{"clara.pdf", ""},
+                                                       {"cifrada.pdf", "El PDF esta protegido con contraseña."},
+                                                       {"abierta.pdf", ""},
+                                                       {"sin_tabla.pdf", danado},
+                                                       {"tubo.pdf", danado},
+                                                       {".", danado},
+                                                       {"texto.pdf", danado},
+                                                       {"sin_hojas.pdf", danado},
+                                                       {"", "Ruta de archivo invalida."}};
     for (const auto& [nombre, frase] : casos) {
         SCOPED_TRACE(nombre);
-        const std::unique_ptr<Lx::Pdf::IDocument> abierto(Lx::Pdf::Open(carpeta / nombre, error));
+        const std::string camino = nombre.empty() ? "" : carpeta / nombre;
+        const std::unique_ptr<Lx::Pdf::IDocument> abierto(Lx::Pdf::Open(camino, error));
         EXPECT_EQ(error, frase);
         EXPECT_EQ(abierto ? abierto->GetPageCount() : 0, frase.empty() ? 1 : 0);
     }
-    EXPECT_FALSE(Lx::Pdf::Open("", error));
-    EXPECT_EQ(error, "Ruta de archivo invalida.");
 }
 
 TEST_F(Pagina, DibujaLaHojaComoSeVe) {
     // Red at the left, green at the right, blue along the bottom; 10 points of black around the crop box.
     const std::string contenido =
         "0 g 0 0 220 120 re f 1 0 0 rg 10 10 100 100 re f 0 1 0 rg 110 10 100 100 re f 0 0 1 rg 10 10 200 20 re f";
-    const std::string rojo = "ff0000ff", verde = "00ff00ff", azul = "0000ffff", blanco = "ffffffff";
+    const std::string rojo = "ff0000ff", verde = "00ff00ff", azul = "0000ffff";
     struct Caso {
         std::string entradas;
         int ancho, alto;
@@ -180,10 +164,8 @@ TEST_F(Pagina, DibujaLaHojaComoSeVe) {
     const Caso casos[] = {
         {"/CropBox [10 10 210 110]", 300, 150, rojo, verde, rojo, azul},
         {"/CropBox [10 10 210 110] /Rotate 90", 300, 600, azul, rojo, rojo, verde},
-        {"/CropBox [10 10 210 110] /Rotate 180", 333, 167, verde, rojo, azul, verde},
         {"/CropBox [10 10 210 110] /Rotate 270", 301, 602, verde, azul, verde, rojo},
         {"/CropBox [10 10 210 110] /Rotate -90", 300, 600, verde, azul, verde, rojo},
-        {"", 220, 120, "000000ff", "000000ff", "000000ff", "000000ff"},
         {"/CropBox [110 10 310 110]", 220, 200, verde, "000000ff", verde, azul},
     };
     for (const Caso& caso : casos) {
@@ -231,15 +213,13 @@ TEST_F(Pagina, ConservaElSelloDeUnaFirma) {
     }
 }
 
-// As a program without walls draws them: by their names alone, and by a table of characters that isn't in the document
-// either.
+// As a program without walls draws them: by their names alone, and by a table of characters that isn't there either.
 TEST_F(Pagina, DibujaLetrasQueElDocumentoNoTrae) {
     const std::string china =
-        "<< /Type /Font /Subtype /Type0 /BaseFont /STSong-Light /Encoding /UniGB-UCS2-H /DescendantFonts [<< /Type "
-        "/Font "
-        "/Subtype /CIDFontType0 /BaseFont /STSong-Light /CIDSystemInfo << /Registry (Adobe) /Ordering (GB1) "
-        "/Supplement 4 "
-        ">> /FontDescriptor << /Type /FontDescriptor /FontName /STSong-Light /Flags 6 /FontBBox [0 -200 1000 900] "
+        "<< /Type /Font /Subtype /Type0 /BaseFont /STSong-Light /Encoding /UniGB-UCS2-H /DescendantFonts [<< "
+        "/Type /Font /Subtype /CIDFontType0 /BaseFont /STSong-Light /CIDSystemInfo << /Registry (Adobe) /Ordering "
+        "(GB1) /Supplement 4 >> /FontDescriptor "
+        "<< /Type /FontDescriptor /FontName /STSong-Light /Flags 6 /FontBBox [0 -200 1000 900] "
         "/ItalicAngle 0 /Ascent 800 /Descent -200 /CapHeight 800 /StemV 80 >> >>] >>";
     const std::string letras =
         "/Resources << /Font << /A << /Type /Font /Subtype /Type1 /BaseFont /Helvetica >> /B " + china + " >> >>";
@@ -272,10 +252,15 @@ TEST_F(Pagina, UnaHojaLentaNoParaNadaMas) {
     EXPECT_LT(PageDocument::Clock::now() - inicio, 1200ms);
     EXPECT_NE(Hijos().at(0), primero);
 
-    EXPECT_FALSE(Dibujar(0, 200));
-    EXPECT_EQ(error, kTarda);
-    EXPECT_THAT(raster.pixels, IsEmpty());
-    ASSERT_TRUE(Dibujar(1, 200)) << error;
+    // Too slow, or dead midway: another process draws the next page.
+    for (const bool muere : {false, true}) {
+        EXPECT_FALSE(doc->WaitForPage(0, 200, 50));
+        if (muere) kill(Hijos().at(0), SIGSEGV);
+        EXPECT_FALSE(Dibujar(0, 200));
+        EXPECT_EQ(error, muere ? kCerrado : kTarda);
+        EXPECT_THAT(raster.pixels, IsEmpty());
+        ASSERT_TRUE(Dibujar(1, 200)) << error;
+    }
 }
 
 TEST_F(Pagina, UnaHojaPedidaAntesEstaHecha) {
@@ -298,16 +283,6 @@ TEST_F(Pagina, UnaHojaPedidaAntesEstaHecha) {
         ASSERT_TRUE(Dibujar(1, ancho)) << error;
         EXPECT_EQ(Color(raster, 50, 50), "ff0000ff");
     }
-}
-
-TEST_F(Pagina, ElProgramaQueMuereDibujandoSeSustituye) {
-    Abrir(LentaYRoja());
-    EXPECT_FALSE(doc->WaitForPage(0, 200, 50));
-    kill(Hijos().at(0), SIGSEGV);
-    ASSERT_TRUE(doc->WaitForPage(0, 200, 5000));
-    EXPECT_FALSE(Dibujar(0, 200));
-    EXPECT_EQ(error, kCerrado);
-    ASSERT_TRUE(Dibujar(1, 200)) << error;
 }
 
 TEST_F(Pagina, ElProgramaEstaEncerrado) {
