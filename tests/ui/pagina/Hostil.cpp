@@ -1,8 +1,7 @@
-// In the place of velmora-pagina: plays what the document holds, line by line. The first two lines are sent at once,
-// the others answer one request each; the one after the last makes it end. A line is the message in hexadecimal digits,
-// or: "muros", which puts up the walls and greets as the real one does; "llena", which ends as for want of memory;
-// "escucha", which sends who opens files something that never says a word, and greets; or something to try, which is
-// answered with the number of its error as the height, plus one.
+// In the place of velmora-pagina: plays the document's lines, the first two at once, each other one for a request. A
+// line is the message in hexadecimal digits, or: "muros", which puts up the walls and greets as the real one does;
+// "llena", which ends as for want of memory; "escucha", which sends who opens files something mute, and greets; or
+// something to try, which is answered with the number of its error as the height, plus one.
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/eventfd.h>

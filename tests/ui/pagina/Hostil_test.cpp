@@ -89,6 +89,7 @@ TEST(Hostil, NiAlAbrir) {
         {Saluda(1, 2, 0) + una, danado},
         {Saluda(1, 0, -1) + una, danado},
         {Saluda(1, 1, 0, 11) + una, danado},
+        {Saluda(1, 1, 0, 4000) + una, danado},
         {Saluda(0, 1, 6) + una, falta(false)},
         {Saluda(1, 0, 0) + una, falta(true)},
         {"\n", danado},
