@@ -47,8 +47,6 @@ CDlgFirmar::CDlgFirmar(Lx::CWindow* padre, const Paleta::Colores& paleta, const 
 
 CDlgFirmar::~CDlgFirmar() {
     correo_->Cerrar();
-    Lx::Limpiar(ctx_.pin);
-    Lx::Limpiar(ctx_.clavePkcs12);
 }
 
 bool CDlgFirmar::OnInit() {

@@ -146,11 +146,6 @@ void MostrarOpciones(const Certificados& c) {
 
 }  // namespace
 
-Identidad::~Identidad() {
-    Limpiar(ctx.clavePkcs12);
-    Limpiar(ctx.pin);
-}
-
 Preguntas PreguntasDe(const Argumentos& a) {
     Preguntas p;
     p.pin = [&a](const PreguntaPin& pregunta, std::string& pin) { return ResponderPin(a, pregunta, pin); };
@@ -208,11 +203,11 @@ void AbrirIdentidad(const Argumentos& a, Identidad& identidad) {
 }
 
 Encargo EncargoDe(const Argumentos& a, const Identidad& identidad) {
+    using namespace LxPdfSigner;
     constexpr struct {
         const char* sello;
-        int32_t modo;
-    } kModos[] = {{"invisible", 0}, {"primera", 1}, {"ultima", 2}, {"todas", 3}};
-    constexpr int32_t kLista = 4;
+        Sello modo;
+    } kModos[] = {{"invisible", kInvisible}, {"primera", kPrimera}, {"ultima", kUltima}, {"todas", kTodas}};
     Encargo e;
     e.documentos = a.documentos;
     e.texto = a.texto;
@@ -224,10 +219,10 @@ Encargo EncargoDe(const Argumentos& a, const Identidad& identidad) {
     e.aunque = AunqueDe(a);
     e.meta = {a.nombre.value_or(""), a.ubicacion.value_or(""), a.razon.value_or("")};
     const std::string sello = a.sello.value_or("primera");
-    e.modo = kLista;
+    e.modo = kPaginas;
     for (const auto& m : kModos)
         if (sello == m.sello) e.modo = m.modo;
-    if (e.modo == kLista) e.paginas = sello;
+    if (e.modo == kPaginas) e.paginas = sello;
     return e;
 }
 

@@ -28,11 +28,6 @@ struct Identidad {
     Lx::CertStore::Entrada elegida;
     Lx::CertStore::Contexto ctx;
     Lx::Aviso fallo;
-
-    Identidad() = default;
-    ~Identidad();
-    Identidad(const Identidad&) = delete;
-    Identidad& operator=(const Identidad&) = delete;
 };
 void AbrirIdentidad(const Argumentos& a, Identidad& identidad);
 

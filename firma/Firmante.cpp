@@ -31,7 +31,13 @@ constexpr struct {
 }  // namespace
 
 Firmante::Firmante(const CertStore::Entrada& elegida, CertStore::Contexto& ctx, Preguntas preguntas, Control& control)
-    : elegida_(elegida), ctx_(ctx), preguntas_(std::move(preguntas)), control_(control) {}
+    : elegida_(elegida),
+      ctx_(ctx),
+      paginas_(&ctx, sizeof ctx),
+      aparte_(ctx.clavePkcs12.data(), ctx.clavePkcs12.size()),
+      propias_(this, sizeof *this),
+      preguntas_(std::move(preguntas)),
+      control_(control) {}
 
 void Firmante::Olvidar() {
     Limpiar(ctx_.pin);

@@ -35,6 +35,9 @@ class Firmante {
 
     const CertStore::Entrada& elegida_;
     CertStore::Contexto& ctx_;
+    PaginasBloqueadas paginas_;  // a PIN and a short password stand in the record itself, a long one apart
+    PaginasBloqueadas aparte_;
+    PaginasBloqueadas propias_;
     Preguntas preguntas_;
     Lx::Control& control_;
     CertStore::FirmaHecha ultima_;

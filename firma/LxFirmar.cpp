@@ -90,10 +90,7 @@ FirmarDocumentos::FirmarDocumentos(Encargo encargo, Preguntas preguntas, Observa
     if (meta.razon.empty()) meta.razon = "Firma de documento";
 }
 
-FirmarDocumentos::~FirmarDocumentos() {
-    Limpiar(encargo_.ctx.pin);
-    Limpiar(encargo_.ctx.clavePkcs12);
-}
+FirmarDocumentos::~FirmarDocumentos() = default;
 
 Aviso FirmarDocumentos::Empezar() {
     for (Hecho& h : respuesta_.documentos)

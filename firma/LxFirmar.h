@@ -22,10 +22,10 @@ struct Encargo {
     std::string carpeta;               // empty: each document's own
     bool reemplazar = false;           // `salida` may be replaced
     CertStore::Entrada elegida;
-    CertStore::Contexto ctx;         // its secrets are wiped when the job goes
-    std::vector<Lx::Motivo> aunque;  // what speaks against the certificate and was accepted
-    LxPdfSigner::Metadatos meta;     // empty fields get their defaults
-    int32_t modo = 1;                // of the stamp, as LxPdfSigner::Opciones
+    CertStore::Contexto ctx;
+    std::vector<Lx::Motivo> aunque;        // what speaks against the certificate and was accepted
+    LxPdfSigner::Metadatos meta;           // empty fields get their defaults
+    int32_t modo = LxPdfSigner::kPrimera;  // of the stamp, a LxPdfSigner::Sello
     std::string paginas;
 };
 
@@ -59,7 +59,6 @@ class Firmante;
 class FirmarDocumentos : public Trabajo {
   public:
     FirmarDocumentos(Encargo encargo, Preguntas preguntas, Observador observador = {});
-    // The secrets are wiped.
     ~FirmarDocumentos() override;
 
     // The card's PIN is asked for once, before the first document; one that the card refuses is never sent again. A

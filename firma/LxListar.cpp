@@ -33,11 +33,6 @@ Listar::Listar(CertStore::Contexto ctx, Preguntas preguntas, bool nombrada, cons
     if (anterior != nullptr) anterior_ = anterior->listado;
 }
 
-Listar::~Listar() {
-    Limpiar(ctx_.pin);
-    Limpiar(ctx_.clavePkcs12);
-}
-
 void Listar::Hacer() {
     const NoVolcable cerrado;
     const bool pregunta = !ctx_.rutaPkcs12.empty() && preguntas_.clavePkcs12 && !anterior_;

@@ -26,8 +26,6 @@ class Listar : public Trabajo {
     // the file because a person did, and what can't be read of it is a failure. With `anterior` the card alone is
     // listed, the rest is as it was.
     Listar(CertStore::Contexto ctx, Preguntas preguntas, bool nombrada, const Certificados* anterior = nullptr);
-    // Its copies of the secrets are wiped.
-    ~Listar() override;
 
     void Hacer() override;
     [[nodiscard]] const Certificados& Respuesta() const { return respuesta_; }

@@ -9,14 +9,13 @@
 
 namespace Lx::Firma {
 
-// For one thread. The secrets are wiped when it goes.
+// For one thread. Locked in memory where that is allowed, and wiped when it goes.
 class Recuerdo {
   public:
     using Reloj = std::chrono::steady_clock;
     static constexpr std::chrono::minutes kSinUso{5};
 
-    Recuerdo() = default;
-    ~Recuerdo() { OlvidarTodo(); }
+    Recuerdo() : paginas_(this, sizeof *this) {}
     Recuerdo(const Recuerdo&) = delete;
     Recuerdo& operator=(const Recuerdo&) = delete;
 
@@ -29,6 +28,7 @@ class Recuerdo {
     void OlvidarTodo();
 
   private:
+    PaginasBloqueadas paginas_;
     CertStore::Contexto ctx_;
     Reloj::time_point usado_{};
 };

@@ -9,6 +9,7 @@
 
 #include "crypto/LxControlTrabajo.h"
 #include "crypto/LxMotivo.h"
+#include "crypto/LxSecreto.h"
 #include "crypto/LxX509.h"
 
 namespace Lx::CertStore {
@@ -20,8 +21,13 @@ enum class Origen : int {
     Pkcs12 = 3,    // PKCS#12 file (RFC 7292)
 };
 
-// The user's choices.
+// The user's choices. Every copy wipes its secrets when it goes.
 struct Contexto {
+    ~Contexto() {
+        Lx::Limpiar(pin);
+        Lx::Limpiar(clavePkcs12);
+    }
+
     std::string lector;       // preferred card reader; empty: choose automatically
     std::string pin;          // the card's signing PIN
     std::string rutaPkcs12;   // empty: no PKCS#12 source

@@ -160,6 +160,12 @@ TEST(Recuerdo, UnPinSoloMientrasSirve) {
     ctx.pin.clear();
     r.Guardar(ctx, t);
     EXPECT_EQ(r.Ver(t).pin, "");
+    // What is left where a record was.
+    alignas(CertStore::Contexto) char donde[sizeof(CertStore::Contexto)];
+    auto* breve = new (donde) CertStore::Contexto;
+    breve->pin = breve->clavePkcs12 = "73519";
+    breve->~Contexto();
+    EXPECT_EQ(std::string(donde, sizeof donde).find("73519"), std::string::npos);
 }
 
 TEST(Nombres, ElPrimeroLibreHastaElUltimo) {
