@@ -37,6 +37,7 @@ void PrepararProceso() {
     setrlimit(RLIMIT_CORE, &kSinVolcado);
     struct sigaction hijos {};
     if (sigaction(SIGCHLD, nullptr, &hijos) == 0 && hijos.sa_handler == SIG_IGN) signal(SIGCHLD, SIG_DFL);
+    signal(SIGXFSZ, SIG_IGN);
 }
 
 NoVolcable::NoVolcable() {

@@ -12,7 +12,7 @@ namespace Lx {
 // First thing in a program that will hold secrets. No core dump is written of it or of what it starts. A standard
 // stream that the caller closed is given /dev/null, so that it does not become the next file that is opened; writing to
 // it still fails. An ignored SIGCHLD, which a launcher may hand down and which hides a child's exit status, is set back
-// to the default.
+// to the default; a limit on the size of files shows as a failed write.
 void PrepararProceso();
 
 // While one lives, no other program of the same user may look into this process (PR_SET_DUMPABLE). The first one closes
