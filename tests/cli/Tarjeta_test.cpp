@@ -59,7 +59,7 @@ TEST_F(FirmarConTarjeta, UnPinMaloCuestaUnIntentoPorEjecucion) {
         EXPECT_EQ(Tarjeta().Intentos(), quedan);
         EXPECT_EQ(Tarjeta().Verificaciones(), 3 - quedan);
     }
-    Correr(3, "firmar --pin-desde=pin contrato.pdf", "PIN bloqueado: hay que desbloquearlo con el codigo PUK");
+    Correr(3, "firmar --pin-desde=nada contrato.pdf", "PIN bloqueado: hay que desbloquearlo con el codigo PUK");
     EXPECT_EQ(Tarjeta().Verificaciones(), 3);
     EXPECT_EQ(Nuevos(), (Nombres{"b.pdf", "c.pdf", "malo", "pin"}));
 }

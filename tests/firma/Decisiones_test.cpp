@@ -89,6 +89,7 @@ TEST(Aptitud, CadaImpedimentoPorSuOrden) {
         EXPECT_EQ(a.Apto(), impedimentos.empty());
         EXPECT_EQ(a.Salvable(), aunque != nullptr);
         EXPECT_EQ(a.Salvada({}), impedimentos.empty());
+        EXPECT_EQ(a.Salvada(impedimentos), aunque != nullptr);  // accepting by name what can't be accepted
         EXPECT_EQ(a.Salvada({MotivoDeAunque(aunque == nullptr ? "uso" : aunque)}), aunque != nullptr);
         const bool esCa = impedimentos == std::vector<Motivo>{CertificadoCa};
         EXPECT_EQ(a.Salvada({MotivoDeAunque(esCa ? "uso" : "ca")}), a.Apto());
@@ -181,6 +182,35 @@ TEST(Nombres, ElPrimeroLibreHastaElUltimo) {
     EXPECT_EQ(libre(), base + "_firmao999.pdf");
     Apoyo::EscribirFichero(base + "_firmao999.pdf", "");
     EXPECT_EQ(libre(), "");
+}
+
+TEST(Firmar, UnTrabajoConUnaClaveDeVerdad) {
+    const Apoyo::CarpetaTemporal carpeta;
+    const Apoyo::Identidad& id = Apoyo::IdentidadComun();
+    Encargo encargo;
+    encargo.documentos = {carpeta / "a.pdf"};
+    encargo.elegida = De(id.certificado, Origen::Pkcs12);
+    encargo.ctx.rutaPkcs12 = id.p12;
+    encargo.ctx.clavePkcs12 = id.password;
+    Apoyo::EscribirFichero(carpeta / "a.pdf", Apoyo::PdfDe({"<< /Type /Catalog /Pages 2 0 R >>",
+                                                            "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
+                                                            "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 9 9] >>"}));
+    Encargo vieja = encargo, aceptada = encargo;
+    vieja.elegida.cert.notAfter = aceptada.elegida.cert.notAfter = 1;
+    aceptada.aunque = {Motivo::Caducado};
+    const Apoyo::Filas<Encargo, bool, Motivo> filas = {
+        {vieja, false, Motivo::Caducado}, {encargo, true, Motivo::Cancelado}, {aceptada, false, Motivo::Ninguno}};
+    for (const auto& [que, cancelar, motivo] : filas) {
+        Control* control = nullptr;
+        FirmarDocumentos trabajo(que, {},
+                                 {[&, si = cancelar](size_t) { static_cast<void>(si && control->Cancelar()); }, {}});
+        control = &trabajo.control;
+        trabajo.Hacer();
+        const Hecho& hecho = trabajo.Respuesta().documentos.front();
+        EXPECT_EQ(hecho.r.motivo, motivo) << hecho.r.error;
+        EXPECT_EQ(fs::exists(carpeta / "a_firmao.pdf"), motivo == Motivo::Ninguno);
+        EXPECT_EQ(control->Ver().etapa == Etapa::Guardar, motivo == Motivo::Ninguno);
+    }
 }
 
 // Programs act on the names, people look them up.
