@@ -29,9 +29,9 @@ constexpr struct {
     {"Invisible (sin sello)", LxPdfSigner::kInvisible},
 };
 
-[[nodiscard]] std::string ConMayuscula(std::string frase) {
-    if (!frase.empty() && frase[0] >= 'a' && frase[0] <= 'z') frase[0] = static_cast<char>(frase[0] - 'a' + 'A');
-    return frase;
+[[nodiscard]] std::string ConMayuscula(const std::string& frase) {
+    if (frase.empty() || frase[0] < 'a' || frase[0] > 'z') return frase;
+    return static_cast<char>(frase[0] - 'a' + 'A') + frase.substr(1);
 }
 
 }  // namespace

@@ -4,6 +4,8 @@
 
 namespace Lx::Firma {
 
+Recuerdo::Recuerdo() : paginas_(this, sizeof *this) {}
+
 void Recuerdo::Guardar(const CertStore::Contexto& ctx, Reloj::time_point ahora) {
     OlvidarTodo();
     ctx_ = ctx;

@@ -15,7 +15,7 @@ class Recuerdo {
     using Reloj = std::chrono::steady_clock;
     static constexpr std::chrono::minutes kSinUso{5};
 
-    Recuerdo() : paginas_(this, sizeof *this) {}
+    Recuerdo();
     Recuerdo(const Recuerdo&) = delete;
     Recuerdo& operator=(const Recuerdo&) = delete;
 
