@@ -137,6 +137,12 @@ TEST_F(Programa, PasaLasHojas) {
         if (!escribe.empty()) Escribir(escribe);
         Ve(R"(text\|.*\|)" + queda + "$");
     }
+    Ve(R"(button.>\|\|)");
+    Clic(R"(button.<\|ENABLED)");
+    // The button that was clicked has the focus; the keys still turn pages.
+    pantalla_.Pulsar("Home");
+    Ve(R"(text\|.*\|1 / 3$)");
+    Ve(R"(button.<<\|\|)");
     pantalla_.Pulsar("ctrl+q");
     EXPECT_EQ(programa_->Esperar(), 0);
 }

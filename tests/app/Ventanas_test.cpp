@@ -2,7 +2,6 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
-#include <ctime>
 #include <future>
 #include <memory>
 #include <thread>
@@ -124,8 +123,8 @@ TEST_F(Ventanas, IrAUnaHoja) {
     CMainWindow& v = Abrir(12);
     auto& hoja = Control<Lx::CEdit>(v, 0);
     const Apoyo::Filas<std::string, std::string> filas = {
-        {"3", "3 / 12"},    {" +7 x", "7 / 12"}, {"0", "7 / 12"},      {"-3", "7 / 12"},  {"abc", "7 / 12"},
-        {"999", "12 / 12"}, {"", "12 / 12"},     {"5 / 12", "5 / 12"}, {"+-2", "5 / 12"}, {"99999999999", "12 / 12"},
+        {" +7 x", "7 / 12"}, {"0", "7 / 12"},      {"-3", "7 / 12"},
+        {"", "7 / 12"},      {"5 / 12", "5 / 12"}, {"99999999999", "12 / 12"},
     };
     for (const auto& [escrito, queda] : filas) {
         SCOPED_TRACE(escrito);
@@ -136,32 +135,11 @@ TEST_F(Ventanas, IrAUnaHoja) {
     }
 }
 
-TEST_F(Ventanas, LosBotonesQueLlevanAAlgunSitio) {
-    const Apoyo::Filas<int, int, std::string> filas = {
-        {0, 0, "0000"}, {1, 0, "0000"}, {3, 0, "0011"}, {3, 1, "1111"}, {3, 2, "1100"},
-    };
-    for (const auto& [paginas, avances, activos] : filas) {
-        SCOPED_TRACE(paginas);
-        CMainWindow& v = Abrir(paginas);
-        for (int i = 0; i < avances; ++i) Falso::Clic(v, 900 - 106 + 5, 60);
-        std::string estado;
-        for (size_t i = 2; i < 6; ++i) estado += Control<Lx::CButton>(v, i).enabled ? "1" : "0";
-        EXPECT_EQ(estado, activos);
-        // The button that was clicked has the focus; the keys still turn pages.
-        Falso::Tecla(v, KeyCode::Home);
-        EXPECT_EQ(Control<Lx::CEdit>(v, 0).GetText(), paginas > 0 ? "1 / " + std::to_string(paginas) : "0 / 0");
-    }
-}
-
 TEST_F(Ventanas, LaLineaDeEstado) {
     CMainWindow& v = Abrir(0);
     auto& estado = Control<Lx::CLabel>(v, 0);
     EXPECT_EQ(estado.text, "Error al abrir /a/doc.pdf: motivo");
     EXPECT_EQ(estado.textColor, Paleta::DelTema()[Paleta::kError]);
-    v.MostrarEstado("algo", false);
-    EXPECT_EQ(estado.text, "algo");
-    v.OnFirmar();
-    EXPECT_EQ(estado.text, "No hay ningun documento abierto.");
     paginas_ = 1;
     v.OnDropFile("/b/otro.pdf");
     v.MostrarEstado("algo", false);
@@ -176,9 +154,9 @@ TEST_F(Ventanas, LaLineaDeEstado) {
 }
 
 TEST_F(Ventanas, LasFilasDelDialogo) {
-    std::string n44, n43;
-    for (int i = 0; i < 44; ++i) n44 += "ñ";
-    n43 = n44.substr(2);
+    std::string n43;
+    while (n43.size() < 86) n43 += "ñ";
+    const std::string n44 = n43 + "ñ";
     Entrada vieja = Apta(Origen::Dnie, "Vieja"), sinClave = Apta(Origen::Pkcs12, "Q"), otra = Apta(Origen::Sistema, "");
     vieja.cert.notAfter = 86400;
     sinClave.conClave = false;
@@ -210,29 +188,18 @@ TEST_F(Ventanas, LasFilasDelDialogo) {
     }
     EXPECT_EQ(d->Seleccion().cert.subjectCN, "Ana");
     d->OnLista(5);
-    EXPECT_FALSE(d->HaySeleccion());
-    EXPECT_FALSE(Control<Lx::CButton>(*d, 1).enabled);
     d->SetFocusControl(nullptr);
     Falso::Tecla(*d, KeyCode::Enter);
-    EXPECT_FALSE(d->done);
+    EXPECT_FALSE(d->done || d->HaySeleccion() || Control<Lx::CButton>(*d, 1).enabled);
     EXPECT_EQ(Control<Lx::CLabel>(*d, 1).text, "Elige un certificado de la lista.");
-    Falso::Tecla(*d, KeyCode::Escape);
-    EXPECT_EQ(d->result, Lx::kCancelled);
 }
 
 // Nothing is chosen by itself, and what can be accepted is asked once.
 TEST_F(Ventanas, SoloHayCertificadosNoAptos) {
     const Apoyo::Filas<std::function<void(Entrada&)>, bool> casos = {
-        {[](Entrada& e) { e.cert.notAfter = 86400; }, true},
-        {[](Entrada& e) { e.cert.notBefore = std::time(nullptr) + 86400; }, true},
-        {[](Entrada& e) { e.cert.isCA = true; }, true},
-        {[](Entrada& e) { e.cert.conUso = true, e.cert.contentCommitment = e.cert.digitalSignature = false; }, true},
-        {[](Entrada& e) { e.conClave = false; }, false},
-        {[](Entrada& e) { e.cert.der.clear(); }, false},
-    };
-    int caso = 0;
+        {[](Entrada& e) { e.cert.notAfter = 86400; }, true}, {[](Entrada& e) { e.conClave = false; }, false}};
     for (const auto& [estropear, salvable] : casos) {
-        SCOPED_TRACE(caso++);
+        SCOPED_TRACE(salvable);
         g_fuentes.entradas = {Apta(Origen::Sistema, "Ana")};
         estropear(g_fuentes.entradas[0]);
         const auto d = Elegir();
