@@ -5,7 +5,6 @@
 #include <atomic>
 #include <cstdlib>
 #include <memory>
-#include <ostream>
 
 #include "card/LxTarjeta.h"
 #include "tests/apoyo/Apoyo.h"
@@ -25,10 +24,6 @@ struct Bloqueo {
     double segundos;
     int ordenes;  // commands that were sent by then
 };
-
-void PrintTo(const Bloqueo& b, std::ostream* salida) {
-    *salida << b.caso;
-}
 
 constexpr unsigned long kSolo = 0x20, kConOtros = 0x120;  // SCARD_STATE_PRESENT, SCARD_STATE_INUSE
 

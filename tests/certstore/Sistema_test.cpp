@@ -2,20 +2,17 @@
 // in a process of its own.
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <future>
 #include <sstream>
 
-#include "crypto/LxApi.h"
 #include "tests/apoyo/Apoyo.h"
 #include "tests/apoyo/tarjeta/ServicioPcsc.h"
 
 namespace fs = std::filesystem;
 using Apoyo::EscribirFichero;
-using Apoyo::LeerFichero;
 using Apoyo::PdfValido;
 using testing::HasSubstr;
 using testing::UnorderedElementsAre;
@@ -125,15 +122,9 @@ class Sistema : public testing::Test {
     static inline fs::path casa;   // each test's own
 };
 
-// Every file below a folder with the digest of its bytes.
-std::vector<std::string> Foto(const fs::path& carpeta) {
-    std::vector<std::string> foto;
-    for (const auto& e : fs::recursive_directory_iterator(carpeta)) {
-        const std::vector<unsigned char> d = Lx::Api::Sha256(e.is_regular_file() ? LeerFichero(e.path()) : "");
-        foto.push_back(e.path().string() + " " + Lx::Api::BinToHex(d.data(), d.size()));
-    }
-    std::sort(foto.begin(), foto.end());
-    return foto;
+// Every folder, and every file with the digest of its bytes.
+std::string Foto(const std::string& carpeta) {
+    return Apoyo::Exigir({"sh", "-c", "{ find $0 -type d; find $0 -type f -exec sha256sum {} +; } | sort", carpeta});
 }
 
 TEST_F(Sistema, TodoEnUnaLista) {
@@ -143,7 +134,7 @@ TEST_F(Sistema, TodoEnUnaLista) {
 anadir "$d" Berta; pk12util -i Eva.p12 -d "sql:$d" -W x; head -c 64 /dev/urandom >"$CASA/ruido"
 certutil -S -d "sql:$d" -n vieja -s CN=Vieja -x -t ,, -w -12 -v 1 -m 7 -z "$CASA/ruido"
 ficha; guardar cert Berta.pem --id 01)");
-    const std::vector<std::string> antes = Foto(casa);
+    const std::string antes = Foto(casa);
     const std::vector<std::string> lineas = Listar();
     // Eva's key isn't RSA. Berta's copy on the token is the one that may have a key.
     EXPECT_THAT(lineas, UnorderedElementsAre("4 certificado(s)", "NSS · Ana Núñez Peña con clave",

@@ -349,6 +349,7 @@ TEST_F(Motor, FallosDeLosFicheros) {
     EXPECT_EQ(FirmarA(salida_).error, "no se pudo leer " + entrada_ + ".");
     Apoyo::EscribirFichero(entrada_, Casos()[0].pdf);
     EXPECT_EQ(FirmarA(carpeta_ / "no/hay.pdf").motivo, Lx::Motivo::SalidaImposible);
+    EXPECT_EQ(FirmarA(entrada_).motivo, Lx::Motivo::SalidaEsEntrada);
     const Resultado r = FirmarA("/dev/full");
     EXPECT_EQ(r.error, "escritura incompleta de /dev/full.");
     EXPECT_FALSE(r.escrito || r.firmado);
