@@ -9,26 +9,17 @@ using namespace Lx;
 using Apoyo::NuevoPcscFalso;
 
 TEST(Pcsc, ClasificaElLectorPorSuNombreYPrefiereElContacto) {
-    const Apoyo::Filas<const char*, int> tipos = {{"ACS ACR1252 Dual Reader PICC 0", 1},
-                                                  {"Generic Smart Card Reader", 2},
-                                                  {"Foo USB", 0},
-                                                  {"contactless and contact", 1},
-                                                  {"Lector NFC", 1},
-                                                  {"Lector ICC", 2},
-                                                  {"CONTACT LESS", 1},
-                                                  {"SAM 0", 2},
-                                                  {"EMV", 2},
-                                                  {"Smartcard", 2},
-                                                  {"wireless", 1},
-                                                  {"Proximity", 1},
-                                                  {"Chip", 2},
-                                                  {"", 0}};
-    for (const auto& [nombre, tipo] : tipos) EXPECT_EQ(Pcsc::DetectarTipo(nombre), tipo) << nombre;
     using Nombres = std::vector<std::string>;
-    EXPECT_EQ(Pcsc::PriorizarLector(Nombres{"contactless", "Foo", "contact"}), 2);
+    const Nombres tipos[] = {
+        {"Foo USB", ""},
+        {"Dual Reader PICC", "contactless and contact", "Lector NFC", "CONTACT LESS", "wireless", "Proximity"},
+        {"Smart Card Reader", "Lector ICC", "SAM 0", "EMV", "Smartcard", "Chip"},
+    };
+    for (int tipo = 0; tipo < 3; ++tipo)
+        for (const std::string& nombre : tipos[tipo]) EXPECT_EQ(Pcsc::DetectarTipo(nombre), tipo) << nombre;
+    EXPECT_EQ(Pcsc::PriorizarLector(Nombres{"contactless", "Foo", "contact", "chip"}), 2);
     EXPECT_EQ(Pcsc::PriorizarLector(Nombres{"contactless", "Foo"}), 1);
     EXPECT_EQ(Pcsc::PriorizarLector(Nombres{"contactless"}), 0);
-    EXPECT_EQ(Pcsc::PriorizarLector(Nombres{"Foo", "contact", "chip"}), 1);
     EXPECT_EQ(Pcsc::PriorizarLector(Nombres{}), -1);
 }
 

@@ -48,12 +48,9 @@ TEST_F(Diagnosticar, SinServicioOSinBiblioteca) {
     EXPECT_TRUE(Apoyo::PdfValido(En("contrato_firmao2.pdf"), *identidad_));
 }
 
-TEST_F(Diagnosticar, SinLectores) {
+TEST_F(Diagnosticar, CadaPasoQueFallaDiceQueHacer) {
     ASSERT_TRUE(Insertar({}));
     Comprobar("", 1, "No hay lectores de tarjetas conectados.", "Conecte un lector de tarjetas");
-}
-
-TEST_F(Diagnosticar, CadaPasoQueFallaDiceQueHacer) {
     Apoyo::Escenario ajena = Dnie(2, false), vacia = Dnie(1, true), bloqueada = Dnie(0, false), sinClave = Dnie();
     ajena.atr = "3B00";
     ajena.fallos = {{.respuesta = "6A82"}};

@@ -12,16 +12,11 @@
 
 namespace PruebaCli {
 
-namespace {
-
 constexpr int kPaciencia = 20000;  // milliseconds; sanitizers and a loaded machine are slow
 constexpr int kPaso = 20;
 
-}  // namespace
-
 bool HayTerminales() {
-    int maestro = -1;
-    int esclavo = -1;
+    int maestro = -1, esclavo = -1;
     if (openpty(&maestro, &esclavo, nullptr, nullptr, nullptr) != 0) return false;
     close(maestro);
     close(esclavo);

@@ -26,13 +26,10 @@ TEST(Sintaxis, UnValorAcabaDondeEmpiezaElSiguiente) {
         {"<< /S (a\\)>>) >>z", "<< /S (a\\)>>) >>"},
         {"<< /H <3E3E> >>z", "<< /H <3E3E> >>"},
         {"<< /A 1 > z", "<< /A 1 >"},
-        {"(a(b)c)d", "(a(b)c)"},
         {"[1 [2 (])] 3]4", "[1 [2 (])] 3]"},
         {"/Name/Otro", "/Name"},
-        {"12 0 R/N", "12 0 R"},
         {"12 %c\n 0 \t R]", "12 %c\n 0 \t R"},
         {"12 0 RG", "12"},
-        {"12 R", "12"},
         {" \n% nota\r  -3.5 7", " \n% nota\r  -3.5"},
         {">x", ">"},
         {"(abc\\", "(abc\\"},
@@ -56,48 +53,34 @@ TEST(Sintaxis, ClavesSoloDelPrimerNivelYPorNombreEntero) {
 }
 
 TEST(Sintaxis, LosNumerosSeSaturan) {
-    const Apoyo::Filas<std::string_view, bool, long> filas = {{" 42x", true, 42},
-                                                              {"%c\n7", true, 7},
-                                                              {"-5", true, -5},
-                                                              {"99999999999999999999999", true, LONG_MAX},
-                                                              {"9223372036854775807", true, LONG_MAX},
-                                                              {"-", false, 0},
-                                                              {"", false, 0}};
+    const Apoyo::Filas<std::string_view, bool, long> filas = {
+        {"%c\n42x", true, 42}, {"-5", true, -5}, {"99999999999999999999999", true, LONG_MAX}, {"-", false, 0}};
     for (const auto& [texto, hay, esperado] : filas) {
         size_t pos = 0;
         long valor = 0;
         EXPECT_EQ(LeerEntero(texto, pos, valor), hay) << texto;
         EXPECT_EQ(valor, esperado) << texto;
     }
-}
-
-TEST(Sintaxis, RectangulosConCualquierFormaDeNumero) {
     double v[4];
     ASSERT_TRUE(RectDe("/Rect [ -1.5 +2 .25\n4. 9 ]", "Rect", v));
     EXPECT_THAT(v, ElementsAre(-1.5, 2, 0.25, 4));
-    for (const char* dict : {"/Rect [1 2 3]", "/Rect 1 2 3 4", "/Rect [1 2 x 4]", "/Rect 5 0 R", "/Otro [1 2 3 4]"}) {
-        EXPECT_FALSE(RectDe(dict, "Rect", v)) << dict;
-    }
+    for (const char* dict : {"/Rect [1 2 3]", "/Rect 1 2 3 4", "/Rect [1 2 x 4]"})
+        EXPECT_FALSE(RectDe(dict, "Rect", v));
 }
 
 TEST(Barrido, LosObjetosSeEncuentranPorSuCabecera) {
     const Apoyo::Filas<std::string, std::vector<std::pair<long, size_t>>> filas = {
         {"%PDF\n3 0 obj null endobj12 0 obj 1 endobj", {{3, 5}, {12, 24}}},
-        {"%%EOF7 0 obj", {{7, 5}}},
         {"/N7 0 obj", {}},
         {"7 0 obj 7 1 obj", {{7, 8}}},  // the later one wins, whatever the generation
-        {"2147483648 0 obj", {{2147483648, 0}}},
-        {"2147483649 0 obj 99999999999999999999 0 obj", {}},
+        {"2147483648 0 obj 2147483649 0 obj 99999999999999999999 0 obj", {{2147483648, 0}}},
     };
     for (const auto& [texto, objetos] : filas) {
         const Barrido barrido(texto);
         const decltype(objetos) hallados(barrido.Objetos().begin(), barrido.Objetos().end());
         EXPECT_EQ(hallados, objetos) << texto;
     }
-}
-
-// The keyword is searched sixteen bytes at a time: every place of it within a block, and across two.
-TEST(Barrido, LaBusquedaNoPierdeNingunaPosicion) {
+    // The keyword is searched sixteen bytes at a time: every place of it within a block, and across two.
     for (size_t n = 0; n < 70 * 20; ++n) {
         const std::string texto = std::string(n / 20, 'o') + " 5 0 obj" + std::string(n % 20, 'b');
         EXPECT_EQ(Barrido(texto).Objetos().count(5), 1U) << n;
@@ -114,8 +97,8 @@ TEST(Barrido, PaginasEnOrdenCadaUnaUnaVezYSinVueltas) {
 
     std::string hondo;
     for (int n = 1; n <= 40; ++n) {
-        hondo += std::to_string(n) + " 0 obj<</Kids[" + std::to_string(100 + n) + " 0 R " + std::to_string(n + 1) +
-                 " 0 R]>>endobj " + std::to_string(100 + n) + " 0 obj<</Type/Page>>endobj ";
+        const std::string hoja = std::to_string(100 + n) + " 0 ", sigue = std::to_string(n + 1) + " 0 R]>>endobj ";
+        hondo += std::to_string(n) + " 0 obj<</Kids[" + hoja + "R " + sigue + hoja + "obj<</Type/Page>>endobj ";
     }
     EXPECT_EQ(Barrido(hondo).PaginasDesde(1).size(), 32U) << "levels 1 to 32 below the root";
 }
@@ -138,8 +121,7 @@ TEST(Barrido, CamposYSellosDeFirma) {
     EXPECT_EQ(NombreCampoLibre(campos.nombres), "Signature2");
 }
 
-// Shapes that make a careless reader work for hours or overflow its stack: the test ends, by its own means or by
-// ctest's.
+// Shapes that make a careless reader work for hours or overflow its stack.
 TEST(Barrido, FormasHostilesAcabanPronto) {
     std::string solapados;
     for (int n = 1; n <= 60000; ++n) solapados += std::to_string(n) + " 0 obj<<";
@@ -147,7 +129,6 @@ TEST(Barrido, FormasHostilesAcabanPronto) {
     for (const std::string& texto :
          {Repetir("[", 1 << 20), Repetir("<<", 1 << 19), "1 0 obj" + Repetir("<<[", 1 << 18),
           Repetir("1 0 obj ", 1 << 17), "1 0 obj" + std::string(1 << 20, ' ') + "obj", solapados, cerrados}) {
-        SCOPED_TRACE(texto.substr(0, 20));
         Barrido barrido(texto);
         Campos campos;
         Fallo fallo;

@@ -34,30 +34,21 @@ std::string RevisionesDe(const std::string& ruta) {
     return texto;
 }
 
-void Comparar(const std::vector<std::string>& rutas) {
-    std::vector<std::string> orden = {"/usr/bin/python3", "-B", COMPARAR, AYUDANTE};
-    orden.insert(orden.end(), rutas.begin(), rutas.end());
-    const Apoyo::Salida s = Apoyo::Ejecutar(orden);
-    EXPECT_EQ(s.codigo, 0);
-    EXPECT_EQ(Apoyo::Cuenta(s.texto, "\tigual\t"), rutas.size()) << s.texto << s.errores;
-}
-
 // The document, and what was left of it at the end of each revision.
 void Comprobar(const std::string& ruta, const std::string& revisiones) {
     EXPECT_EQ(RevisionesDe(ruta), revisiones);
     const std::string pdf = Apoyo::LeerFichero(ruta);
-    std::vector<std::string> rutas = {ruta};
-    size_t hasta = 0;
-    for (size_t espacio = revisiones.find(' '); espacio != std::string::npos;
-         espacio = revisiones.find(' ', espacio + 1)) {
-        const std::string antes = revisiones.substr(0, espacio);
-        hasta = std::strtoul(antes.c_str() + antes.rfind(':') + 1, nullptr, 10);
-        rutas.push_back(ruta + std::to_string(hasta));
-        Apoyo::EscribirFichero(rutas.back(), pdf.substr(0, hasta));
-        EXPECT_EQ(RevisionesDe(rutas.back()), antes);
-        Apoyo::Exigir({"qpdf", "--check", rutas.back()});
+    std::vector<std::string> orden = {"/usr/bin/python3", "-B", COMPARAR, AYUDANTE, ruta};
+    for (size_t i = 0; (i = revisiones.find(' ', i)) != std::string::npos; ++i) {
+        const std::string antes = revisiones.substr(0, i), fin = antes.substr(antes.rfind(':') + 1);
+        orden.push_back(ruta + fin);
+        Apoyo::EscribirFichero(orden.back(), pdf.substr(0, std::stoul(fin)));
+        EXPECT_EQ(RevisionesDe(orden.back()), antes);
+        Apoyo::Exigir({"qpdf", "--check", orden.back()});
     }
-    Comparar(rutas);
+    const Apoyo::Salida s = Apoyo::Ejecutar(orden);
+    EXPECT_EQ(s.codigo, 0);
+    EXPECT_EQ(Apoyo::Cuenta(s.texto, "\tigual\t"), orden.size() - 4) << s.texto << s.errores;
 }
 
 TEST(Documento, LeeLoMismoQueQpdfEnCadaRevision) {

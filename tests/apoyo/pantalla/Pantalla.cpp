@@ -102,7 +102,7 @@ int CPrograma::Esperar(int ms) {
     return estado_;
 }
 
-CPantalla::CPantalla(const OpcionesPantalla& opciones) {
+CPantalla::CPantalla(bool bus) {
     // Settings of the desktop that the tests run on would change what they see.
     entorno_ = {"WAYLAND_DISPLAY",          "XDG_SESSION_TYPE", "XDG_CURRENT_DESKTOP", "QT_QPA_PLATFORM",
                 "QT_QPA_PLATFORMTHEME",     "QT_SCALE_FACTOR",  "QT_STYLE_OVERRIDE",   "XAUTHORITY",
@@ -112,20 +112,19 @@ CPantalla::CPantalla(const OpcionesPantalla& opciones) {
         entorno_.push_back(suya);
     mkdir((carpeta_ / "casa").c_str(), 0700);
     mkdir((carpeta_ / "ejecucion").c_str(), 0700);
-    const std::string tamano = std::to_string(opciones.ancho) + "x" + std::to_string(opciones.alto) + "x24";
-    const std::string numero =
-        Servicio({"Xvfb", "-displayfd", "3", "-screen", "0", tamano, "-nolisten", "tcp", "-dpi", "96", "-noreset"},
-                 entorno_, carpeta_ / "Xvfb", servicios_);
+    const std::string numero = Servicio(
+        {"Xvfb", "-displayfd", "3", "-screen", "0", "1280x960x24", "-nolisten", "tcp", "-dpi", "96", "-noreset"},
+        entorno_, carpeta_ / "Xvfb", servicios_);
     if (numero.empty()) {
         error_ = "Xvfb does not start (package xvfb): " + LeerFichero(carpeta_ / "Xvfb.err");
         return;
     }
     entorno_.push_back("DISPLAY=:" + numero);
-    if (opciones.bus) {
-        const std::string bus = Servicio({"dbus-daemon", "--session", "--nofork", "--print-address=3"}, entorno_,
-                                         carpeta_ / "bus", servicios_);
-        if (bus.empty()) error_ = "dbus-daemon does not start (package dbus)";
-        entorno_.push_back("DBUS_SESSION_BUS_ADDRESS=" + bus);
+    if (bus) {
+        const std::string senas = Servicio({"dbus-daemon", "--session", "--nofork", "--print-address=3"}, entorno_,
+                                           carpeta_ / "bus", servicios_);
+        if (senas.empty()) error_ = "dbus-daemon does not start (package dbus)";
+        entorno_.insert(entorno_.end(), {"DBUS_SESSION_BUS_ADDRESS=" + senas, "QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1"});
     }
     servicios_.push_back(Lanzar({"openbox"}, entorno_, carpeta_ / "openbox", carpeta_ / "openbox.err"));
     // Letters without a key of their own would come by a change of the keyboard in the middle of the typing.
@@ -139,7 +138,7 @@ CPantalla::~CPantalla() {
     for (auto pid = servicios_.rbegin(); pid != servicios_.rend(); ++pid) Terminar(*pid);
 }
 
-Salida CPantalla::EjecutarAqui(std::vector<std::string> argumentos) const {
+Salida CPantalla::EjecutarAqui(const std::vector<std::string>& argumentos) const {
     std::vector<std::string> orden = {"env"};
     for (const std::string& v : entorno_) {
         if (v.find('=') == std::string::npos) orden.push_back("-u");
@@ -147,6 +146,11 @@ Salida CPantalla::EjecutarAqui(std::vector<std::string> argumentos) const {
     }
     orden.insert(orden.end(), argumentos.begin(), argumentos.end());
     return Ejecutar(orden);
+}
+
+Salida CPantalla::Textos(std::vector<std::string> argumentos) const {
+    argumentos.insert(argumentos.begin(), {"timeout", "60", "/usr/bin/python3", "-W", "ignore", TEXTOS});
+    return EjecutarAqui(argumentos);
 }
 
 void CPantalla::Raton(std::vector<std::string> ordenes) const {
@@ -196,10 +200,6 @@ void CPantalla::Arrastrar(const std::string& ventana, int x, int y, int x2, int 
     RatonEn(ventana, x2, y2, {"sleep", "0.05", "mouseup", "1"});
 }
 
-void CPantalla::Rueda(int muescas) const {
-    Raton({"click", "--repeat", std::to_string(std::abs(muescas)), "--delay", "30", muescas > 0 ? "4" : "5"});
-}
-
 void CPantalla::Teclear(const std::string& texto) const {
     Raton({"type", "--delay", "40", texto});
 }
@@ -209,15 +209,6 @@ void CPantalla::Pulsar(const std::string& tecla) const {
 // "windowclose" of xdotool would destroy the window behind the program's back.
 void CPantalla::Cerrar(const std::string& ventana) const {
     Raton({"windowactivate", "--sync", ventana, "key", "--clearmodifiers", "alt+F4"});
-}
-
-void CPantalla::Redimensionar(const std::string& ventana, int ancho, int alto) const {
-    Raton({"windowsize", "--sync", ventana, std::to_string(ancho), std::to_string(alto)});
-}
-
-void CPantalla::Captura(const std::string& ruta, const std::string& ventana) const {
-    const Salida s = EjecutarAqui({"import", "-silent", "-window", ventana, ruta});
-    if (s.codigo != 0) ADD_FAILURE() << "import: " << s.errores;
 }
 
 }  // namespace Apoyo

@@ -34,15 +34,9 @@ class CPrograma {
     int estado_ = -1;
 };
 
-struct OpcionesPantalla {
-    int ancho = 1280;
-    int alto = 960;
-    bool bus = false;  // a private session bus, for assistive tools
-};
-
 class CPantalla {
   public:
-    explicit CPantalla(const OpcionesPantalla& opciones = {});
+    explicit CPantalla(bool bus = false);  // with a private session bus, for assistive tools
     ~CPantalla();
     CPantalla(const CPantalla&) = delete;
     CPantalla& operator=(const CPantalla&) = delete;
@@ -61,21 +55,18 @@ class CPantalla {
     void Mover(const std::string& ventana, int x, int y) const;
     void Clic(const std::string& ventana, int x, int y, int boton = 1, int veces = 1) const;
     void Arrastrar(const std::string& ventana, int x, int y, int x2, int y2) const;
-    // Notches at the pointer's place, positive away from the user.
-    void Rueda(int muescas) const;
+
     // Keys of the active window: a text, or one combination such as "ctrl+o", "Return", "shift+Tab".
     void Teclear(const std::string& texto) const;
     void Pulsar(const std::string& tecla) const;
     void Cerrar(const std::string& ventana) const;
-    void Redimensionar(const std::string& ventana, int ancho, int alto) const;
+    void Raton(std::vector<std::string> ordenes) const;  // of xdotool
 
-    // Writes what the window, or "root", shows as a PNG.
-    void Captura(const std::string& ruta, const std::string& ventana = "root") const;
-
-    Salida EjecutarAqui(std::vector<std::string> argumentos) const;
+    Salida EjecutarAqui(const std::vector<std::string>& argumentos) const;
+    // What an assistive tool sees of the program: textos.py with these arguments.
+    Salida Textos(std::vector<std::string> argumentos) const;
 
   private:
-    void Raton(std::vector<std::string> ordenes) const;
     // The pointer goes there; what else it does follows.
     void RatonEn(const std::string& ventana, int x, int y, const std::vector<std::string>& luego) const;
 

@@ -71,11 +71,8 @@ int Escuchar(const std::string& ruta) {
     const int registro = open((carpeta + "/pcscd.log").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     dup2(registro, 1);
     dup2(registro, 2);
-    if (s == 3) {
-        fcntl(s, F_SETFD, 0);
-    } else {
-        dup2(s, 3);
-    }
+    dup2(s, 3);
+    fcntl(3, F_SETFD, 0);
     setenv("LISTEN_FDS", "1", 1);
     setenv("LISTEN_PID", std::to_string(getpid()).c_str(), 1);
     unsetenv("LD_LIBRARY_PATH");
@@ -85,8 +82,7 @@ int Escuchar(const std::string& ruta) {
 
 bool LeerTodo(int s, unsigned char* destino, size_t n) {
     while (n > 0) {
-        // The driver sends a length and its message in two writes: an acknowledgement held back costs 40 ms per
-        // command.
+        // The driver writes a length and its message apart: an acknowledgement held back costs 40 ms per command.
         const int si = 1;
         setsockopt(s, IPPROTO_TCP, TCP_QUICKACK, &si, sizeof si);
         const ssize_t leidos = recv(s, destino, n, 0);

@@ -40,8 +40,7 @@ Escenario EscenarioDe(int perfil, bool sinContacto) {
     e.perfil = perfil;
     e.sinContacto = sinContacto;
     e.atr = kAtr[perfil][sinContacto ? 1 : 0];
-    static const std::vector<int> kClaves[] = {{0x02}, {0x81}, {0x82}};
-    e.claves = kClaves[perfil];
+    e.claves = {perfil == 0 ? 0x02 : 0x80 + perfil};
     for (int i = 0; i < 3; ++i) e.ficheros[kFids[perfil][i]] = ClaveDe(i == 0 ? "firma" : "otra").cert;
     return e;
 }

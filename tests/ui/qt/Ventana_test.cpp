@@ -29,8 +29,7 @@ void Pausa(int ms) {
 
 class Galeria : public CPantalla, public CPrograma {
   public:
-    explicit Galeria(const Variables& mas = {}, const OpcionesPantalla& opciones = {})
-        : CPantalla(opciones), CPrograma({GALERIA, "--registro"}, Con(Entorno(), mas)) {
+    explicit Galeria(bool bus = false) : CPantalla(bus), CPrograma({GALERIA, "--registro"}, Entorno()) {
         EXPECT_EQ(CPantalla::Error(), "");
         ventana = EsperarVentana(kTitulo);
         EXPECT_NE(ventana, "") << Errores();
@@ -69,8 +68,7 @@ TEST(Ventana, EntregaRatonYTeclado) {
     ve({"abajo 630 20", "doble 630 20", "doble 630 20"});
     g.Clic(v, 630, 20, 3);
     ve({"derecho 630 20"});
-    g.Rueda(2);
-    g.Rueda(-1);
+    g.Raton({"click", "4", "click", "4", "click", "5"});
     ve({"rueda 1 0", "rueda 1 0", "rueda -1 0"});
     g.Clic(v, 200, 224);
     const Filas<std::vector<const char*>, std::vector<const char*>> teclas = {
@@ -92,7 +90,7 @@ TEST(Ventana, EntregaRatonYTeclado) {
     g.Mover(v, 630, 20);
     g.Mover(v, 630, -40);
     ve({"fuera"});
-    g.Redimensionar(v, 900, 600);
+    g.Raton({"windowsize", "--sync", v, "900", "600"});
     ve({"medida 900 600"});
     EXPECT_TRUE(g.Calla("reloj 7"));
     g.Arrastrar(v, 630, 20, 630, -40);
@@ -147,12 +145,10 @@ TEST(Ventana, ElDialogoDeFicherosEligeYCancela) {
 }
 
 TEST(Ventana, LasAyudasTecnicasVenYActuan) {
-    OpcionesPantalla opciones;
-    opciones.bus = true;
-    Galeria g({"QT_LINUX_ACCESSIBILITY_ALWAYS_ON=1"}, opciones);
+    Galeria g(true);
     const auto arbol = [&g](std::vector<std::string> ordenes) {
-        ordenes.insert(ordenes.begin(), {"timeout", "60", "/usr/bin/python3", "-W", "ignore", ARBOL});
-        const Salida s = g.EjecutarAqui(ordenes);
+        ordenes.insert(ordenes.begin(), {"button.Principal", "15"});
+        const Salida s = g.Textos(ordenes);
         EXPECT_EQ(s.codigo, 0) << s.errores;
         return s.texto;
     };
