@@ -75,8 +75,8 @@ TEST_F(Fallos, ElDocumentoOElProgramaDesaparecen) {
     Correr(1, "firmar $ID va.pdf contrato.pdf", "No firmado: va.pdf: no se pudo leer va.pdf. Motivo: no existe.\n");
     EXPECT_EQ(Nuevos(), Nombres{"contrato_firmao.pdf"});
     // A limit on the size of files.
-    const Apoyo::Salida s = Guion("ulimit -f 30; exec $CLI firmar --json $ID --salida=limite.pdf contrato.pdf");
-    EXPECT_EQ(DeJson(s.texto, "d['documentos'][0]['motivo']"), "SalidaIncompleta") << s.errores << s.codigo;
+    const Apoyo::Salida limite = Guion("ulimit -f 30; exec $CLI firmar --json $ID --salida=limite.pdf contrato.pdf");
+    EXPECT_EQ(DeJson(limite.texto, "d['documentos'][0]['motivo']"), "SalidaIncompleta") << limite.errores;
     EXPECT_EQ(Nuevos(), Nombres{"contrato_firmao.pdf"});
 }
 
