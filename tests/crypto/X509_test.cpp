@@ -170,7 +170,8 @@ TEST(X509, ExtraerDeCualquierSitio) {
         EXPECT_EQ(c.subjectCN, cn);
     }
     X509::Certificado c;
-    for (const unsigned char hostil : {'0', '\x7F'}) EXPECT_FALSE(X509::ExtraerDe(Bytes(1U << 20, hostil), c));
+    for (const int hostil : {0x30, 0x7F})
+        EXPECT_FALSE(X509::ExtraerDe(Bytes(1U << 20, static_cast<unsigned char>(hostil)), c));
 }
 
 TEST(X509, ClaveRsaAMano) {

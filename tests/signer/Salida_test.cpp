@@ -185,7 +185,7 @@ TEST_F(SalidaTest, MatadoEnCualquierMomento) {
                 static_cast<void>(Firmar({1, "", true, reemplazar}, identidad_.firmar));
                 _exit(0);
             }
-            usleep(static_cast<useconds_t>(azar() % dura));
+            usleep(static_cast<useconds_t>(static_cast<long>(azar()) % dura));
             kill(hijo, SIGKILL);
             ASSERT_EQ(waitpid(hijo, nullptr, 0), hijo);
             for (const std::string& nombre : Hay()) {
@@ -260,7 +260,9 @@ TEST_F(SalidaTest, EtapasYCancelar) {
 TEST_F(SalidaTest, UnCanceladoNoLeeNiFirma) {
     Lx::Control control;
     int firmas = 0;
-    const Callback firmar = [&](const auto&, std::string&) { return std::vector<unsigned char>(++firmas); };
+    const Callback firmar = [&](const auto&, std::string&) {
+        return std::vector<unsigned char>(static_cast<size_t>(++firmas));
+    };
     Turno turno(firmar, control);
     const auto fuente = Cancelable(LxPdf::AbrirFichero(entrada_), control);
     std::string nota;

@@ -53,7 +53,7 @@ TEST(Aplicacion, RunGivesTheLoopsCodeOrWhatItsEndSays) {
             ventana->inicia = inicia;
             ventana->Poner("a", {});
             app.mainWindow = ventana;
-            Falso::ElMundo().guion = {[&] { quit ? app.Quit(quit) : app.mainWindow->Close(); }};
+            Falso::ElMundo().guion = {[&, codigo = quit] { codigo ? app.Quit(codigo) : app.mainWindow->Close(); }};
             EXPECT_EQ(app.Run(), esperado);
             EXPECT_EQ(Falso::ElMundo().ventanasVivas, 0);
         }
