@@ -79,7 +79,7 @@ struct Modulo {
     Largo (*empezar)(Asa) = nullptr;
     Largo (*terminar)(Asa, Palabra) = nullptr;
     Largo (*reconectar)(Asa, Palabra, Palabra, Palabra, Palabra*) = nullptr;
-    Largo (*cambios)(Asa, Palabra, EstadoLector*, Palabra) = nullptr;
+    Largo (*cambios)(Asa, Palabra, void*, Palabra) = nullptr;  // EstadoLector, likewise
 };
 
 template <typename F>

@@ -149,7 +149,8 @@ struct EstadoLector {
     unsigned char atr[33];
 };
 
-long SCardGetStatusChange(long, unsigned long, EstadoLector* lectores, unsigned long cuantos) {
+long SCardGetStatusChange(long, unsigned long, void* estados, unsigned long cuantos) {
+    auto* lectores = static_cast<EstadoLector*>(estados);
     if (const long code = Apoyo::Codigo("SCardGetStatusChange")) return code;
     for (unsigned long i = 0; i < cuantos; ++i) lectores[i].actual = ElPcscFalso().estadoLector;
     return 0;
