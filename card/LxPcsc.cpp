@@ -304,6 +304,7 @@ long EsperarCambios(unsigned long ctx, std::vector<LectorVisto>& lectores, unsig
     const Modulo& m = ElModulo();
     if (m.cambios == nullptr) return Codigo(kSinServicio);
     std::vector<EstadoLector> estados;
+    estados.reserve(lectores.size());
     for (const LectorVisto& l : lectores) {
         estados.push_back({l.nombre.c_str(), nullptr, static_cast<Palabra>(l.visto), 0, 0, {}});
     }

@@ -66,6 +66,7 @@ struct Listado {
 
 [[nodiscard]] std::string JsonDe(const std::vector<Listado>& listados, Lx::Motivo motivo, const std::string& error) {
     std::vector<std::string> textos;
+    textos.reserve(listados.size());
     for (const Listado& l : listados) textos.push_back(JsonDeListado(l));
     Json::Objeto o;
     o.PonerNumero("version", 1).PonerTexto("error", error).PonerTexto("motivo", NombreDe(motivo));

@@ -39,6 +39,7 @@ constexpr int kSinPerfil = 3;
 
 [[nodiscard]] std::string ListaDe(const std::vector<std::string>& textos) {
     std::vector<std::string> valores;
+    valores.reserve(textos.size());
     for (const std::string& t : textos) valores.push_back(Json::Texto(t));
     return Json::Lista(valores);
 }

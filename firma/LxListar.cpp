@@ -28,8 +28,8 @@ constexpr int kIntentos = 3;
 
 }  // namespace
 
-Listar::Listar(CertStore::Contexto ctx, Preguntas preguntas, bool nombrada, const Certificados* anterior)
-    : ctx_(std::move(ctx)), preguntas_(std::move(preguntas)), nombrada_(nombrada) {
+Listar::Listar(const CertStore::Contexto& ctx, Preguntas preguntas, bool nombrada, const Certificados* anterior)
+    : ctx_(ctx), preguntas_(std::move(preguntas)), nombrada_(nombrada) {
     if (anterior != nullptr) anterior_ = anterior->listado;
 }
 

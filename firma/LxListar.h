@@ -25,7 +25,7 @@ class Listar : public Trabajo {
     // file (three times at most); else the password of `ctx` is the only one. `nombrada`: `ctx` names the reader or
     // the file because a person did, and what can't be read of it is a failure. With `anterior` the card alone is
     // listed, the rest is as it was.
-    Listar(CertStore::Contexto ctx, Preguntas preguntas, bool nombrada, const Certificados* anterior = nullptr);
+    Listar(const CertStore::Contexto& ctx, Preguntas preguntas, bool nombrada, const Certificados* anterior = nullptr);
 
     void Hacer() override;
     [[nodiscard]] const Certificados& Respuesta() const { return respuesta_; }
