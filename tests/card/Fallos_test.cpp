@@ -239,9 +239,10 @@ TEST(DnieFallos, PorQueNoHayCertificados) {
 // Whatever happens between the directory of the key and the PIN: it goes to the card that was prepared, or to none.
 TEST(DnieFallos, ElPinSoloVaALaTarjetaPreparada) {
     const Apoyo::Filas<const char*, int, unsigned long, int, Motivo> filas = {
-        // the second, third* status, what it says (0: the job is cancelled then), PINs sent
+        // the second, third… status, what it says (0: the job is cancelled then), PINs sent
         {"taken out", 2, 0x80100069, 0, TarjetaRetirada},
         {"cancelled", 2, 0, 0, Cancelado},
+        {"taken out before the second pass", 3, 0x80100069, 1, TarjetaRetirada},
         {"cancelled too late", 3, 0, 2, Ninguno},
     };
     for (const auto& [caso, cual, code, verificaciones, motivo] : filas) {
