@@ -118,7 +118,7 @@ class Pdf:
 
     def xflujo(self, num, cambios=None, extra="", size=None, prev=None, raiz="1 0 R", startxref=None, w=(1, 4, 2),
                wtexto=None, index="", predictor=0, codificar=zlib.compress, filtro="/Filter /FlateDecode", sobra=b"",
-               quita=0, propia=True, cerrar=True, gen=0, filas=None):
+               quita=0, propia=True, cerrar=True, filas=None):
         aqui = self.aqui()
         if propia:
             self.anotar(num, (1, aqui, 0))
@@ -137,7 +137,7 @@ class Pdf:
             index = "[" + " ".join(f"{n} 1" for n, _ in filas) + "]"
         dicc = f"/Type /XRef /W {wtexto or list(w)} {self.claves(extra, size, prev, raiz)} {filtro}"
         dicc = dicc.replace(",", "") + (f" /Index {index}" if index else "")
-        self.mas(f"{num} {gen} obj\n")
+        self.mas(f"{num} 0 obj\n")
         self.mas(flujo(codificar(datos), dicc))
         self.mas("\nendobj\n")
         self.seccion = aqui
