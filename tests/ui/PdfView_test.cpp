@@ -101,6 +101,8 @@ TEST_F(PdfView, BarraYPulgar) {
         vista->ScrollToBottom();
         EXPECT_EQ(vista->VThumbRect(), abajo);
     }
+    Falso::ElMundo().escala = 1.5;
+    EXPECT_EQ(vista->DesiredRasterWidth(), 840);
 }
 
 TEST_F(PdfView, PintaLaHojaYSuBarra) {
