@@ -11,8 +11,8 @@ import os
 import sys
 import zlib
 
-from armar import (ARBOL, CABEZA, CATALOGO, COMUN, FUENTE, MIEMBROS, PAGINA, TEXTO, Pdf, alojar, cambiado, cerrar,
-                   crudo, documento, flujo, revision)
+from armar import (ARBOL, CABEZA, CATALOGO, COMUN, FUENTE, MIEMBROS, PAGINA, TEXTO, Pdf, alojar, cerrar, crudo,
+                   documento, flujo, revision)
 
 FIRMADO, REHECHO, EXTRANO = ("firmado",), ("firmado", "-", "Reconstruido"), ("firmado", "-", "Extrano")
 AMBIGUO, RECHAZADO, IGUAL = ("rechazado", "Ambiguo"), ("rechazado",), ("igual",)
@@ -72,16 +72,10 @@ def nulos():
         # The number itself is defined only where no object is.
         for nombre, despues in {"cuerpo": alojar(falso), "hueco": crudo(falso)}.items():
             yield f"nulo-solo-en-{nombre}-{clase}", documento(clase, objetos=dos, despues=despues, size=31), fin
-        d = documento(clase, objetos=dos, size=31)
-        d.mas(falso)
-        yield f"nulo-solo-tras-eof-{clase}", d, fin
         # What was freed some show and some don't.
         d = documento(clase, objetos={3: PAGINA % "[10 0 R 8 0 R]"})
         revision(d, {}, clase, cambios={0: (0, 8, 65535), 8: (0, 0, 1)})
         yield f"liberado-{clase}", d, RECHAZADO if clase == "tabla" else IGUAL
-    # A scan that finds the newest of each object shows the same: nothing to fear.
-    d = documento(objetos={**con, 4: "[8 0 R]"}, size=31)
-    yield "nulo-y-revisiones", revision(d, {4: "[10 0 R]"}), FIRMADO
 
 
 def suelto(objetos=None, inicio=CABEZA, sin=None):
@@ -131,11 +125,10 @@ def cadenas():
     aqui = documento().seccion
     for nombre, prev in (("fuera", 99999999), ("real", f"{aqui}.0"), ("negativo", -5), ("en-nada", 30)):
         yield f"prev-{nombre}", revision(documento(), {5: FUENTE}, prev=prev), REHECHO
-    yield "prev-cero", documento(extra="/Prev 0"), FIRMADO
     for clase in ("tabla", "flujo"):
         for nombre, falso, fin in (("", "nada", REHECHO), ("-trampa", FALSO, AMBIGUO)):
             d = revision(documento(clase, despues=alojar(falso), extra="/Prev 0000000000"), {5: FUENTE}, clase)
-            yield f"ciclo-{clase}{nombre}", cambiado(d, "/Prev 0000000000", f"/Prev {d.seccion:010d}"), fin
+            yield f"ciclo-{clase}{nombre}", bytes(d.b).replace(b"/Prev 0000000000", b"/Prev %010d" % d.seccion), fin
         d = documento(clase)
         for i in range(299):
             revision(d, {5: FUENTE}, clase, 18 + i)
@@ -157,9 +150,6 @@ def principios_y_finales():
     for nombre, falso, fin in (("", "nada", FIRMADO), ("-trampa", FALSO, AMBIGUO)):
         como = {"despues": alojar(falso)}
         yield f"basura{nombre}", documento(inicio=basura + CABEZA, base=len(basura), **como), fin
-        d = documento(**como)
-        d.mas("\n" * 3000)
-        yield f"startxref-lejos{nombre}", d, fin
     # Two chains: one is right when offsets count from the file's first byte, the other from the header.
     mucha = "basura del correo\n" * 50
     d = suelto(inicio=mucha + CABEZA)
@@ -172,7 +162,6 @@ def principios_y_finales():
     d.base = len(mucha)
     d.tabla(falsas, prev=False, startxref=cero)
     yield "dos-bases", d, AMBIGUO
-    yield "startxref-en-blanco", cambiado(documento(), "xref\n0 ", "\n \nxref\n0 "), FIRMADO
     aqui = documento().seccion
     for nombre, pos in (("dentro", aqui + 2), ("antes", aqui - 9), ("fuera", 99999999)):
         yield f"startxref-{nombre}", documento(startxref=pos), REHECHO
@@ -217,11 +206,8 @@ def tablas():
     d.obj(3, COMUN[3])
     d.tabla(repetidas=f"3 1\n{falsa:010d} 00000 n \n")
     yield "tabla-entrada-doble", d, AMBIGUO
-    for clase in ("tabla", "flujo"):
-        d = documento(clase, objetos={2: ARBOL % "3 1 R", 3: None}, antes=lambda d: d.obj(3, COMUN[3], 1))
-        yield f"pagina-generacion-1-{clase}", d, FIRMADO
-        d = documento(clase, objetos={4: None}, antes=lambda d: d.obj(4, COMUN[4], 1), cambios={4: (1, len(CABEZA), 0)})
-        yield f"cabecera-generacion-{clase}", d, RECHAZADO
+    d = documento(objetos={4: None}, antes=lambda d: d.obj(4, COMUN[4], 1), cambios={4: (1, len(CABEZA), 0)})
+    yield "cabecera-generacion", d, RECHAZADO
 
 
 def hex_de(datos):
@@ -243,12 +229,8 @@ def secciones_de_flujo():
         ("sobra", "miembros", {"sobra": b"\1" * 7}, FIRMADO),
         ("propia-en-otra-parte", "miembros", {"cambios": {17: (1, 20, 0)}}, FIRMADO),
         ("tipo-3", "miembros", {"cambios": {4: (3, 1, 0)}}, RECHAZADO),
-        ("sin-comprimir", "miembros", {"codificar": bytes, "filtro": ""}, FIRMADO),
         ("w-000", "flujo", {"w": (0, 0, 0)}, REHECHO), ("w-192", "flujo", {"w": (1, 9, 2)}, REHECHO),
-        ("w-negativo", "flujo", {"wtexto": "[1 -4 2]"}, REHECHO), ("w-corto", "flujo", {"wtexto": "[1 4]"}, REHECHO),
-        ("index-impar", "flujo", {"index": "[0 3 5]"}, REHECHO),
         ("index-negativo", "flujo", {"index": "[-1 30]"}, REHECHO), ("faltan", "flujo", {"quita": 20}, REHECHO),
-        ("codigo-cortado", "flujo", {"codificar": lambda b: zlib.compress(b)[:-1]}, REHECHO),
         ("codigo-y-mas", "flujo", {"codificar": lambda b: zlib.compress(b) + b"basura"}, FIRMADO),
         *((f"predictor-{p}", "miembros", {"predictor": p}, FIRMADO) for p in (2, 15)),
         *((nombre, "flujo", {"filtro": filtro, "codificar": codificar}, ("rechazado", "Filtro"))
@@ -275,7 +257,6 @@ def flujos_de_objetos():
         *((f"predictor-{p}", {"predictor": p}, {}, FIRMADO) for p in (2, 15)),
         *((nombre, {"filtro": filtro, "codificar": codificar}, {}, ("rechazado", "Filtro"))
           for nombre, filtro, codificar in FILTROS),
-        ("sin-comprimir", {"codificar": bytes, "filtro": ""}, {}, FIRMADO),
         ("indice-falso", {}, {"cambios": {4: (2, 15, 0)}}, EXTRANO),
         ("doble", {"miembros": [*pares, (4, "[8 0 R]")]}, {}, AMBIGUO),
         ("desordenado", {"orden": rotos}, {}, RECHAZADO), ("first-corto", {"primero": 40}, {}, RECHAZADO),
@@ -284,8 +265,6 @@ def flujos_de_objetos():
         ("en-flujo-miembro", {"miembros": [*pares, (20, COMUN[10])]}, {"cambios": {4: (2, 20, 0)}}, RECHAZADO),
         ("miembro-referencia", {"miembros": con(4, "19 0 R")}, {"objetos": {19: "[10 0 R]"}}, RECHAZADO),
         ("largo-falso", {"largo": 20}, {}, REHECHO), ("largo-ninguno", {"largo": "null"}, {}, REHECHO),
-        ("endstream-falta", {"marcas": ("\nstream\n", "\n")}, {}, REHECHO),
-        ("stream-cr", {"marcas": ("\nstream\r", "\nendstream")}, {}, FIRMADO),
         ("stream-pegado", {"marcas": ("\nstream", "\nendstream")}, {}, RECHAZADO),
     ):
         yield f"objstm-{nombre}", documento("miembros", contenedor=contenedor, **como), fin
@@ -295,13 +274,12 @@ def flujos_de_objetos():
 
 
 def claves_dobles():
-    pagina, raiz, arbol, forma = PAGINA % "4 0 R", COMUN[1], COMUN[2], COMUN[6]
+    pagina, raiz, arbol = PAGINA % "4 0 R", COMUN[1], COMUN[2]
     for nombre, num, cuerpo in (
         ("catalogo", 1, raiz.replace("/Names", "/Pages 16 0 R /Names")),
-        ("catalogo-escrita", 1, raiz.replace("/Names", "/P#61ges 16 0 R /Names")),
-        ("pagina", 3, pagina.replace("/Contents", "/Contents 8 0 R /Contents")),
+        ("pagina-escrita", 3, pagina.replace("/Contents", "/Content#73 8 0 R /Contents")),
+        ("catalogo-formulario", 1, raiz.replace("/Names", "/AcroForm << /Fields [] >> /Names")),
         ("arbol", 2, arbol.replace("/Kids", "/Kids [9 0 R] /Kids")),
-        ("formulario", 6, forma.replace("/Fields", "/Fields [] /Fields")),
     ):
         for clase in ("tabla", "miembros"):
             yield f"doble-{nombre}-{clase}", documento(clase, objetos={num: cuerpo}), AMBIGUO
