@@ -93,11 +93,9 @@ TEST(X509, EstructuraAMano) {
     const Apoyo::Filas<const char*, std::string Partes::*, std::string, Lectura> filas = {
         {"version 1", &Partes::serie, Elem(2, "\x01\xAB"), Si},
         {"no serial", &Partes::serie, "", No},
-        {"no algorithm", &Partes::algoritmo, Elem(0x31, ""), No},
         {"validity isn't a SEQUENCE", &Partes::validez, Elem(0x31, std::string(30, '\0')), No},
         {"empty subject", &Partes::sujeto, Sec(""), No},
         {"no key", &Partes::clave, Elem(3, std::string(40, '\0')), No},
-        {"cA FALSE", kExt, Extension(basica, Sec(Elem(1, "\0"s))), Si},
         {"damaged, then CA", kExt, Sec(Elem(6, uso)) + Elem(4, "x") + Extension(basica, Sec(si)), Ca},
         {"longer OID", kExt, Extension(basica + "\x01", Sec(si)), Si},
         {"2 unused", kExt, Extension(uso, Elem(3, "\x02\xFF")), Si},
@@ -117,12 +115,9 @@ TEST(X509, EstructuraAMano) {
 TEST(X509, CamposYFallosParciales) {
     X509::Certificado c;
     Partes p;
-    p.serie = Elem(2, "\0\x80"s);
     p.validez = Sec(Elem(23, "250101000000Z"));  // one date alone isn't used
-    p.emisor = Sec(Rdn("\x55\x04\x0A", 12, "Org"));
-    p.sujeto = p.emisor;
+    p.emisor = p.sujeto = Sec(Rdn("\x55\x04\x0A", 12, "Org"));
     ASSERT_TRUE(Parsear(Cert(p), c));
-    EXPECT_EQ(c.serial, "0080");
     EXPECT_EQ(c.notBefore, 0);
     EXPECT_EQ(c.subjectCN, "O=Org");
     // Everything after the failing part stays unread, and a second use of the record keeps nothing of the first.
@@ -146,7 +141,6 @@ TEST(X509, ExtraerDeCualquierSitio) {
     // Without a name there is nothing to find.
     const Apoyo::Filas<const char*, std::string, std::string> filas = {
         {"the first of two", "zz" + corto + Cert(otro), "Ana"},
-        {"inside another element", Sec(Elem(4, corto)), "Ana"},
         {"over 8192 bytes and not at the start", "??" + Cert(grande), "Grande"},
         {"23 attempts before a large one", fallidos.substr(7) + Cert(grande), "Grande"},
         {"24 attempts before a large one", fallidos + Cert(grande), ""},
@@ -159,7 +153,7 @@ TEST(X509, ExtraerDeCualquierSitio) {
         EXPECT_EQ(c.subjectCN, cn);
     }
     X509::Certificado c;
-    for (const unsigned char hostil : {'0', '\x7F'}) EXPECT_FALSE(X509::ExtraerDe(Bytes(1U << 20, hostil), c));
+    EXPECT_FALSE(X509::ExtraerDe(Bytes(1U << 20, '0'), c));
 }
 
 TEST(X509, ClaveRsaAMano) {
