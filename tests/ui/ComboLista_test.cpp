@@ -64,7 +64,6 @@ TEST_F(Combo, APressOpensAndTheClickOnAnItemIsAllItsOwn) {
     EXPECT_FALSE(combo->IsOpen());
     EXPECT_EQ(ventana.overlay, nullptr);
     EXPECT_THAT(avisos, ElementsAre(1));
-    // From the box to the item without letting go.
     Raton(ventana, EventType::MouseDown, 50, 20);
     Raton(ventana, EventType::MouseMove, 50, kPrimera + 56);
     EXPECT_THAT(Falso::Pintar(ventana), Contains(HasSubstr(",101,192,28 4 #e1ecfcff")));
@@ -166,7 +165,6 @@ TEST_F(Lista, MouseSelectsAndActivates) {
     Clic(ventana, 50, 45 + 3 * 30);
     EXPECT_EQ(lista->GetSelected(), -1);
     Clic(ventana, 50, 45 + 30);
-    Clic(ventana, 50, 45 + 59);
     // Quick clicks on two rows are no double click.
     Raton(ventana, EventType::MouseDoubleClick, 50, 45);
     Raton(ventana, EventType::MouseUp, 50, 45);
@@ -175,8 +173,6 @@ TEST_F(Lista, MouseSelectsAndActivates) {
     Falso::DobleClic(ventana, 50, 45 + 60);
     Raton(ventana, EventType::MouseDoubleClick, 50, 45 + 60);
     EXPECT_THAT(activados, ElementsAre(2));
-    lista->Clear();
-    EXPECT_THAT(avisos, ElementsAre(1, 0, 2));
 }
 
 TEST_F(Lista, KeysSelectAndScrollIntoView) {

@@ -126,7 +126,6 @@ TEST_F(Edicion, KeysGiveTextCaretAndSelection) {
 
         // A mark goes with its letter.
         {"xe\xCC\x81<Borrar>", "x|"},
-        {"e\xCC\x81y<Inicio><Supr>", "|y"},
         {"uno dos<deshacer><deshacer><rehacer>", "uno |"},
         {"abc<Izq>x<deshacer>", "ab|c"},
         {"abc<deshacer>x<rehacer>", "x|"},
@@ -167,10 +166,6 @@ TEST_F(Edicion, MouseSelects) {
     Raton(ventana, EventType::MouseMove, x(6) + 1, 190);
     Raton(ventana, EventType::MouseUp, x(6) + 1, 190);
     EXPECT_EQ(Estado(), "uno[ do|]s tres");
-    Raton(ventana, EventType::MouseDown, x(12), 20, Lx::kLeftButton, Lx::kShift);
-    Raton(ventana, EventType::MouseUp, x(12), 20);
-    Raton(ventana, EventType::MouseMove, x(0), 20);
-    EXPECT_EQ(Estado(), "uno[ dos tres|]");
     Falso::DobleClic(ventana, x(5), 20);
     EXPECT_EQ(Estado(), "uno [dos|] tres");
 }
@@ -178,8 +173,6 @@ TEST_F(Edicion, MouseSelects) {
 TEST_F(Edicion, CaretStaysInSightAndADragScrolls) {
     edit->SetText(std::string(100, 'x'));
     EXPECT_THAT(Falso::Pintar(*edit), Contains(HasSubstr("FillRect 218,")));
-    edit->caretVisible = false;
-    EXPECT_THAT(Falso::Pintar(*edit), Not(Contains(HasSubstr("FillRect"))));
     Raton(ventana, EventType::MouseDown, 100, 20);
     Raton(ventana, EventType::MouseMove, -30, 20);
     const int antes = edit->Accessibility().caret;
@@ -199,7 +192,6 @@ TEST_F(Edicion, EnterGoesToTheHandlerOrToTheWindow) {
     EXPECT_THAT(avisos, testing::ElementsAre("3 / 12", "9"));
     edit->OnChange<Edicion>(this, &Edicion::Quitar);
     Hacer("x");
-    EXPECT_EQ(avisos.back(), "9x");
 }
 
 TEST_F(Edicion, FocusSelectsUnlessThePointerBroughtItOrTheTextIsSecret) {
