@@ -98,6 +98,8 @@ TEST(X509, EstructuraAMano) {
         {"no key", &Partes::clave, Elem(3, std::string(40, '\0')), No},
         {"damaged, then CA", kExt, Sec(Elem(6, uso)) + Elem(4, "x") + Extension(basica, Sec(si)), Ca},
         {"longer OID", kExt, Extension(basica + "\x01", Sec(si)), Si},
+        {"cA FALSE", kExt, Extension(basica, Sec(Elem(1, "\0"s))), Si},
+        {"one byte of bits", kExt, Extension(uso, Elem(3, "\0"s) + "\x40"), Si},
         {"2 unused", kExt, Extension(uso, Elem(3, "\x02\xFF")), Si},
     };
     for (const auto& [nombre, parte, valor, lectura] : filas) {

@@ -103,6 +103,8 @@ TEST_F(PdfView, BarraYPulgar) {
     }
     Falso::ElMundo().escala = 1.5;
     EXPECT_EQ(vista->DesiredRasterWidth(), 848);  // in steps of 16
+    vista->rect.w = 1'000'000'000;
+    EXPECT_EQ(vista->DesiredRasterWidth(), 6000);
 }
 
 TEST_F(PdfView, PintaLaHojaYSuBarra) {
