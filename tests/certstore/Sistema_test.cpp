@@ -156,6 +156,8 @@ TEST_F(Sistema, DondeSeBusca) {
     } kFilas[] = {
         {".pki/nssdb", ""},
         {"xd/pki/nssdb", "", "XDG_DATA_HOME=" + (casa / "xd").string()},
+        {".local/share/pki/nssdb", "", "XDG_DATA_HOME=xd"},
+        {".pki/nssdb", "", "HOME=", kVacio},
         {"snap/chromium/current/.pki/nssdb", ""},
         {".mozilla/firefox/b", relativo},
         {".config/mozilla/firefox/b", relativo},

@@ -138,6 +138,10 @@ TEST_F(Enrutado, TheOverlayIsOfferedMouseEventsFirst) {
     lista->consume = true;
     Raton(EventType::MouseUp, 150, 10);
     EXPECT_EQ(ventana.capture, nullptr);
+    lista->visible = false;
+    Tomar();
+    Raton(EventType::MouseMove, 150, 10);
+    EXPECT_THAT(Tomar(), ElementsAre("b MouseMove 150,10"));
 }
 
 TEST_F(Enrutado, TabGoesRoundTheControlsThatTakeInput) {
