@@ -50,7 +50,6 @@ TEST(X509, CertificadosDeOpenssl) {
         // The bit read depends on how many bits openssl leaves unused in the last byte.
         {"rsa:1024", "utf8only", "/CN=x", "00", "1", uso + "nonRepudiation,encipherOnly", NoRepudio},
         {"rsa:1024", "utf8only", "/CN=x", "01", "1", uso + "digitalSignature,cRLSign", NoRepudio},
-        {"rsa:1024", "utf8only", "/CN=x", "0100", "1", uso + "digitalSignature,encipherOnly", Si},
         {"rsa:1024", "utf8only", "/CN=x", "A0", "1", uso + "nonRepudiation,cRLSign", Si},
     };
     for (const auto& [clave, mascara, sujeto, serie, dias, extension, lectura] : filas) {
@@ -94,18 +93,13 @@ TEST(X509, EstructuraAMano) {
     const Apoyo::Filas<const char*, std::string Partes::*, std::string, Lectura> filas = {
         {"version 1", &Partes::serie, Elem(2, "\x01\xAB"), Si},
         {"no serial", &Partes::serie, "", No},
-        {"no algorithm", &Partes::algoritmo, Elem(0x31, ""), No},
-        {"issuer isn't a SEQUENCE", &Partes::emisor, Elem(0x31, Rdn("\x55\x04\x03", 12, "Raiz")), No},
         {"validity isn't a SEQUENCE", &Partes::validez, Elem(0x31, std::string(30, '\0')), No},
         {"empty subject", &Partes::sujeto, Sec(""), No},
         {"no key", &Partes::clave, Elem(3, std::string(40, '\0')), No},
-        {"CA", kExt, Extension(basica, Sec(si)), Ca},
-        {"cA FALSE", kExt, Extension(basica, Sec(Elem(1, "\0"s))), Si},
         {"damaged, then CA", kExt, Sec(Elem(6, uso)) + Elem(4, "x") + Extension(basica, Sec(si)), Ca},
-        {"BOOLEAN and nothing", kExt, Sec(Elem(6, basica) + si), Si},
         {"longer OID", kExt, Extension(basica + "\x01", Sec(si)), Si},
+        {"cA FALSE", kExt, Extension(basica, Sec(Elem(1, "\0"s))), Si},
         {"one byte of bits", kExt, Extension(uso, Elem(3, "\0"s) + "\x40"), Si},
-        {"bits", kExt, Extension(uso, Elem(3, "\0\x40"s)), NoRepudio},
         {"2 unused", kExt, Extension(uso, Elem(3, "\x02\xFF")), Si},
     };
     for (const auto& [nombre, parte, valor, lectura] : filas) {
@@ -123,14 +117,10 @@ TEST(X509, EstructuraAMano) {
 TEST(X509, CamposYFallosParciales) {
     X509::Certificado c;
     Partes p;
-    p.serie = Elem(2, "\0\x80"s);
     p.validez = Sec(Elem(23, "250101000000Z"));  // one date alone isn't used
-    p.emisor = Sec(Rdn("\x55\x04\x0A", 12, "Org"));
-    p.sujeto = p.emisor;
+    p.emisor = p.sujeto = Sec(Rdn("\x55\x04\x0A", 12, "Org"));
     ASSERT_TRUE(Parsear(Cert(p), c));
-    EXPECT_EQ(c.serial, "0080");
     EXPECT_EQ(c.notBefore, 0);
-    EXPECT_EQ(c.issuerCN, "");
     EXPECT_EQ(c.subjectCN, "O=Org");
     // Everything after the failing part stays unread, and a second use of the record keeps nothing of the first.
     p.validez = Elem(4, std::string(40, 'x'));
@@ -138,8 +128,6 @@ TEST(X509, CamposYFallosParciales) {
     EXPECT_EQ(c.issuerDN, "O=Org");
     EXPECT_EQ(c.subjectDN, "");
     EXPECT_TRUE(c.der.empty());
-    EXPECT_FALSE(X509::Parsear(nullptr, 100, c));
-    EXPECT_EQ(c.issuerDN, "");
     const std::string entero = Cert(Partes());
     for (size_t n = 0; n < entero.size(); ++n) EXPECT_FALSE(Parsear(entero.substr(0, n), c)) << n << " bytes";
 }
@@ -154,11 +142,8 @@ TEST(X509, ExtraerDeCualquierSitio) {
     for (int i = 0; i < 24; ++i) fallidos += "\x30\x82\x20\x10\x04\x01z";
     // Without a name there is nothing to find.
     const Apoyo::Filas<const char*, std::string, std::string> filas = {
-        {"two bytes before", "\x30\x99" + corto, "Ana"},
         {"the first of two", "zz" + corto + Cert(otro), "Ana"},
-        {"inside another element", Sec(Elem(4, corto)), "Ana"},
         {"over 8192 bytes and not at the start", "??" + Cert(grande), "Grande"},
-        {"a short one after a large one", "??" + Cert(grande) + corto, "Ana"},
         {"23 attempts before a large one", fallidos.substr(7) + Cert(grande), "Grande"},
         {"24 attempts before a large one", fallidos + Cert(grande), ""},
         {"cut", "zz" + corto.substr(0, corto.size() - 1), ""},
@@ -170,8 +155,7 @@ TEST(X509, ExtraerDeCualquierSitio) {
         EXPECT_EQ(c.subjectCN, cn);
     }
     X509::Certificado c;
-    for (const int hostil : {0x30, 0x7F})
-        EXPECT_FALSE(X509::ExtraerDe(Bytes(1U << 20, static_cast<unsigned char>(hostil)), c));
+    EXPECT_FALSE(X509::ExtraerDe(Bytes(1U << 20, '0'), c));
 }
 
 TEST(X509, ClaveRsaAMano) {
@@ -179,7 +163,6 @@ TEST(X509, ClaveRsaAMano) {
     const auto clave = [&](const std::string& contenido) { return Sec(Sec("") + Elem(3, bits0 + contenido)); };
     const Apoyo::Filas<const char*, std::string, std::string, std::string> filas = {
         {"zeros in front", clave(Sec(Elem(2, "\0\0\x80\x01"s) + Elem(2, "\0\x03"s))), "8001", "03"},
-        {"only zeros", clave(Sec(Elem(2, "\0\0"s) + Elem(2, "\x03"))), "00", "03"},
         {"empty exponent", clave(Sec(Elem(2, "\x03") + Elem(2, ""))), "", ""},
         {"no algorithm", Sec(Elem(3, bits0 + Sec(Elem(2, "\x03") + Elem(2, "\x03")))), "", ""},
     };
@@ -199,14 +182,11 @@ TEST(X509, ClaveRsaAMano) {
 TEST(X509, CaducidadFechaYAlias) {
     X509::Certificado c;
     const auto ahora = static_cast<int64_t>(std::time(nullptr));
-    const Apoyo::Filas<bool, int64_t, bool> fechas = {
-        {true, 0, false}, {true, 1, true}, {true, ahora - 60, true}, {true, ahora + 60, false}, {false, 1, false}};
-    for (const auto& [valido, hasta, caducado] : fechas) {
-        c.valid = valido;
+    c.valid = true;
+    for (const auto& [hasta, caducado] : {std::pair{int64_t{0}, false}, {ahora - 60, true}, {ahora + 60, false}}) {
         c.notAfter = hasta;
         EXPECT_EQ(c.Caducado(), caducado) << hasta;
     }
-    EXPECT_EQ(X509::Certificado().FechaVencimiento(), "--/--/-------- --:--:--");
     setenv("TZ", "<-05>5", 1);
     tzset();
     c.notAfter = 1795243980;  // 2026-11-21 06:53:00 UTC

@@ -1,5 +1,4 @@
-"""Builds PDF documents byte by byte: objects, object streams, and sections of cross-references of either kind, sound or
-broken as a test wants them. Nothing is repaired and nothing checked."""
+"""Builds PDF documents byte by byte, sound or broken as a test wants them. Nothing is repaired and nothing checked."""
 
 import zlib
 
@@ -117,8 +116,8 @@ class Pdf:
             self.fin(startxref)
 
     def xflujo(self, num, cambios=None, extra="", size=None, prev=None, raiz="1 0 R", startxref=None, w=(1, 4, 2),
-               wtexto=None, index="", predictor=0, codificar=zlib.compress, filtro="/Filter /FlateDecode", sobra=b"",
-               quita=0, propia=True, cerrar=True, gen=0, filas=None):
+               index="", predictor=0, codificar=zlib.compress, filtro="/Filter /FlateDecode", sobra=b"",
+               quita=0, propia=True, cerrar=True, filas=None):
         aqui = self.aqui()
         if propia:
             self.anotar(num, (1, aqui, 0))
@@ -135,9 +134,9 @@ class Pdf:
             datos = predecir(datos, sum(w), predictor)
         if index == "":
             index = "[" + " ".join(f"{n} 1" for n, _ in filas) + "]"
-        dicc = f"/Type /XRef /W {wtexto or list(w)} {self.claves(extra, size, prev, raiz)} {filtro}"
+        dicc = f"/Type /XRef /W {list(w)} {self.claves(extra, size, prev, raiz)} {filtro}"
         dicc = dicc.replace(",", "") + (f" /Index {index}" if index else "")
-        self.mas(f"{num} {gen} obj\n")
+        self.mas(f"{num} 0 obj\n")
         self.mas(flujo(codificar(datos), dicc))
         self.mas("\nendobj\n")
         self.seccion = aqui
@@ -204,13 +203,6 @@ def revision(d, objetos, clase="tabla", num=18, **seccion):
     for n, cuerpo in objetos.items():
         d.obj(n, cuerpo)
     return cerrar(d, clase, num, **seccion)
-
-
-def cambiado(d, viejo, nuevo):
-    """The bytes of `d` with the first place of a text replaced."""
-    viejo, nuevo = viejo.encode("latin-1"), nuevo.encode("latin-1")
-    assert viejo in d.b, viejo
-    return bytes(d.b).replace(viejo, nuevo, 1)
 
 
 def crudo(texto):

@@ -11,8 +11,8 @@ import os
 import sys
 import zlib
 
-from armar import (ARBOL, CABEZA, CATALOGO, COMUN, FUENTE, MIEMBROS, PAGINA, TEXTO, Pdf, alojar, cambiado, cerrar,
-                   crudo, documento, flujo, revision)
+from armar import (ARBOL, CABEZA, CATALOGO, COMUN, FUENTE, MIEMBROS, PAGINA, TEXTO, Pdf, alojar, cerrar, crudo,
+                   documento, flujo, revision)
 
 FIRMADO, REHECHO, EXTRANO = ("firmado",), ("firmado", "-", "Reconstruido"), ("firmado", "-", "Extrano")
 AMBIGUO, RECHAZADO, IGUAL = ("rechazado", "Ambiguo"), ("rechazado",), ("igual",)
@@ -22,7 +22,6 @@ FALSOS = {
     "pagina": f"3 0 obj\n{PAGINA % '8 0 R'}\nendobj\n",
     "catalogo": "1 0 obj\n<< /Type /Catalog /Pages 16 0 R >>\nendobj\n",
     "arbol": f"2 0 obj\n{ARBOL % '9 0 R'}\nendobj\n",
-    "formulario": "6 0 obj\n<< /Fields [] >>\nendobj\n",
     "adjunto": "13 0 obj\n<< /Type /EmbeddedFile /Length 8 >>\nstream\n9999 EUR\nendstream\nendobj\n",
     "flujo": f"10 0 obj\n{COMUN[8].decode()}\nendobj\n",
 }
@@ -39,14 +38,10 @@ def disfraces():
     dibujo = f"{TEXTO} BI /W {len(linea)} /H 1 /CS /G /BPC 8 ID {linea} EI"
     for clase in ("tabla", "flujo"):
         for nombre, como in {
-            "cuerpo-antes": {"antes": alojar(PAGINA_FALSA)},
             "cuerpo-generacion": {"despues": alojar(PAGINA_FALSA.replace("3 0 obj", "3 1 obj"))},
             "comentario": {"despues": crudo("% " + linea + "\n")},
-            "cadena": {"despues": lambda d: d.obj(11, f"({linea})")},
             "imagen": {"objetos": {10: flujo(dibujo)}},
-            "metadatos": {"objetos": {1: CATALOGO % "/Metadata 11 0 R"}, "despues": alojar(PAGINA_FALSA)},
             "incrustado": {"despues": alojar(bytes(entero), "/Type /EmbeddedFile")},
-            "hueco": {"despues": crudo(PAGINA_FALSA)},
             "flujo-de-objetos": {"despues": lambda d: d.objstm(15, [(3, PAGINA % "8 0 R")], anotar=False)},
         }.items():
             yield f"{nombre}-{clase}", documento(clase, **como), FIRMADO
@@ -59,7 +54,6 @@ def disfraces():
         revision(d, {3: PAGINA % "8 0 R"}, clase)
         d.anotar(3, (1, primera, 0))
         yield f"revision-vieja-{clase}", cerrar(d, clase, 19), FIRMADO
-    yield "revisiones", revision(documento(objetos={3: PAGINA % "8 0 R"}), {3: COMUN[3]}), FIRMADO
 
 
 def nulos():
@@ -75,45 +69,34 @@ def nulos():
             if clase == "tabla" or nombre != "cero":
                 yield f"nulo-{nombre}-sin-trampa-{clase}", documento(clase, **como), FIRMADO
                 yield f"nulo-{nombre}-cuerpo-{clase}", documento(clase, **como, despues=alojar(FALSO)), fin
-        yield f"nulo-hueco-{clase}", documento(clase, **formas["falta"], despues=crudo(FALSO)), fin
-        d = documento(clase, **formas["falta"])
-        d.mas(FALSO)
-        yield f"nulo-tras-eof-{clase}", d, fin
         # The number itself is defined only where no object is.
         for nombre, despues in {"cuerpo": alojar(falso), "hueco": crudo(falso)}.items():
             yield f"nulo-solo-en-{nombre}-{clase}", documento(clase, objetos=dos, despues=despues, size=31), fin
-        d = documento(clase, objetos=dos, size=31)
-        d.mas(falso)
-        yield f"nulo-solo-tras-eof-{clase}", d, fin
         # What was freed some show and some don't.
         d = documento(clase, objetos={3: PAGINA % "[10 0 R 8 0 R]"})
         revision(d, {}, clase, cambios={0: (0, 8, 65535), 8: (0, 0, 1)})
         yield f"liberado-{clase}", d, RECHAZADO if clase == "tabla" else IGUAL
-        for que, num in (("pagina", 3), ("catalogo", 1)):
-            d = revision(documento(clase), {}, clase, cambios={0: (0, num, 65535), num: (0, 0, 1)})
-            yield f"liberado-{que}-{clase}", d, IGUAL
-    # A scan that finds the newest of each object shows the same: nothing to fear.
-    d = documento(objetos={**con, 4: "[8 0 R]"}, size=31)
-    yield "nulo-y-revisiones", revision(d, {4: "[10 0 R]"}), FIRMADO
-    for nombre, clave in (("annots", "/Annots 30 0 R"), ("annots-dentro", "/Annots [30 0 R]")):
-        d = documento(objetos={3: PAGINA.replace("/Contents", clave + " /Contents") % "4 0 R"})
-        yield f"nulo-{nombre}", d, FIRMADO
 
 
-def hibrida(en_tabla=None, en_flujo=None, d=None, xrefstm=None):
-    """A table and its /XRefStm: what `en_tabla` writes stands in the one, what `en_flujo` writes in the other."""
-    d = d or Pdf()
-    anterior = d.seccion
-    for num, cuerpo in COMUN.items():
-        if num != 4 and anterior is None:
+def suelto(objetos=None, inicio=CABEZA, sin=None):
+    """The common document's objects, without a section."""
+    d = Pdf(inicio)
+    for num, cuerpo in {**COMUN, **(objetos or {})}.items():
+        if num != sin:
             d.obj(num, cuerpo)
+    return d
+
+
+def hibrida(en_tabla=None, en_flujo=None, xrefstm=None):
+    """A table and its /XRefStm: what `en_tabla` writes stands in the one, what `en_flujo` writes in the other."""
+    d = suelto(sin=4)
     if en_tabla:
         en_tabla(d)
     tabla, d.nuevas = d.nuevas, {}
     if en_flujo:
         en_flujo(d)
     d.xflujo(17, {0: None}, prev=False, propia=False, cerrar=False)
-    oculta, d.seccion, d.nuevas = d.seccion, anterior, tabla
+    oculta, d.seccion, d.nuevas = d.seccion, None, tabla
     d.tabla({17: (1, oculta, 0)}, extra=f"/XRefStm {xrefstm or oculta}")
     return d
 
@@ -131,34 +114,27 @@ def hibridas():
     bueno = miembro(4, "[10 0 R]")
     yield "hibrida", hibrida(en_flujo=bueno), FIRMADO
     yield "hibrida-libre-y-viva", hibrida(libre, bueno), AMBIGUO
-    yield "hibrida-libre-y-viva-suelta", hibrida(libre, suelta), AMBIGUO
     yield ("hibrida-libre-y-viva-sin-uso",
            hibrida(lambda d: (suelta(d), d.anotar(30, (0, 0, 0))), miembro(30, "null")), FIRMADO)
     yield "hibrida-dos-cuerpos", hibrida(suelta, miembro(4, "[8 0 R]")), FIRMADO
     yield "hibrida-ilegible", hibrida(suelta, xrefstm=20), REHECHO
-    vieja = documento(objetos={4: None}, cambios={0: (0, 4, 65535), 4: (0, 0, 0)})
-    yield "hibrida-tabla-vieja-libre", hibrida(en_flujo=bueno, d=vieja), FIRMADO
 
 
 def cadenas():
     """What leads from one section to another."""
     aqui = documento().seccion
-    for nombre, prev in (("fuera", 99999999), ("real", f"{aqui}.0"), ("referencia", "5 0 R"), ("negativo", -5),
-                         ("en-nada", 30)):
+    for nombre, prev in (("fuera", 99999999), ("real", f"{aqui}.0"), ("negativo", -5), ("en-nada", 30)):
         yield f"prev-{nombre}", revision(documento(), {5: FUENTE}, prev=prev), REHECHO
-    yield "prev-cero", documento(extra="/Prev 0"), FIRMADO
     for clase in ("tabla", "flujo"):
         for nombre, falso, fin in (("", "nada", REHECHO), ("-trampa", FALSO, AMBIGUO)):
             d = revision(documento(clase, despues=alojar(falso), extra="/Prev 0000000000"), {5: FUENTE}, clase)
-            yield f"ciclo-{clase}{nombre}", cambiado(d, "/Prev 0000000000", f"/Prev {d.seccion:010d}"), fin
-        d = documento(clase)
-        for i in range(299):
-            revision(d, {5: FUENTE}, clase, 18 + i)
-        yield f"revisiones-300-{clase}", d, FIRMADO
+            yield f"ciclo-{clase}{nombre}", bytes(d.b).replace(b"/Prev 0000000000", b"/Prev %010d" % d.seccion), fin
+    d = documento()
+    for _ in range(299):
+        revision(d, {5: FUENTE})
+    yield "revisiones-300", d, FIRMADO
     yield "tabla-tras-flujo", revision(documento("flujo"), {5: FUENTE}), EXTRANO
-    yield "tabla-tras-miembros", revision(documento("miembros"), {3: COMUN[3]}), EXTRANO
     yield "encrypt-antes", revision(documento(extra="/Encrypt 12 0 R"), {5: FUENTE}), ("rechazado", "Cifrado")
-    yield "encrypt", documento(extra="/Encrypt 12 0 R"), ("rechazado", "Cifrado")
     yield "root-solo-antes", revision(documento(), {5: FUENTE}, raiz=None), REHECHO
     for nombre, startxref, fin in (("", None, FIRMADO), ("-roto", 5, AMBIGUO)):
         d = documento(objetos={19: "<< /Type /Catalog /Pages 16 0 R >>"}, raiz="19 0 R")
@@ -174,15 +150,9 @@ def principios_y_finales():
     for nombre, falso, fin in (("", "nada", FIRMADO), ("-trampa", FALSO, AMBIGUO)):
         como = {"despues": alojar(falso)}
         yield f"basura{nombre}", documento(inicio=basura + CABEZA, base=len(basura), **como), fin
-        yield f"basura-desde-cero{nombre}", documento(inicio=basura + CABEZA, **como), fin
-        d = documento(**como)
-        d.mas("\n" * 3000)
-        yield f"startxref-lejos{nombre}", d, fin
     # Two chains: one is right when offsets count from the file's first byte, the other from the header.
     mucha = "basura del correo\n" * 50
-    d = Pdf(mucha + CABEZA)
-    for num, cuerpo in COMUN.items():
-        d.obj(num, cuerpo)
+    d = suelto(inicio=mucha + CABEZA)
     buenas = dict(d.nuevas)
     d.obj(3, PAGINA % "8 0 R")
     falsas = {0: (0, 0, 65535), **{n: (1, pos - len(mucha), 0) for n, (_, pos, _) in d.nuevas.items()}}
@@ -192,9 +162,8 @@ def principios_y_finales():
     d.base = len(mucha)
     d.tabla(falsas, prev=False, startxref=cero)
     yield "dos-bases", d, AMBIGUO
-    yield "startxref-en-blanco", cambiado(documento(), "xref\n0 ", "\n \nxref\n0 "), FIRMADO
     aqui = documento().seccion
-    for nombre, pos in (("dentro", aqui + 2), ("antes", aqui - 9), ("fuera", 99999999), ("cero", 0)):
+    for nombre, pos in (("dentro", aqui + 2), ("antes", aqui - 9), ("fuera", 99999999)):
         yield f"startxref-{nombre}", documento(startxref=pos), REHECHO
     # The last one counts, also in a comment: here it leads to the first of two revisions.
     d = documento()
@@ -203,32 +172,13 @@ def principios_y_finales():
     yield "startxref-en-comentario", d, FIRMADO
     # Damaged, and what looks like an object lies where a repair may look.
     for nombre, despues, fin in (
-        ("cuerpo", alojar(FALSO), AMBIGUO), ("cuerpo-pagina", alojar(PAGINA_FALSA), AMBIGUO),
+        ("cuerpo", alojar(FALSO), AMBIGUO),
         ("comprimido", alojar(zlib.compress(FALSO.encode()), "/Filter /FlateDecode"), REHECHO),
-        ("cadena", lambda d: d.obj(11, f"(\n{FALSO})"), AMBIGUO),
-        ("comentario", crudo("% " + FALSO.replace("\n", " ") + "\n"), IGUAL),
         ("flujo-de-objetos", lambda d: d.objstm(15, [(4, "[8 0 R]")], anotar=False), AMBIGUO),
         ("gemelo", alojar(f"10 0 obj\n{flujo(TEXTO.replace('10', '99')).decode()}\nendobj\n"), AMBIGUO),
     ):
         yield f"roto-{nombre}", documento(startxref=5, despues=despues), fin
-    yield "roto-tras-eof", documento(startxref=5).b + FALSO.encode(), AMBIGUO
-    yield "roto-revisiones", revision(documento(objetos={4: "[8 0 R]"}), {4: "[10 0 R]"}, startxref=5), REHECHO
     yield "roto-miembros", documento("miembros", startxref=5), REHECHO
-
-
-def suelto(objetos=None):
-    """The common document's objects, without a section."""
-    d = Pdf()
-    for num, cuerpo in {**COMUN, **(objetos or {})}.items():
-        d.obj(num, cuerpo)
-    return d
-
-
-def tras_comentario(d):
-    aqui = d.aqui()
-    d.mas("%xx\n")
-    d.obj(4, COMUN[4])
-    d.anotar(4, (1, aqui, 0))
 
 
 def tablas():
@@ -239,33 +189,23 @@ def tablas():
         ("19-bytes", {"tras": "\n"}, FIRMADO), ("21-bytes", {"tras": " \r\n"}, FIRMADO),
         ("empieza-en-1", {"primera": 1}, FIRMADO),
         ("sin-palabra", {"cabeza": ""}, REHECHO),
-        ("lineas-de-mas", {"repetidas": "0000000009 00000 n \n" * 3}, REHECHO),
-        ("cuenta-larga", {"repetidas": "18 9\n0000000009 00000 n \n"}, REHECHO),
         ("entrada-ilegible", {"repetidas": "3 1\nxxxxxxxxxx 00000 n \n"}, REHECHO),
         # Where the entry of the page's contents points.
         ("entrada-en-blanco", {"cambios": {4: (1, p[4] - 1, 0)}}, FIRMADO),
-        ("entrada-3-antes", {"cambios": {4: (1, p[4] - 3, 0)}}, REHECHO),
         ("entrada-1-despues", {"cambios": {4: (1, p[4] + 1, 0)}}, REHECHO),
         ("entrada-en-otro", {"cambios": {4: (1, p[5], 0)}}, REHECHO),
         ("entrada-en-24", {"antes": lambda d: (d.obj(24, "[8 0 R]"), d.anotar(24, (1, len(CABEZA), 0))),
                            "cambios": {4: (1, len(CABEZA) + 1, 0)}}, AMBIGUO),
         ("entrada-de-generacion-1", {"cambios": {4: (1, p[4], 1)}}, AMBIGUO),
-        ("entrada-en-comentario", {"objetos": {4: None}, "despues": tras_comentario}, REHECHO),
     ):
         yield f"tabla-{nombre}", documento(**como), fin
-    yield "tabla-muy-pegada", cambiado(documento(), "xref\n0 ", "xref0 "), FIRMADO
     d = suelto({3: PAGINA % "8 0 R"})
     falsa = d.nuevas[3][1]
     d.obj(3, COMUN[3])
     d.tabla(repetidas=f"3 1\n{falsa:010d} 00000 n \n")
     yield "tabla-entrada-doble", d, AMBIGUO
-    for clase in ("tabla", "flujo"):
-        d = documento(clase, objetos={2: ARBOL % "3 1 R", 3: None}, antes=lambda d: d.obj(3, COMUN[3], 1))
-        yield f"pagina-generacion-1-{clase}", d, FIRMADO
-        d = documento(clase, objetos={4: None}, antes=lambda d: d.obj(4, COMUN[4], 1), cambios={4: (1, len(CABEZA), 0)})
-        yield f"cabecera-generacion-{clase}", d, RECHAZADO
-        d = documento(clase, objetos={3: PAGINA % "4 1 R"})
-        yield f"referencia-generacion-{clase}", d, RECHAZADO if clase == "tabla" else IGUAL
+    d = documento(objetos={4: None}, antes=lambda d: d.obj(4, COMUN[4], 1), cambios={4: (1, len(CABEZA), 0)})
+    yield "cabecera-generacion", d, RECHAZADO
 
 
 def hex_de(datos):
@@ -281,23 +221,16 @@ def secciones_de_flujo():
     for nombre, clase, como, fin in (
         ("w-120", "flujo", {"w": (1, 2, 0)}, FIRMADO),
         ("w-021", "flujo", {"w": (0, 2, 1), "cambios": {0: None}}, FIRMADO),
-        ("w-143", "miembros", {"w": (1, 4, 3)}, FIRMADO), ("w-182", "miembros", {"w": (1, 8, 2)}, FIRMADO),
+        ("w-182", "miembros", {"w": (1, 8, 2)}, FIRMADO),
         ("sin-index", "flujo", {"index": None, "cambios": {11: (0, 0, 0), 15: (0, 0, 0)}}, FIRMADO),
         ("index-desordenado", "miembros", {"filas": lambda e: [*e.items()][3:] + [*e.items()][:3]}, FIRMADO),
         ("sobra", "miembros", {"sobra": b"\1" * 7}, FIRMADO),
         ("propia-en-otra-parte", "miembros", {"cambios": {17: (1, 20, 0)}}, FIRMADO),
-        ("propia-generacion-1", "flujo", {"cambios": {17: (1, 20, 1)}, "gen": 1}, FIRMADO),
-        ("tipo-3-sin-uso", "miembros", {"cambios": {30: (3, 1, 0)}}, IGUAL),
         ("tipo-3", "miembros", {"cambios": {4: (3, 1, 0)}}, RECHAZADO),
-        ("sin-comprimir", "miembros", {"codificar": bytes, "filtro": ""}, FIRMADO),
         ("w-000", "flujo", {"w": (0, 0, 0)}, REHECHO), ("w-192", "flujo", {"w": (1, 9, 2)}, REHECHO),
-        ("w-negativo", "flujo", {"wtexto": "[1 -4 2]"}, REHECHO), ("w-corto", "flujo", {"wtexto": "[1 4]"}, REHECHO),
-        ("index-impar", "flujo", {"index": "[0 3 5]"}, REHECHO),
         ("index-negativo", "flujo", {"index": "[-1 30]"}, REHECHO), ("faltan", "flujo", {"quita": 20}, REHECHO),
-        ("codigo-roto", "flujo", {"codificar": lambda b: b"\x78\x9c\xff" + b}, REHECHO),
-        ("codigo-cortado", "flujo", {"codificar": lambda b: zlib.compress(b)[:-1]}, REHECHO),
         ("codigo-y-mas", "flujo", {"codificar": lambda b: zlib.compress(b) + b"basura"}, FIRMADO),
-        *((f"predictor-{p}", "miembros", {"predictor": p}, FIRMADO) for p in (2, *range(10, 16))),
+        *((f"predictor-{p}", "miembros", {"predictor": p}, FIRMADO) for p in (2, 15)),
         *((nombre, "flujo", {"filtro": filtro, "codificar": codificar}, ("rechazado", "Filtro"))
           for nombre, filtro, codificar in FILTROS),
     ):
@@ -319,45 +252,32 @@ def flujos_de_objetos():
     rotos = [*range(len(pares))]
     rotos[3:5] = 4, 3
     for nombre, contenedor, como, fin in (
-        *((f"predictor-{p}", {"predictor": p}, {}, FIRMADO) for p in (2, *range(10, 16))),
+        *((f"predictor-{p}", {"predictor": p}, {}, FIRMADO) for p in (2, 15)),
         *((nombre, {"filtro": filtro, "codificar": codificar}, {}, ("rechazado", "Filtro"))
           for nombre, filtro, codificar in FILTROS),
-        ("sin-comprimir", {"codificar": bytes, "filtro": ""}, {}, FIRMADO),
         ("indice-falso", {}, {"cambios": {4: (2, 15, 0)}}, EXTRANO),
         ("doble", {"miembros": [*pares, (4, "[8 0 R]")]}, {}, AMBIGUO),
         ("desordenado", {"orden": rotos}, {}, RECHAZADO), ("first-corto", {"primero": 40}, {}, RECHAZADO),
         ("n-corto", {"n": 2}, {}, RECHAZADO), ("n-negativo", {"n": -3}, {}, RECHAZADO),
         ("en-otro-flujo", {}, {"cambios": {4: (2, 10, 0)}}, RECHAZADO),
-        ("en-si-mismo", {}, {"cambios": {15: (2, 15, 0)}}, RECHAZADO),
         ("en-flujo-miembro", {"miembros": [*pares, (20, COMUN[10])]}, {"cambios": {4: (2, 20, 0)}}, RECHAZADO),
         ("miembro-referencia", {"miembros": con(4, "19 0 R")}, {"objetos": {19: "[10 0 R]"}}, RECHAZADO),
         ("largo-falso", {"largo": 20}, {}, REHECHO), ("largo-ninguno", {"largo": "null"}, {}, REHECHO),
-        ("largo-doble", {"dicc": "/Length 30"}, {}, FIRMADO),
-        ("endstream-pegado", {"marcas": ("\nstream\n", "endstream")}, {}, FIRMADO),
-        ("endstream-falta", {"marcas": ("\nstream\n", "\n")}, {}, REHECHO),
-        ("stream-cr", {"marcas": ("\nstream\r", "\nendstream")}, {}, FIRMADO),
         ("stream-pegado", {"marcas": ("\nstream", "\nendstream")}, {}, RECHAZADO),
     ):
         yield f"objstm-{nombre}", documento("miembros", contenedor=contenedor, **como), fin
-    numero_viejo = {"miembros": [*pares[:3], *pares[4:], (4, "[8 0 R]")]}
-    d = documento("miembros", contenedor=numero_viejo, despues=lambda d: d.obj(4, COMUN[4]))
-    yield "objstm-numero-de-mas", d, FIRMADO
-    for clase in ("flujo", "miembros"):
-        d = documento(clase, objetos={10: flujo(TEXTO, largo="11 0 R"), 11: str(len(TEXTO))})
-        yield f"largo-aparte-{clase}", d, FIRMADO
-        yield f"largo-falso-sin-uso-{clase}", documento(clase, objetos={13: flujo("10 EUR", largo=3)}), FIRMADO
+    d = documento("miembros", objetos={10: flujo(TEXTO, largo="11 0 R"), 11: str(len(TEXTO))})
+    yield "largo-aparte", d, FIRMADO
+    yield "largo-falso-sin-uso", documento("miembros", objetos={13: flujo("10 EUR", largo=3)}), FIRMADO
 
 
 def claves_dobles():
-    pagina, raiz, arbol, forma = PAGINA % "4 0 R", COMUN[1], COMUN[2], COMUN[6]
+    pagina, raiz, arbol = PAGINA % "4 0 R", COMUN[1], COMUN[2]
     for nombre, num, cuerpo in (
         ("catalogo", 1, raiz.replace("/Names", "/Pages 16 0 R /Names")),
-        ("catalogo-formulario", 1, raiz.replace("/Names", "/AcroForm << /Fields [] >> /Names")),
-        ("catalogo-escrita", 1, raiz.replace("/Names", "/P#61ges 16 0 R /Names")),
-        ("pagina", 3, pagina.replace("/Contents", "/Contents 8 0 R /Contents")),
         ("pagina-escrita", 3, pagina.replace("/Contents", "/Content#73 8 0 R /Contents")),
+        ("catalogo-formulario", 1, raiz.replace("/Names", "/AcroForm << /Fields [] >> /Names")),
         ("arbol", 2, arbol.replace("/Kids", "/Kids [9 0 R] /Kids")),
-        ("formulario", 6, forma.replace("/Fields", "/Fields [] /Fields")),
     ):
         for clase in ("tabla", "miembros"):
             yield f"doble-{nombre}-{clase}", documento(clase, objetos={num: cuerpo}), AMBIGUO
@@ -396,17 +316,12 @@ def hostiles():
     seguidas = {11: (0, 0, 0), 15: (0, 0, 0)}
     for nombre, d, fin in (
         ("index-de-un-millon", documento("flujo", cambios=seguidas, index=f"[0 {millon}]", size=millon), IGUAL),
-        ("entradas-un-millon", documento("flujo", cambios=seguidas, index=f"[0 {millon}]", sobra=b"\0" * 7 * millon,
-                                         size=millon), IGUAL),
         ("tabla-de-dos-mil-millones", documento(repetidas="0 2147483647\n0000000000 65535 f \n"), IGUAL),
         ("n-de-dos-mil-millones", documento("miembros", contenedor={"n": 2 * mil * millon}), RECHAZADO),
-        ("n-de-muchas-cifras", documento("miembros", contenedor={"n": 10**30}), RECHAZADO),
         ("bomba", documento("miembros", contenedor={"codificar": bomba(300)}), excesivo),
         ("bomba-sin-uso", documento("flujo", despues=lambda d: d.objstm(15, [(30, "null")], codificar=bomba(100))),
          FIRMADO),
         ("bomba-xref", documento("flujo", codificar=bomba(300)), IGUAL),
-        ("extends-mutuo", documento("miembros", contenedor={"dicc": "/Extends 20 0 R"},
-                                    despues=lambda d: d.objstm(20, [(21, "null")], dicc="/Extends 15 0 R")), IGUAL),
         ("flujos-mutuos", documento("miembros", cambios={15: (2, 20, 0), 20: (2, 15, 0)}), RECHAZADO),
         ("arbol-hondo", documento(objetos={2: ARBOL % "100 0 R", **hondo, 100 + 20 * mil: COMUN[3]}), IGUAL),
         ("arbol-en-ciclo", documento(objetos={2: ARBOL % "16 0 R", 16: ARBOL % "2 0 R"}), RECHAZADO),

@@ -96,15 +96,12 @@ def documentos(carpeta):
         yield f"rico-{clase}", rico(clase), [suya]
         d = Seguido(rico(clase).b).revisar({31: "(otra)"}, suya).revisar({3: COMUN[3], 31: "/Otra"}, suya)
         yield f"rico-{clase}-cambiado", d, [suya] * 3
-        basura = "basura\r\n"
-        yield f"desplazado-{clase}", documento(clase, inicio=basura + "%PDF-1.5\n", base=len(basura)), [suya]
+    yield "desplazado-tabla", documento(inicio="basura\r\n%PDF-1.5\n", base=8), ["tabla"]
     yield "generaciones", *generaciones()
     yield from hechos_por_qpdf(carpeta)
     h = hibrida(en_flujo=lambda d: d.objstm(15, [(4, "[10 0 R]"), (31, "(oculto)")]))
     yield "hibrida", h, ["hibrida"]
     yield "hibrida-cambiada", Seguido(h.b).revisar({5: FUENTE}, "tabla"), ["hibrida", "tabla"]
-    yield "roto-tabla", documento(startxref=5), ["tabla"]
-    yield "roto-flujo", documento("miembros", startxref=5), ["flujo"]
     for nombre, fin in (("crlf", b"\r\n"), ("cr", b"\r"), ("sin-fin", b"")):
         d = documento()
         d.b = d.b[:-1] + fin

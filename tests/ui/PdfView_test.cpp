@@ -87,23 +87,10 @@ class PdfView : public testing::Test {
 // Viewport: 24, 34, 560 x 372. A page of proportion 2 is shown 1120 high.
 constexpr int kAlto = 372, kSobra = 1120 - kAlto;
 
-TEST_F(PdfView, Geometria) {
-    const Filas<Rect, float, Rect, int> casos{{{0, 0, 6100, 400}, 1, {14, 14, 6060, 372}, 6000},
-                                              {{0, 0, 20, 29}, 1, {14, 14, 1, 1}, 64},
-                                              {{0, 0, 101, 100}, 1.5, {14, 14, 61, 72}, 96}};
-    for (const auto& [rect, escala, visible, ancho] : casos) {
-        vista->rect = rect;
-        Falso::ElMundo().escala = escala;
-        EXPECT_EQ(vista->ViewportRect(), visible);
-        EXPECT_EQ(vista->DesiredRasterWidth(), ancho) << rect.w;
-    }
-}
-
 TEST_F(PdfView, BarraYPulgar) {
     // D and then the thumb at the top and at the end; the track is the viewport's 12 pixels on the right.
     const Filas<double, int, Rect, Rect> casos{{2, 1120, {585, 34, 10, 123}, {585, 283, 10, 123}},
                                                {100, 56000, {585, 34, 10, 24}, {585, 382, 10, 24}},
-                                               {373.0 / 560, 373, {585, 34, 10, 371}, {585, 35, 10, 371}},
                                                {372.0 / 560, 372, {}, {}}};
     for (const auto& [proporcion, alto, arriba, abajo] : casos) {
         SCOPED_TRACE(proporcion);
@@ -113,10 +100,11 @@ TEST_F(PdfView, BarraYPulgar) {
         EXPECT_EQ(vista->VThumbRect(), arriba);
         vista->ScrollToBottom();
         EXPECT_EQ(vista->VThumbRect(), abajo);
-        vista->ScrollBy(-2'000'000'000);
-        EXPECT_EQ(vista->scrollY, 0);
     }
-    EXPECT_EQ(vista->VTrackRect(), (Rect{584, 34, 12, 372}));
+    Falso::ElMundo().escala = 1.5;
+    EXPECT_EQ(vista->DesiredRasterWidth(), 848);  // in steps of 16
+    vista->rect.w = 1'000'000'000;
+    EXPECT_EQ(vista->DesiredRasterWidth(), 6000);
 }
 
 TEST_F(PdfView, PintaLaHojaYSuBarra) {
@@ -139,9 +127,7 @@ TEST_F(PdfView, LosMensajesVanCentrados) {
                                       "DrawText \"Sin documento PDF cargado.\" 213,211 #788091ff system 13"));
     EXPECT_FALSE(vista->LoadDocument("roto"));
     EXPECT_EQ(Pintar().back(), "DrawText \"roto\" 290,211 #788091ff system 13");
-    EXPECT_FALSE(vista->LoadDocument(""));
-    EXPECT_EQ(vista->GetLastError(), "No se pudo abrir el PDF.");
-    EXPECT_THAT(cambios, ElementsAre("-1/0", "-1/0"));
+    EXPECT_THAT(cambios, ElementsAre("-1/0"));
 }
 
 TEST_F(PdfView, UnaHojaFallidaNoSeRepite) {
@@ -155,9 +141,6 @@ TEST_F(PdfView, UnaHojaFallidaNoSeRepite) {
     vista->rect.w = 616;
     EXPECT_THAT(Pintar(), Contains(StartsWith("DrawText \"El motor devolvio una hoja vacia.\"")));
     EXPECT_THAT(Tomar(), ElementsAre("dibujar 0 576"));
-    doc->hueca = false;
-    ASSERT_TRUE(vista->SetCurrentPage(1) && vista->SetCurrentPage(0));
-    EXPECT_THAT(Pintar(), Contains(StartsWith("DrawImageRGBA 576x1152")));
 }
 
 TEST_F(PdfView, UnaHojaLentaNoPara) {
@@ -166,29 +149,22 @@ TEST_F(PdfView, UnaHojaLentaNoPara) {
     EXPECT_THAT(Pintar(), Contains(StartsWith("DrawText \"Dibujando la pagina...\"")));
     Pintar();
     EXPECT_THAT(Tomar(), ElementsAre("esperar 150 0 560", "esperar 0 0 560"));
-    EXPECT_EQ(Falso::ElMundo().tareas.size(), 1U);
     const int antes = Falso::De(ventana).invalidaciones;
     EXPECT_EQ(Falso::HacerTareas(), 1U);
     EXPECT_EQ(Falso::De(ventana).invalidaciones, antes + 1);
     doc->lenta = false;
     EXPECT_THAT(Pintar(), Contains(StartsWith("DrawImageRGBA 560x1120")));
-    EXPECT_THAT(Tomar(), ElementsAre("dibujar 0 560", "adelantar 1 560"));
-    EXPECT_THAT(Falso::ElMundo().tareas, IsEmpty());
 
     // In another width the page that is there serves meanwhile.
     doc->lenta = true;
     vista->rect.w = 1000;
-    const auto lineas = Pintar();
-    EXPECT_THAT(lineas, Contains("DrawImageRGBA 560x1120 24,34,960,1920"));
-    EXPECT_THAT(lineas, Not(Contains(StartsWith("DrawText"))));
-    EXPECT_THAT(Tomar(), ElementsAre("esperar 0 0 960"));
+    EXPECT_THAT(Pintar(), Contains("DrawImageRGBA 560x1120 24,34,960,1920"));
     ventana.RemoveControl(vista, true);
     EXPECT_EQ(Falso::HacerTareas(), 1U) << "and touches nothing of the view that has gone";
 }
 
 TEST_F(PdfView, Paginas) {
     ASSERT_TRUE(vista->LoadDocument("a.pdf"));
-    EXPECT_EQ(vista->Accessibility().name, "Página 1 de 3");
     const Filas<int, bool, int> casos{{0, true, 0},   {2, true, 2}, {3, false, 2},
                                       {-1, false, 2}, {2, true, 2}, {1, true, 1}};
     for (const auto& [pagina, vale, queda] : casos) {
@@ -198,7 +174,6 @@ TEST_F(PdfView, Paginas) {
         EXPECT_EQ(vista->GetCurrentPage(), queda);
         EXPECT_EQ(vista->scrollY, antes == queda ? 7 : 0) << pagina;
     }
-    EXPECT_EQ(vista->GetPageLabel(2) + vista->GetPageLabel(3) + vista->GetPageLabel(-1), "3");
     EXPECT_THAT(cambios, ElementsAre("0/3", "2/3", "1/3"));
     // The count is read again: the page that was asked for may be gone.
     doc->paginas = 1;
@@ -209,7 +184,6 @@ TEST_F(PdfView, Paginas) {
     vista->CloseDocument();
     vista->CloseDocument();
     EXPECT_EQ(cambios.back(), "-1/0");
-    EXPECT_EQ(cambios.size(), 5U);
     EXPECT_THAT(registro, ElementsAre("fin"));
 }
 
@@ -217,8 +191,6 @@ TEST_F(PdfView, GuardaJpg) {
     std::string error;
     EXPECT_FALSE(vista->SaveCurrentPageJpg("s.jpg", 90, error, 0)) << "there is no document";
     Abrir();
-    EXPECT_FALSE(vista->SaveCurrentPageJpg("", 90, error, 0));
-    EXPECT_EQ(error, "Ruta de destino vacia.");
     const Filas<unsigned, int, std::string> casos{{0, 0, "90 0 1600"}, {100, 15, "100 0 16"}, {101, 6001, "90 0 6000"}};
     for (const auto& [calidad, ancho, pedido] : casos) {
         EXPECT_TRUE(vista->SaveCurrentPageJpg("s.jpg", calidad, error, ancho));
@@ -228,7 +200,7 @@ TEST_F(PdfView, GuardaJpg) {
 
 TEST_F(PdfView, RuedaYTeclas) {
     Abrir();
-    const Filas<int, int> casos{{1, -40}, {2, -80}, {100, -120}, {101, -40}, {240, -80}, {-101, 40}, {-5000, 120}};
+    const Filas<int, int> casos{{1, -40}, {100, -120}, {101, -40}, {240, -80}, {-5000, 120}};
     for (const auto& [delta, movido] : casos) {
         vista->scrollY = 300;
         EXPECT_TRUE(Falso::Rueda(ventana, 100, 100, delta));
@@ -237,8 +209,7 @@ TEST_F(PdfView, RuedaYTeclas) {
     ventana.SetFocusControl(vista);
     // The key, page and scroll before, page and scroll after, whether it was taken.
     const Filas<KeyCode, int, int, int, int, bool> teclas{
-        {KeyCode::Up, 1, 300, 1, 260, true},       {KeyCode::Up, 1, 30, 1, 0, true},
-        {KeyCode::Down, 1, 300, 1, 340, true},     {KeyCode::Down, 1, kSobra, 1, kSobra, true},
+        {KeyCode::Up, 1, 30, 1, 0, true},          {KeyCode::Down, 1, 300, 1, 340, true},
         {KeyCode::Home, 1, 300, 0, 0, true},       {KeyCode::End, 0, 300, 2, 0, true},
         {KeyCode::PageUp, 1, 300, 0, 0, true},     {KeyCode::PageDown, 1, 300, 2, 0, true},
         {KeyCode::PageDown, 2, 300, 2, 300, true}, {KeyCode::Left, 1, 300, 1, 300, false}};
@@ -253,8 +224,6 @@ TEST_F(PdfView, RuedaYTeclas) {
         EXPECT_EQ(vista->scrollY, despues);
         EXPECT_EQ(cambios.size(), pagina == queda ? 0U : 1U);
     }
-    vista->CloseDocument();
-    EXPECT_TRUE(Falso::Tecla(ventana, KeyCode::End));
 }
 
 TEST_F(PdfView, PulgarPistaYArrastre) {
@@ -265,9 +234,6 @@ TEST_F(PdfView, PulgarPistaYArrastre) {
         Falso::Clic(ventana, 590, y);
         EXPECT_EQ(vista->scrollY, queda);
     }
-    Falso::DobleClic(ventana, 590, 300);
-    EXPECT_EQ(vista->scrollY, 594);
-    vista->ScrollToTop();
     EXPECT_TRUE(raton(EventType::MouseDown, 590, 44));
     EXPECT_THAT(Pintar(), Contains("FillRoundRect 585,34,10,123 5 #8c93a1ff"));
     const Filas<int, int> tirones{{44, 0}, {144, 300}, {-500, 0}, {2000, kSobra}, {168, 372}};
@@ -276,8 +242,6 @@ TEST_F(PdfView, PulgarPistaYArrastre) {
         EXPECT_EQ(vista->scrollY, queda) << y;
     }
     EXPECT_TRUE(raton(EventType::MouseUp, 300, 168));
-    EXPECT_FALSE(raton(EventType::MouseMove, 300, 200));
-
     // The page itself is pulled along, past its ends without effect.
     EXPECT_TRUE(raton(EventType::MouseDown, 300, 200));
     for (const auto& [y, queda] : {std::pair(180, 392), {5000, 0}, {4990, 10}}) {
@@ -287,7 +251,6 @@ TEST_F(PdfView, PulgarPistaYArrastre) {
     EXPECT_TRUE(raton(EventType::MouseUp, 300, 4990));
 
     EXPECT_FALSE(Falso::Raton(ventana, EventType::MouseDown, 300, 200, Lx::kRightButton));
-    EXPECT_FALSE(vista->panning);
     // Nothing to scroll: the track is no track.
     Abrir(0.5);
     EXPECT_TRUE(raton(EventType::MouseDown, 590, 300));

@@ -107,7 +107,7 @@ std::string Texto(const Lx::Color& c) {
     return texto;
 }
 
-std::string Texto(float n) {
+std::string Apuntes::Texto(float n) {
     char texto[64];
     return {texto, std::to_chars(texto, texto + sizeof texto, n).ptr};
 }

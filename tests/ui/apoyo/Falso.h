@@ -1,7 +1,5 @@
-// A window system for tests: nothing is shown, everything is recorded, and the test plays the user. Start each test
-// with an Aplicacion; then make a window, Create() it, and:
-//   Falso::Clic(ventana, 20, 10);  Falso::Teclear(ventana, "hola");  Falso::Tecla(ventana, Lx::KeyCode::Enter);
-//   EXPECT_THAT(Falso::Pintar(ventana), Contains("FillRect 0,0,10,10 #f0f0f0ff"));
+// A window system for tests: nothing is shown, everything is recorded, and the test plays the user. Each test starts
+// with an Aplicacion.
 // Modal loops and Run() take what "happens" from ElMundo().guion, one function per turn; a loop that finds it empty
 // while it still waits throws, so that a test can't hang. What other threads post comes first, and is waited for while
 // ElMundo().ocupado says that more will come.
@@ -21,28 +19,20 @@
 
 namespace Falso {
 
-// How calls are written down.
-inline std::string Texto(const std::string& t) {
-    return t;
-}
-inline std::string Texto(int n) {
-    return std::to_string(n);
-}
-inline std::string Texto(const Lx::Point& p) {
-    return Texto(p.x) + "," + Texto(p.y);
-}
-inline std::string Texto(const Lx::Size& s) {
-    return Texto(s.cx) + "x" + Texto(s.cy);
-}
-inline std::string Texto(const Lx::Rect& r) {
-    return Texto(Lx::Point{r.x, r.y}) + "," + Texto(Lx::Point{r.w, r.h});
-}
 std::string Texto(const Lx::Color& c);
-std::string Texto(float n);
 
 // One line per call: its name, then what it was given.
 class Apuntes {
   public:
+    static std::string Texto(const std::string& t) { return t; }
+    static std::string Texto(int n) { return std::to_string(n); }
+    static std::string Texto(float n);
+    static std::string Texto(const Lx::Color& c) { return Falso::Texto(c); }
+    static std::string Texto(const Lx::Point& p) { return Texto(p.x) + "," + Texto(p.y); }
+    static std::string Texto(const Lx::Size& s) { return Texto(s.cx) + "x" + Texto(s.cy); }
+    static std::string Texto(const Lx::Rect& r) {
+        return Texto(Lx::Point{r.x, r.y}) + "," + Texto(Lx::Point{r.w, r.h});
+    }
     template <class... Valores>
     void Apuntar(std::string nombre, const Valores&... valores) {
         ((nombre += " " + Texto(valores)), ...);
@@ -93,8 +83,7 @@ class Lienzo : public Lx::CCanvas, public Apuntes {
     }
 };
 
-// The platform side of one window: De(ventana). It writes down "Create Título 800x600", "Show", "SetTitle Otro",
-// "FlushPaint"..., neither timers nor invalidations.
+// The platform side of one window: De(ventana). It writes down neither timers nor invalidations.
 class Ventana : public Lx::CWindowImpl, public Apuntes {
   public:
     ~Ventana() override;
