@@ -4,7 +4,6 @@
 #include <thread>
 #include <utility>
 
-#include "crypto/LxSecreto.h"
 #include "ui/LxApp.h"
 
 namespace {
@@ -15,7 +14,6 @@ constexpr unsigned kPeriodo = 100;    // ms from one word to the next
 std::atomic<int> g_hilos = 0;
 
 void Correr(Lx::Firma::Trabajo& trabajo) {
-    const Lx::NoVolcable guardado;
     try {
         trabajo.Hacer();
     } catch (const std::exception&) {

@@ -25,9 +25,10 @@ class Recuerdo {
     [[nodiscard]] const CertStore::Contexto& Ver(Reloj::time_point ahora = Reloj::now());
     // The card was taken out, the PIN was refused.
     void OlvidarPin();
-    void OlvidarTodo();
 
   private:
+    void OlvidarTodo();
+
     PaginasBloqueadas paginas_;
     CertStore::Contexto ctx_;
     Reloj::time_point usado_{};
