@@ -27,6 +27,9 @@ struct Encargo {
     LxPdfSigner::Metadatos meta;           // empty fields get their defaults
     int32_t modo = LxPdfSigner::kPrimera;  // of the stamp, a LxPdfSigner::Sello
     std::string paginas;
+    // Pages that the person has seen the document have. Where the signer finds another number it signs nothing
+    // (Motivo::PaginasDistintas): the person would sign something else. Below 1: not known.
+    int32_t paginasVistas = 0;
 };
 
 // What became of a document. `r.motivo` is never Ninguno for one that was not signed.

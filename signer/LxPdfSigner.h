@@ -41,6 +41,12 @@ struct Opciones {
     Lx::Control* control = nullptr;
 };
 
+// A visible stamp: points from the top left corner of its page as it is seen (ISO 32000-1, 14.11.2: the crop box).
+struct Estampa {
+    int32_t pagina = -1;  // from 0; -1: there is none
+    double izquierda = 0, arriba = 0, derecha = 0, abajo = 0;
+};
+
 struct Resultado {
     bool escrito = false;  // the output file was written
     bool firmado = false;  // it carries the new signature and passed the self-check
@@ -51,6 +57,7 @@ struct Resultado {
     std::string aviso;     // the sentences of `avisos`, joined by a blank
     Lx::Motivo motivo = Lx::Motivo::Ninguno;  // of `error`
     std::vector<Lx::Aviso> avisos;            // warnings that stopped nothing
+    Estampa estampa;                          // the first that was placed
 };
 
 // Gets the DER of the signed attributes (RFC 5652, 5.4: the SET, tag 0x31) and returns their RSASSA-PKCS1-v1_5

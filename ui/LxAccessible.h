@@ -8,7 +8,18 @@
 
 namespace Lx {
 
-enum class AccessibleRole { None, Button, ToggleButton, Label, Edit, PasswordEdit, ComboBox, List, Document };
+enum class AccessibleRole {
+    None,
+    Button,
+    ToggleButton,
+    Label,
+    Edit,
+    PasswordEdit,
+    ComboBox,
+    List,
+    Document,
+    Notification
+};
 
 struct AccessibleItem {
     std::string name;  // all texts of the row

@@ -40,6 +40,23 @@ int LxApp::Run() {
     return exit != 0 ? exit : loop;
 }
 
+bool LxApp::AddWindow(CWindow* window) {
+    delete window;
+    return false;
+}
+
+std::vector<CWindow*> LxApp::Windows() const {
+    return {mainWindow};
+}
+
+void LxApp::WindowClosed(CWindow* /*window*/) {
+    Quit(0);
+}
+
+void LxApp::ChangeTheme(ThemeSet set) {
+    SetTheme(set);
+}
+
 void LxApp::Quit(int code) {
     if (backend) backend->Quit(code);
 }

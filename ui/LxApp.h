@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "ui/LxBackend.h"
 #include "ui/LxWindow.h"
@@ -23,12 +24,21 @@ class LxApp {
     // The exit status: what ExitInstance gave unless that is 0, else the loop's code; -1 without a backend and 1
     // when InitInstance failed.
     int Run();
+    // Creates, centres and shows one more main window; takes it over, and deletes it when it has closed. The program
+    // ends with the last one. False when it can't be created: it is deleted then.
+    bool AddWindow(CWindow* window);
+    // All main windows that are open, the oldest first.
+    [[nodiscard]] std::vector<CWindow*> Windows() const;
+    // A window without keepAppOnClose was closed: from the backend.
+    void WindowClosed(CWindow* window);
+    // Changes the colours of the program, and of every window that is open.
+    void ChangeTheme(ThemeSet set);
     void Quit(int code);
 
     int argc;
     char** argv;
     std::string name = "default";
-    CWindow* mainWindow = nullptr;   // owned; set before Run
+    CWindow* mainWindow = nullptr;   // owned; set before Run. The first; null once it has closed and others go on
     CAppBackend* backend = nullptr;  // owned
 
     static LxApp* s_pApp;  // the one live application

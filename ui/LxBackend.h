@@ -3,10 +3,12 @@
 
 #include <atomic>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "ui/LxCanvas.h"
+#include "ui/LxTheme.h"
 #include "ui/LxTypes.h"
 
 namespace Lx {
@@ -32,6 +34,19 @@ class CAppBackend {
     virtual void Post(std::function<void()> task) = 0;
     // Texts can be measured at any time. Owned by the backend.
     virtual CCanvas* MeasuringCanvas() = 0;
+
+    // Calls `ready` from the loop, also from one that runs for a dialog, each time that `fd` can be read, until Unwatch
+    // of the number that it gives (from 1). The descriptor stays the caller's and open until then.
+    virtual unsigned Watch(int fd, std::function<void()> ready);
+    virtual void Unwatch(unsigned id);
+    virtual void SetClipboard(const std::string& utf8);
+    // With the person's program for it: only http, https and mailto. False when nothing could be started.
+    [[nodiscard]] virtual bool OpenAddress(const std::string& address);
+    // The folder of a file, with the file marked where the desktop can.
+    virtual void ShowInFolder(const std::string& path);
+    // Asks the desktop which colours it wants, without waiting; `told` is called when it says so and each time that it
+    // changes its mind.
+    virtual void AskAppearance(std::function<void(ThemeSet)> told);
 };
 
 // One per CWindow while its platform window exists.
@@ -66,6 +81,11 @@ class CWindowImpl {
     virtual void FlushPaint() = 0;
     // Device pixels in one client pixel; 1 on a plain display, never below.
     [[nodiscard]] virtual float GetScale() const = 0;
+
+    virtual void SetFullScreen(bool full);
+    [[nodiscard]] virtual bool IsFullScreen() const;
+    // Client pixels that a window can have on its screen, without its frame. Empty: not known.
+    [[nodiscard]] virtual Size WorkArea() const;
 };
 
 // On the heap; the caller owns the result. No backend, after one line on standard error, when there is no display.
@@ -77,9 +97,47 @@ struct FileDialogRequest {
     std::string title;                  // UTF-8
     std::vector<std::string> patterns;  // "*.pdf"; empty: every file
     std::string initialPath;            // a file or a folder; may be empty or not exist
+    bool save = false;                  // the name of a file that is to be written; it may not exist
 };
 
 // Asks for one existing file, modally, with the desktop's own dialog where it has one. False when cancelled.
 [[nodiscard]] bool RunPlatformFileDialog(const FileDialogRequest& request, std::string& path);
+
+struct MenuItem {
+    std::string text;      // empty: a line between others
+    std::string shortcut;  // shown beside it: "Ctrl+O"
+    bool enabled = true;
+    bool checkable = false, checked = false;
+    std::vector<MenuItem> items{};  // of a menu inside the menu
+    int command = 0;                // what is given back when it is chosen; over 0
+};
+
+// Shows a menu with its corner at `at`, client coordinates of `owner`, until one is chosen: its command, 0 for none.
+[[nodiscard]] int RunPlatformMenu(CWindow* owner, const std::vector<MenuItem>& items, const Point& at);
+
+struct PrintRequest {
+    CWindow* owner = nullptr;
+    std::string title;  // of the job
+    int pages = 0;
+    int current = 0;  // from 0
+};
+
+// A print job that the person has agreed to: pages from 0, in the order they are to be printed.
+class IPrintJob {
+  public:
+    virtual ~IPrintJob() = default;
+    [[nodiscard]] virtual const std::vector<int>& Pages() const = 0;
+    // Begins a sheet for a page of that size in points; gives the size in device pixels to draw it at (at most 600
+    // dpi), turned by `turn` quarters to fit. False when the printer doesn't take it.
+    [[nodiscard]] virtual bool BeginPage(float width, float height, Size& device, int& turn) = 0;
+    // Rows of the page from `top`, as CCanvas::DrawPixels takes them.
+    [[nodiscard]] virtual bool DrawBand(const unsigned char* rows, int width, int height, int stride, int top) = 0;
+    // Ends the job; without it the job is given up when this goes.
+    [[nodiscard]] virtual bool Finish() = 0;
+};
+
+// Asks which printer, which pages, actual size or fitted. Null when cancelled or when there is no print support, with
+// the sentence in `error` then.
+[[nodiscard]] std::unique_ptr<IPrintJob> RunPlatformPrintDialog(const PrintRequest& request, std::string& error);
 
 }  // namespace Lx

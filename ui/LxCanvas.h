@@ -42,6 +42,14 @@ class CCanvas {
     // Nothing when the file can't be read as a picture.
     virtual void DrawImageFile(const std::string& path, const Rect& dest) = 0;
     // `angle` in degrees: 0 runs from left to right, and it grows clockwise.
+    // Beyond the list. What is placed exactly is placed in device pixels of the window, whatever was translated or
+    // scaled; the clip holds. Device pixels in one client pixel:
+    [[nodiscard]] virtual float DeviceScale() { return 1; }
+    // The part `source` of the picture into `device`: copied where they are of one size, else scaled. The rows are
+    // read during the call and neither kept nor converted.
+    virtual void DrawPixels(const unsigned char* rows, int width, int height, int stride, const Rect& source,
+                            const Rect& device);
+    virtual void FillDevice(const Rect& device, const Color& color);
     virtual void FillGradient(const Rect& rect, const Color& from, const Color& to, float angle) = 0;
 };
 

@@ -38,6 +38,12 @@ CursorShape CControl::Cursor() const {
     return CursorShape::Arrow;
 }
 
+std::string CControl::ToolTip(const Point& /*pt*/) const {
+    return {};
+}
+
+void CControl::OnThemeChanged() {}
+
 bool CControl::HasFocus() const {
     const CWindow* window = WindowOf(this);
     return window && window->focus == this;

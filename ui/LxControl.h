@@ -9,7 +9,7 @@ namespace Lx {
 
 class CWindow;
 
-enum class CursorShape { Arrow, Text, Hand };
+enum class CursorShape { Arrow, Text, Hand, OpenHand, ClosedHand };
 
 class CControl {
   public:
@@ -35,6 +35,11 @@ class CControl {
     // Where the caret stands, in client coordinates, for input methods. False without a caret.
     [[nodiscard]] virtual bool CaretRect(Rect& caret) const;
     [[nodiscard]] virtual CursorShape Cursor() const;
+    // What to show beside the pointer that rests at `pt`: a text that is cut on the screen, what a picture means.
+    // Empty: nothing.
+    [[nodiscard]] virtual std::string ToolTip(const Point& pt) const;
+    // The colours of the theme changed: what was taken from it is taken anew.
+    virtual void OnThemeChanged();
 
     Rect rect;
     bool visible = true;

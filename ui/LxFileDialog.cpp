@@ -35,12 +35,16 @@ void CFileDialog::SetInitialPath(const std::string& path) {
     initial_ = path;
 }
 
+void CFileDialog::SetSave(bool save) {
+    save_ = save;
+}
+
 int CFileDialog::DoModal() {
     path_.clear();
     // The release of a press that opened the dialog never reaches the owner.
     if (owner_) owner_->capture = nullptr;
     std::string chosen;
-    const bool accepted = RunPlatformFileDialog({owner_, title_, SplitPatterns(filter_), initial_}, chosen);
+    const bool accepted = RunPlatformFileDialog({owner_, title_, SplitPatterns(filter_), initial_, save_}, chosen);
     if (owner_) owner_->InvalidateRect(nullptr);
     if (!accepted || chosen.empty()) return kCancelled;
     path_ = chosen;

@@ -16,6 +16,8 @@ class CFileDialog {
     void SetFilter(const std::string& patterns);
     // The file or folder that is offered first; may be empty.
     void SetInitialPath(const std::string& path);
+    // Asks for the name of a file that is to be written.
+    void SetSave(bool save);
     // A DialogResult: kAccepted when a file was chosen.
     [[nodiscard]] int DoModal();
     // The whole path of what was chosen.
@@ -27,6 +29,7 @@ class CFileDialog {
     std::string filter_;
     std::string initial_;
     std::string path_;
+    bool save_ = false;
 };
 
 }  // namespace Lx

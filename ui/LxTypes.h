@@ -46,8 +46,14 @@ enum class EventType : uint32_t {
     // Beyond the ten: for the focused control only, no window handler sees them.
     Text = 11,     // text that isn't one character 32 to 126: accents, dead keys, input methods
     Command = 12,  // an edit command, in `command`
-    // A letter pressed with Control that is no edit command; for the window only (OnShortcut).
+    // A letter, '+', '-' or '0' pressed with Control that is no edit command; for the window only (OnShortcut).
     Shortcut = 13,
+    // For the control under the pointer only. Where a MouseWheel would come too, it comes when this wasn't handled.
+    Scroll = 14,  // by `scroll`, in client pixels; of a wheel, a touchpad or a touch screen
+    Zoom = 15,    // by `factor`: pinch
+    // The menu key, Shift+F10: for the focused control, then the window (OnContextMenu). Its `pt` is where the menu
+    // goes.
+    ContextMenu = 16,
 };
 
 enum class EditCommand : uint16_t { None, Copy, Cut, Paste, SelectAll, Undo, Redo, Delete };
@@ -88,8 +94,9 @@ enum class KeyCode : uint16_t {
 // Bits of Event::modifiers.
 constexpr uint32_t kShift = 1;
 constexpr uint32_t kControl = 2;
-constexpr uint32_t kOption = 4;   // Alt
-constexpr uint32_t kCommand = 8;  // Super
+constexpr uint32_t kOption = 4;      // Alt
+constexpr uint32_t kCommand = 8;     // Super
+constexpr uint32_t kSpaceHeld = 16;  // of mouse events: the space bar is down
 
 constexpr uint8_t kLeftButton = 0;  // and any button beyond the three
 constexpr uint8_t kRightButton = 1;
@@ -101,12 +108,14 @@ constexpr Point kOutside{-9999, -9999};
 // One record for all input; what a type does not use is zero.
 struct Event {
     EventType type = EventType::None;
-    Point pt;                // mouse events: client coordinates of the window
-    uint8_t button = 0;      // MouseDown, MouseUp, MouseDoubleClick
-    uint16_t key = 0;        // KeyDown, KeyUp: a KeyCode. Char: the code. Shortcut: the letter, 'A' to 'Z'
-    uint32_t modifiers = 0;  // kShift and so on
-    int32_t wheelDelta = 0;  // whole notches, never 0; positive away from the user
-    bool handled = false;    // set by a control that consumed the event
+    Point pt;                        // mouse events: client coordinates of the window
+    uint8_t button = 0;              // MouseDown, MouseUp, MouseDoubleClick
+    uint16_t key = 0;                // KeyDown, KeyUp: a KeyCode. Char: the code. Shortcut: the letter, 'A' to 'Z'
+    uint32_t modifiers = 0;          // kShift and so on
+    int32_t wheelDelta = 0;          // whole notches, never 0; positive away from the user
+    bool handled = false;            // set by a control that consumed the event
+    float scrollX = 0, scrollY = 0;  // Scroll: positive towards the start of what is scrolled, as `wheelDelta`
+    float factor = 1;                // Zoom
 
     // UTF-8. Text: what was typed. Command Paste: the clipboard's text. Commands Copy and Cut: the control puts the
     // text for the clipboard here and marks the event handled; without text the clipboard stays as it is.

@@ -59,6 +59,7 @@ void CWindow::OnChar(unsigned /*ch*/) {}
 void CWindow::OnSetFocus() {}
 void CWindow::OnKillFocus() {}
 void CWindow::OnShortcut(char /*letter*/, unsigned /*modifiers*/) {}
+void CWindow::OnContextMenu(const Point& /*pt*/) {}
 void CWindow::OnDropFile(const std::string& /*path*/) {}
 bool CWindow::AcceptsFiles() const {
     return false;
@@ -90,6 +91,14 @@ void CWindow::Hide() {
 
 void CWindow::Close() {
     if (impl) impl->RequestClose();
+}
+
+void CWindow::SetFullScreen(bool full) {
+    if (impl) impl->SetFullScreen(full);
+}
+
+bool CWindow::IsFullScreen() const {
+    return impl && impl->IsFullScreen();
 }
 
 void CWindow::Center() {
@@ -220,6 +229,7 @@ bool CWindow::OfferToOverlay(Event& ev) {
 
 CControl* CWindow::PickTarget(const Event& ev) {
     if (ev.type == EventType::Shortcut) return nullptr;
+    if (ev.type == EventType::Scroll || ev.type == EventType::Zoom) return HitTest(ev.pt);
     if (!IsMouseEvent(ev.type)) return focus;
     if (capture) return ev.type == EventType::MouseUp ? std::exchange(capture, nullptr) : capture;
     // The second of two quick clicks is a press like any other.
@@ -303,9 +313,13 @@ void CWindow::DispatchToOwner(Event& ev) {
             return OnKillFocus();
         case EventType::Shortcut:
             return OnShortcut(static_cast<char>(ev.key), ev.modifiers);
+        case EventType::ContextMenu:
+            return OnContextMenu(ev.pt);
         case EventType::None:
         case EventType::Text:
         case EventType::Command:
+        case EventType::Scroll:
+        case EventType::Zoom:
             return;
     }
 }

@@ -46,7 +46,10 @@ class CWindow : public CControl {
     virtual void OnSetFocus();
     virtual void OnKillFocus();
     // A letter 'A' to 'Z' with Control that is no edit command (Ctrl+O, Ctrl+W, Ctrl+Q...).
+    // Also '+', '-' and '0'.
     virtual void OnShortcut(char letter, unsigned modifiers);
+    // The menu key where no control took it.
+    virtual void OnContextMenu(const Point& pt);
     // A file was dropped on the window. A window that takes files says so in AcceptsFiles.
     virtual void OnDropFile(const std::string& path);
     [[nodiscard]] virtual bool AcceptsFiles() const;
@@ -67,6 +70,8 @@ class CWindow : public CControl {
     void InvalidateRect(const Rect* area);
     bool SetTimer(unsigned id, unsigned ms);
     bool KillTimer(unsigned id);
+    void SetFullScreen(bool full);
+    [[nodiscard]] bool IsFullScreen() const;
     // Paints now what is invalid; takes no input.
     void FlushPaint();
     // Device pixels in one client pixel, 1 without a platform window.
