@@ -37,9 +37,9 @@ class CAppBackend {
 
     // Calls `ready` from the loop, also from one that runs for a dialog, each time that `fd` can be read, until Unwatch
     // of the number that it gives (from 1). The descriptor stays the caller's and open until then.
-    virtual unsigned Watch(int fd, std::function<void()> ready);
-    virtual void Unwatch(unsigned id);
-    virtual void SetClipboard(const std::string& utf8);
+    virtual unsigned Watch(int fd, std::function<void()> ready) = 0;
+    virtual void Unwatch(unsigned id) = 0;
+    virtual void SetClipboard(const std::string& utf8) = 0;
     // With the person's program for it: only http, https and mailto. False when nothing could be started.
     [[nodiscard]] virtual bool OpenAddress(const std::string& address);
     // The folder of a file, with the file marked where the desktop can.
@@ -82,8 +82,8 @@ class CWindowImpl {
     // Device pixels in one client pixel; 1 on a plain display, never below.
     [[nodiscard]] virtual float GetScale() const = 0;
 
-    virtual void SetFullScreen(bool full);
-    [[nodiscard]] virtual bool IsFullScreen() const;
+    virtual void SetFullScreen(bool full) = 0;
+    [[nodiscard]] virtual bool IsFullScreen() const = 0;
     // Client pixels that a window can have on its screen, without its frame. Empty: not known.
     [[nodiscard]] virtual Size WorkArea() const;
 };

@@ -5,9 +5,11 @@
 #include <QImage>
 #include <QObject>
 #include <QPainter>
+#include <QSocketNotifier>
 #include <QWidget>
 #include <atomic>
 #include <functional>
+#include <map>
 #include <memory>
 
 #include "ui/LxBackend.h"
@@ -29,6 +31,9 @@ class CQtApp : public CAppBackend {
     void CallLater(unsigned ms, std::function<void()> task) override;
     void Post(std::function<void()> task) override;
     CCanvas* MeasuringCanvas() override { return &measuring_; }
+    unsigned Watch(int fd, std::function<void()> ready) override;
+    void Unwatch(unsigned id) override;
+    void SetClipboard(const std::string& utf8) override;
 
     [[nodiscard]] CQtFonts& Fonts() { return fonts_; }
 
@@ -37,6 +42,8 @@ class CQtApp : public CAppBackend {
   private:
     std::unique_ptr<QApplication> app_;  // outlives the rest
     QObject tasks_;                      // what CallLater still owes ends with it
+    std::map<unsigned, QSocketNotifier*> watched_;
+    unsigned lastWatch_ = 0;
     std::atomic<bool> quit_ = false;
     int code_ = 0;
     CQtFonts fonts_;

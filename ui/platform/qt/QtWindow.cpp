@@ -126,6 +126,16 @@ float CQtWindow::GetScale() const {
     return IsOpen() ? std::max(1.0F, static_cast<float>(view_->devicePixelRatioF())) : 1.0F;
 }
 
+void CQtWindow::SetFullScreen(bool full) {
+    if (!IsOpen()) return;
+    view_->setWindowState(full ? view_->windowState() | Qt::WindowFullScreen
+                               : view_->windowState() & ~Qt::WindowFullScreen);
+}
+
+bool CQtWindow::IsFullScreen() const {
+    return IsOpen() && view_->isFullScreen();
+}
+
 QWidget* CQtWindow::Widget() const {
     return IsOpen() ? view_ : nullptr;
 }
