@@ -15,6 +15,10 @@ namespace Lx {
 
 class CWindow;
 
+// Whether the desktop may be asked to open it: http, https or mailto, in printable ASCII, and mail that says who, what
+// about and what, and attaches nothing.
+[[nodiscard]] bool IsPublicAddress(const std::string& address);
+
 // One per application.
 class CAppBackend {
   public:
@@ -40,7 +44,7 @@ class CAppBackend {
     virtual unsigned Watch(int fd, std::function<void()> ready);
     virtual void Unwatch(unsigned id);
     virtual void SetClipboard(const std::string& utf8);
-    // With the person's program for it: only http, https and mailto. False when nothing could be started.
+    // With the person's program for it, when IsPublicAddress. False when nothing could be started.
     [[nodiscard]] virtual bool OpenAddress(const std::string& address);
     // The folder of a file, with the file marked where the desktop can.
     virtual void ShowInFolder(const std::string& path);
@@ -104,8 +108,8 @@ struct FileDialogRequest {
 [[nodiscard]] bool RunPlatformFileDialog(const FileDialogRequest& request, std::string& path);
 
 struct MenuItem {
-    std::string text;      // empty: a line between others
-    std::string shortcut;  // shown beside it: "Ctrl+O"
+    std::string text{};      // empty: a line between others
+    std::string shortcut{};  // shown beside it: "Ctrl+O"
     bool enabled = true;
     bool checkable = false, checked = false;
     std::vector<MenuItem> items{};  // of a menu inside the menu

@@ -29,6 +29,9 @@ class CQtApp : public CAppBackend {
     void CallLater(unsigned ms, std::function<void()> task) override;
     void Post(std::function<void()> task) override;
     CCanvas* MeasuringCanvas() override { return &measuring_; }
+    [[nodiscard]] bool OpenAddress(const std::string& address) override;
+    void ShowInFolder(const std::string& path) override;
+    void AskAppearance(std::function<void(ThemeSet)> told) override;
 
     [[nodiscard]] CQtFonts& Fonts() { return fonts_; }
 
@@ -44,6 +47,7 @@ class CQtApp : public CAppBackend {
     QImage nowhere_;
     QPainter painter_;
     CQtCanvas measuring_;
+    std::unique_ptr<QObject> appearance_;
 };
 
 // Runs what belongs to the program; an exception that it lets out ends here, with a line on standard error.

@@ -32,6 +32,7 @@ class CQtWindow : public CWindowImpl {
     bool KillTimer(unsigned id) override;
     void FlushPaint() override;
     [[nodiscard]] float GetScale() const override;
+    [[nodiscard]] Size WorkArea() const override;
 
     // Null once the window is closed.
     [[nodiscard]] QWidget* Widget() const;
