@@ -1,8 +1,8 @@
 // A window system for tests: nothing is shown, everything is recorded, and the test plays the user. Each test starts
 // with an Aplicacion.
 // Modal loops and Run() take what "happens" from ElMundo().guion, one function per turn; a loop that finds it empty
-// while it still waits throws, so that a test can't hang. What other threads post comes first, and is waited for while
-// ElMundo().ocupado says that more will come.
+// while it still waits throws, so that a test can't hang. What other threads post and what is watched comes first, and
+// is waited for while ElMundo().ocupado says that more will come.
 #pragma once
 
 #include <deque>
@@ -82,6 +82,12 @@ class Lienzo : public Lx::CCanvas, public Apuntes {
     void FillGradient(const Lx::Rect& r, const Lx::Color& a, const Lx::Color& b, float giro) override {
         Apuntar("FillGradient", r, a, b, giro);
     }
+    [[nodiscard]] float DeviceScale() const override;
+    // Told by the picture's size, as an image is: "DrawPixels 4x2 0,0,4,2 10,10,4,2".
+    void DrawPixels(const unsigned char*, int w, int h, int, const Lx::Rect& de, const Lx::Rect& a) override {
+        Apuntar("DrawPixels", Lx::Size{w, h}, de, a);
+    }
+    void FillDevice(const Lx::Rect& r, const Lx::Color& c) override { Apuntar("FillDevice", r, c); }
 };
 
 // The platform side of one window: De(ventana). It writes down neither timers nor invalidations.
@@ -104,11 +110,14 @@ class Ventana : public Lx::CWindowImpl, public Apuntes {
     bool SetTimer(unsigned, unsigned) override { return true; }
     bool KillTimer(unsigned) override { return true; }
     void FlushPaint() override { Apuntar("FlushPaint"); }
+    void SetFullScreen(bool si) override { Apuntar("SetFullScreen", int{completa = si}); }
+    [[nodiscard]] bool IsFullScreen() const override { return completa; }
     [[nodiscard]] float GetScale() const override;
     [[nodiscard]] Lx::Size WorkArea() const override;
 
     int invalidaciones = 0;
     bool cerrada = false;
+    bool completa = false;
 
   private:
     void Desmontar();
@@ -129,6 +138,7 @@ struct Mundo {
     std::deque<std::function<void()>> guion;  // what happens in the loops, in order
     std::vector<Tarea> tareas;                // CallLater; see HacerTareas
     std::function<bool()> ocupado;            // threads are at work for the windows
+    std::string portapapeles;
     Lienzo medidor;
     int ventanasVivas = 0;
     std::vector<Lx::CWindow*> abiertas;  // those that have a platform window, the last one on top

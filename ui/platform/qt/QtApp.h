@@ -5,9 +5,11 @@
 #include <QImage>
 #include <QObject>
 #include <QPainter>
+#include <QSocketNotifier>
 #include <QWidget>
 #include <atomic>
 #include <functional>
+#include <map>
 #include <memory>
 
 #include "ui/LxBackend.h"
@@ -32,6 +34,9 @@ class CQtApp : public CAppBackend {
     [[nodiscard]] bool OpenAddress(const std::string& address) override;
     void ShowInFolder(const std::string& path) override;
     void AskAppearance(std::function<void(ThemeSet)> told) override;
+    unsigned Watch(int fd, std::function<void()> ready) override;
+    void Unwatch(unsigned id) override;
+    void SetClipboard(const std::string& utf8) override;
 
     [[nodiscard]] CQtFonts& Fonts() { return fonts_; }
 
@@ -40,6 +45,8 @@ class CQtApp : public CAppBackend {
   private:
     std::unique_ptr<QApplication> app_;  // outlives the rest
     QObject tasks_;                      // what CallLater still owes ends with it
+    std::map<unsigned, QSocketNotifier*> watched_;
+    unsigned lastWatch_ = 0;
     std::atomic<bool> quit_ = false;
     int code_ = 0;
     CQtFonts fonts_;

@@ -142,6 +142,16 @@ Size CQtWindow::WorkArea() const {
     return {std::max(1, room.width()), std::max(1, room.height())};
 }
 
+void CQtWindow::SetFullScreen(bool full) {
+    if (!IsOpen()) return;
+    view_->setWindowState(full ? view_->windowState() | Qt::WindowFullScreen
+                               : view_->windowState() & ~Qt::WindowFullScreen);
+}
+
+bool CQtWindow::IsFullScreen() const {
+    return IsOpen() && view_->isFullScreen();
+}
+
 QWidget* CQtWindow::Widget() const {
     return IsOpen() ? view_ : nullptr;
 }

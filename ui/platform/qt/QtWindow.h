@@ -33,6 +33,8 @@ class CQtWindow : public CWindowImpl {
     void FlushPaint() override;
     [[nodiscard]] float GetScale() const override;
     [[nodiscard]] Size WorkArea() const override;
+    void SetFullScreen(bool full) override;
+    [[nodiscard]] bool IsFullScreen() const override;
 
     // Null once the window is closed.
     [[nodiscard]] QWidget* Widget() const;
