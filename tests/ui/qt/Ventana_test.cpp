@@ -82,8 +82,8 @@ TEST(Ventana, EntregaRatonYTeclado) {
         {{"F3", "F5"}, {"tecla 286 0"}},  // a handler throws
         {{"ctrl+plus", "ctrl+KP_Add", "ctrl+equal", "ctrl+minus", "ctrl+KP_Subtract", "ctrl+0"},
          {"atajo + 2", "atajo + 2", "atajo + 3", "atajo - 2", "atajo - 2", "atajo 0 2"}},
-        {{"F6"}, {"avisado"}},
-        {{"F9", "ctrl+a", "ctrl+v"}, {"texto del portapapeles"}},
+        {{"ctrl+j"}, {"avisado"}},
+        {{"ctrl+k", "ctrl+a", "ctrl+v"}, {"texto del portapapeles"}},
         {{"F11"}, {"medida 1280 960"}},
         {{"F11"}, {"medida 1180 700"}},
     };
@@ -144,14 +144,14 @@ TEST(Ventana, UnDialogoBloqueaYElCierrePuedeNegarse) {
 
 TEST(Ventana, LaUltimaQueSeCierraAcabaElPrograma) {
     Galeria g;
-    g.Pulsar("F7");
+    g.Pulsar("ctrl+n");
     EXPECT_TRUE(g.Ve("ventanas 1 2"));
     const std::string otra = g.EsperarVentana("Otra galería");
     g.Cerrar(g.ventana);
     EXPECT_TRUE(g.Ve("fin\nborrada"));
     g.Clic(otra, 90, 64);
     EXPECT_TRUE(g.Ve("pulsado"));
-    g.Pulsar("F8");
+    g.Pulsar("ctrl+t");
     EXPECT_TRUE(g.Ve("tema"));
     g.Cerrar(otra);
     EXPECT_EQ(g.Esperar(), 0) << g.Errores();
@@ -197,10 +197,37 @@ TEST(Ventana, ElDialogoDeFicherosEligeYCancela) {
     EXPECT_NE(g.EsperarVentana("Elegir documento"), "");
     g.Pulsar("Escape");
     EXPECT_TRUE(g.Ve("fichero 2 "));
+    g.Pulsar("F7");
+    EXPECT_NE(g.EsperarVentana("Guardar como"), "");
+    g.Teclear(carpeta / "nuevo.pdf");
+    g.Pulsar("Return");
+    EXPECT_TRUE(g.Ve("fichero 1 " + carpeta / "nuevo.pdf")) << g.Resto();
     g.Cerrar(g.ventana);
     EXPECT_EQ(g.Esperar(), 0);
     EXPECT_EQ(g.EjecutarAqui({"sh", "-c", "find $HOME -type f ! -path '*/openbox/*'"}).texto, "")
         << "no history of what was opened";
+}
+
+TEST(Ventana, ElMenuDaLaOrdenElegidaYSeVaConSuVentana) {
+    Galeria g;
+    const Filas<std::vector<const char*>, const char*> casos = {
+        {{"F6", "Down", "Return"}, "menu 1"},
+        {{"F6", "Down", "Down", "Right", "Return"}, "menu 2"},
+        {{"F6", "Up", "Return"}, "menu 4"},  // over the one that is disabled
+        {{"F6", "Escape"}, "menu 0"},
+    };
+    for (const auto& [teclas, linea] : casos) {
+        for (const char* tecla : teclas) {
+            g.Pulsar(tecla);
+            Pausa(150);
+        }
+        EXPECT_TRUE(g.Ve(linea)) << g.Resto();
+    }
+    g.Pulsar("F6");
+    Pausa(300);
+    g.Cerrar(g.ventana);
+    EXPECT_TRUE(g.Ve("menu 0")) << g.Resto();
+    EXPECT_EQ(g.Esperar(), 0);
 }
 
 TEST(Ventana, LasAyudasTecnicasVenYActuan) {
