@@ -42,15 +42,17 @@ class CCanvas {
     // Nothing when the file can't be read as a picture.
     virtual void DrawImageFile(const std::string& path, const Rect& dest) = 0;
     // `angle` in degrees: 0 runs from left to right, and it grows clockwise.
+    virtual void FillGradient(const Rect& rect, const Color& from, const Color& to, float angle) = 0;
+
     // Beyond the list. What is placed exactly is placed in device pixels of the window, whatever was translated or
     // scaled; the clip holds. Device pixels in one client pixel:
-    [[nodiscard]] virtual float DeviceScale() { return 1; }
-    // The part `source` of the picture into `device`: copied where they are of one size, else scaled. The rows are
-    // read during the call and neither kept nor converted.
+    [[nodiscard]] virtual float DeviceScale() const = 0;
+    // The part `source` of a picture of B, G, R, x bytes into `device`: copied where they are of one size, else scaled.
+    // The rows lie at multiples of 4, `stride` bytes apart; they are read during the call and neither kept nor
+    // converted. Nothing for a part that doesn't lie in the picture.
     virtual void DrawPixels(const unsigned char* rows, int width, int height, int stride, const Rect& source,
-                            const Rect& device);
-    virtual void FillDevice(const Rect& device, const Color& color);
-    virtual void FillGradient(const Rect& rect, const Color& from, const Color& to, float angle) = 0;
+                            const Rect& device) = 0;
+    virtual void FillDevice(const Rect& device, const Color& color) = 0;
 };
 
 // Save now, Restore at the end of the scope.

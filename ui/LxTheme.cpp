@@ -107,6 +107,10 @@ const Color& ThemeColor(ColorRole role, ThemeSet set) {
     return set == ThemeSet::Dark ? row.dark : row.light;
 }
 
+ThemeSet CurrentTheme() {
+    return g_set;
+}
+
 const Color& ThemeColor(ColorRole role) {
     return ThemeColor(role, g_set);
 }

@@ -91,6 +91,7 @@ enum class ColorRole : size_t {
 enum class ThemeSet { Light, Dark };
 
 [[nodiscard]] const Color& ThemeColor(ColorRole role, ThemeSet set);
+[[nodiscard]] ThemeSet CurrentTheme();
 // Of the set in force.
 [[nodiscard]] const Color& ThemeColor(ColorRole role);
 // For what is made from now on: windows and controls take their colours when they are made. At the start it is Light.

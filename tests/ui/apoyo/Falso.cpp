@@ -1,10 +1,13 @@
 #include "tests/ui/apoyo/Falso.h"
 
+#include <poll.h>
+
 #include <algorithm>
 #include <charconv>
 #include <chrono>
 #include <condition_variable>
 #include <cstdio>
+#include <map>
 #include <mutex>
 #include <stdexcept>
 #include <utility>
@@ -41,22 +44,56 @@ class Backend : public Lx::CAppBackend {
         more_.notify_all();
     }
     Lx::CCanvas* MeasuringCanvas() override { return &ElMundo().medidor; }
+    bool OpenAddress(const std::string& address) override {
+        if (!Lx::IsPublicAddress(address)) return false;
+        ElMundo().direcciones.push_back(address);
+        return true;
+    }
+    void ShowInFolder(const std::string& path) override { ElMundo().carpetas.push_back(path); }
+    void AskAppearance(std::function<void(Lx::ThemeSet)> told) override { ElMundo().apariencia = std::move(told); }
+    unsigned Watch(int fd, std::function<void()> ready) override {
+        watched_[++lastWatch_] = {fd, std::move(ready)};
+        return lastWatch_;
+    }
+    void Unwatch(unsigned id) override { watched_.erase(id); }
+    void SetClipboard(const std::string& utf8) override { ElMundo().portapapeles = utf8; }
 
-    // False when nothing was posted; first it is waited for, if threads are at work.
+    // False when nothing was posted and nothing can be read; first it is waited for, if threads are at work.
     bool RunPosted() {
+        bool told = TellWatchers();
         std::unique_lock guard(mutex_);
         const auto end = std::chrono::steady_clock::now() + kPatience;
-        while (posted_.empty() && ElMundo().ocupado && ElMundo().ocupado()) {
+        while (!told && posted_.empty() && ElMundo().ocupado && ElMundo().ocupado()) {
             more_.wait_for(guard, std::chrono::milliseconds(2));
             if (std::chrono::steady_clock::now() > end) throw std::logic_error("un trabajo no acaba");
+            guard.unlock();
+            told = TellWatchers();
+            guard.lock();
         }
         const auto tasks = std::exchange(posted_, {});
         guard.unlock();
         for (const auto& task : tasks) task();
-        return !tasks.empty();
+        return told || !tasks.empty();
     }
 
   private:
+    struct Watcher {
+        int fd = -1;
+        std::function<void()> ready;
+    };
+
+    bool TellWatchers() {
+        bool told = false;
+        // A handler may end any of them, itself too.
+        for (const auto& [id, copy] : std::map(watched_)) {
+            pollfd readable{copy.fd, POLLIN, 0};
+            if (!watched_.contains(id) || poll(&readable, 1, 0) != 1) continue;
+            copy.ready();
+            told = true;
+        }
+        return told;
+    }
+
     static void Turno() {
         auto& guion = ElMundo().guion;
         if (guion.empty()) throw std::logic_error("el guion se ha acabado y un bucle sigue esperando");
@@ -70,6 +107,8 @@ class Backend : public Lx::CAppBackend {
     std::mutex mutex_;
     std::condition_variable more_;
     std::vector<std::function<void()>> posted_;
+    std::map<unsigned, Watcher> watched_;
+    unsigned lastWatch_ = 0;
 };
 
 bool Enviar(Lx::CWindow& ventana, Lx::Event& ev) {
@@ -99,6 +138,9 @@ Aplicacion::~Aplicacion() {
     ElMundo().ocupado = nullptr;
     ElMundo().abrirPdf = nullptr;
     ElMundo().elegirFichero = nullptr;
+    ElMundo().elegirOrden = nullptr;
+    ElMundo().imprimir = nullptr;
+    ElMundo().apariencia = nullptr;
 }
 
 std::string Texto(const Lx::Color& c) {
@@ -117,6 +159,10 @@ Lx::Size Lienzo::MeasureText(const std::string& utf8, const std::string&, int al
     const auto letras =
         static_cast<int>(utf8.size()) - static_cast<int>(std::count_if(utf8.begin(), utf8.end(), sigue));
     return {letras * (negrita ? 8 : 7), alto + 4};
+}
+
+float Lienzo::DeviceScale() const {
+    return ElMundo().escala;
 }
 
 Ventana::~Ventana() {
@@ -151,6 +197,10 @@ void Ventana::Desmontar() {
 
 float Ventana::GetScale() const {
     return ElMundo().escala;
+}
+
+Lx::Size Ventana::WorkArea() const {
+    return ElMundo().areaDeTrabajo;
 }
 
 Lx::CWindow& Arriba() {
@@ -231,6 +281,19 @@ bool Orden(Lx::CWindow& ventana, Lx::EditCommand orden, std::string* texto) {
     return consumida;
 }
 
+std::function<int(const std::vector<Lx::MenuItem>&)> Elegir(const std::string& texto) {
+    return [texto](const std::vector<Lx::MenuItem>& ordenes) {
+        std::vector<Lx::MenuItem> quedan = ordenes;
+        while (!quedan.empty()) {
+            const Lx::MenuItem una = std::move(quedan.back());
+            quedan.pop_back();
+            if (una.text == texto && una.enabled && una.items.empty()) return una.command;
+            quedan.insert(quedan.end(), una.items.begin(), una.items.end());
+        }
+        throw std::logic_error("el menú no tiene " + texto);
+    };
+}
+
 void HastaQue(const std::function<bool()>& cumplido) {
     auto& backend = static_cast<Backend&>(*Lx::LxApp::s_pApp->backend);
     const auto fin = std::chrono::steady_clock::now() + kPatience;
@@ -273,6 +336,17 @@ CWindowImpl* CreatePlatformWindowImpl() {
 bool RunPlatformFileDialog(const FileDialogRequest& request, std::string& path) {
     const auto elegir = Falso::ElMundo().elegirFichero;
     return elegir && elegir(request, path);
+}
+
+int RunPlatformMenu(CWindow* /*owner*/, const std::vector<MenuItem>& items, const Point& /*at*/) {
+    const auto elegir = Falso::ElMundo().elegirOrden;
+    return elegir ? elegir(items) : 0;
+}
+
+std::unique_ptr<IPrintJob> RunPlatformPrintDialog(const PrintRequest& request, std::string& error) {
+    const auto imprimir = Falso::ElMundo().imprimir;
+    error.clear();
+    return imprimir ? imprimir(request, error) : nullptr;
 }
 
 Pdf::IDocument* Pdf::Open(const std::string& path, std::string& error) {

@@ -1,12 +1,13 @@
 // A window system for tests: nothing is shown, everything is recorded, and the test plays the user. Each test starts
 // with an Aplicacion.
 // Modal loops and Run() take what "happens" from ElMundo().guion, one function per turn; a loop that finds it empty
-// while it still waits throws, so that a test can't hang. What other threads post comes first, and is waited for while
-// ElMundo().ocupado says that more will come.
+// while it still waits throws, so that a test can't hang. What other threads post and what is watched comes first, and
+// is waited for while ElMundo().ocupado says that more will come.
 #pragma once
 
 #include <deque>
 #include <functional>
+#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
@@ -81,6 +82,12 @@ class Lienzo : public Lx::CCanvas, public Apuntes {
     void FillGradient(const Lx::Rect& r, const Lx::Color& a, const Lx::Color& b, float giro) override {
         Apuntar("FillGradient", r, a, b, giro);
     }
+    [[nodiscard]] float DeviceScale() const override;
+    // Told by the picture's size, as an image is: "DrawPixels 4x2 0,0,4,2 10,10,4,2".
+    void DrawPixels(const unsigned char*, int w, int h, int, const Lx::Rect& de, const Lx::Rect& a) override {
+        Apuntar("DrawPixels", Lx::Size{w, h}, de, a);
+    }
+    void FillDevice(const Lx::Rect& r, const Lx::Color& c) override { Apuntar("FillDevice", r, c); }
 };
 
 // The platform side of one window: De(ventana). It writes down neither timers nor invalidations.
@@ -103,10 +110,14 @@ class Ventana : public Lx::CWindowImpl, public Apuntes {
     bool SetTimer(unsigned, unsigned) override { return true; }
     bool KillTimer(unsigned) override { return true; }
     void FlushPaint() override { Apuntar("FlushPaint"); }
+    void SetFullScreen(bool si) override { Apuntar("SetFullScreen", int{completa = si}); }
+    [[nodiscard]] bool IsFullScreen() const override { return completa; }
     [[nodiscard]] float GetScale() const override;
+    [[nodiscard]] Lx::Size WorkArea() const override;
 
     int invalidaciones = 0;
     bool cerrada = false;
+    bool completa = false;
 
   private:
     void Desmontar();
@@ -127,6 +138,7 @@ struct Mundo {
     std::deque<std::function<void()>> guion;  // what happens in the loops, in order
     std::vector<Tarea> tareas;                // CallLater; see HacerTareas
     std::function<bool()> ocupado;            // threads are at work for the windows
+    std::string portapapeles;
     Lienzo medidor;
     int ventanasVivas = 0;
     std::vector<Lx::CWindow*> abiertas;  // those that have a platform window, the last one on top
@@ -135,6 +147,13 @@ struct Mundo {
     std::function<Lx::Pdf::IDocument*(const std::string& ruta, std::string& error)> abrirPdf;
     // RunPlatformFileDialog; unset it is cancelled.
     std::function<bool(const Lx::FileDialogRequest& peticion, std::string& ruta)> elegirFichero;
+    // RunPlatformMenu; unset nothing is chosen. Elegir(text) makes one that chooses by the text of the entry.
+    std::function<int(const std::vector<Lx::MenuItem>& ordenes)> elegirOrden;
+    // RunPlatformPrintDialog; unset it is cancelled.
+    std::function<std::unique_ptr<Lx::IPrintJob>(const Lx::PrintRequest& peticion, std::string& error)> imprimir;
+    Lx::Size areaDeTrabajo;                          // of every window
+    std::vector<std::string> direcciones, carpetas;  // OpenAddress, ShowInFolder
+    std::function<void(Lx::ThemeSet)> apariencia;    // what AskAppearance was given
 };
 Mundo& ElMundo();
 
@@ -167,6 +186,9 @@ bool Tecla(Lx::CWindow& ventana, Lx::KeyCode tecla, uint32_t modificadores = 0);
 void Teclear(Lx::CWindow& ventana, const std::string& utf8);
 // `texto` is the clipboard's for Paste, and afterwards what the control put there.
 bool Orden(Lx::CWindow& ventana, Lx::EditCommand orden, std::string* texto = nullptr);
+
+// Chooses the enabled entry of that text, also in a menu inside the menu; throws without one.
+std::function<int(const std::vector<Lx::MenuItem>&)> Elegir(const std::string& texto);
 
 // Goes round the loop until it is true; throws when that takes too long.
 void HastaQue(const std::function<bool()>& cumplido);

@@ -6,6 +6,7 @@
 #include <xcb/xcb.h>
 
 #include <QAbstractEventDispatcher>
+#include <QClipboard>
 #include <QDir>
 #include <QEventLoop>
 #include <QIcon>
@@ -152,6 +153,26 @@ void CQtApp::CallLater(unsigned ms, std::function<void()> task) {
 void CQtApp::Post(std::function<void()> task) {
     QMetaObject::invokeMethod(
         &tasks_, [task = std::move(task)] { Contain(task); }, Qt::QueuedConnection);
+}
+
+unsigned CQtApp::Watch(int fd, std::function<void()> ready) {
+    auto* notifier = new QSocketNotifier(fd, QSocketNotifier::Read, &tasks_);
+    QObject::connect(notifier, &QSocketNotifier::activated, notifier, [ready = std::move(ready)] { Contain(ready); });
+    watched_[++lastWatch_] = notifier;
+    return lastWatch_;
+}
+
+void CQtApp::Unwatch(unsigned id) {
+    const auto watched = watched_.find(id);
+    if (watched == watched_.end()) return;
+    // It may be the one that is being told.
+    watched->second->setEnabled(false);
+    watched->second->deleteLater();
+    watched_.erase(watched);
+}
+
+void CQtApp::SetClipboard(const std::string& utf8) {
+    QGuiApplication::clipboard()->setText(QString::fromStdString(utf8));
 }
 
 void Contain(const std::function<void()>& task) {

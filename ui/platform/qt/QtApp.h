@@ -5,9 +5,11 @@
 #include <QImage>
 #include <QObject>
 #include <QPainter>
+#include <QSocketNotifier>
 #include <QWidget>
 #include <atomic>
 #include <functional>
+#include <map>
 #include <memory>
 
 #include "ui/LxBackend.h"
@@ -29,6 +31,12 @@ class CQtApp : public CAppBackend {
     void CallLater(unsigned ms, std::function<void()> task) override;
     void Post(std::function<void()> task) override;
     CCanvas* MeasuringCanvas() override { return &measuring_; }
+    [[nodiscard]] bool OpenAddress(const std::string& address) override;
+    void ShowInFolder(const std::string& path) override;
+    void AskAppearance(std::function<void(ThemeSet)> told) override;
+    unsigned Watch(int fd, std::function<void()> ready) override;
+    void Unwatch(unsigned id) override;
+    void SetClipboard(const std::string& utf8) override;
 
     [[nodiscard]] CQtFonts& Fonts() { return fonts_; }
 
@@ -37,6 +45,8 @@ class CQtApp : public CAppBackend {
   private:
     std::unique_ptr<QApplication> app_;  // outlives the rest
     QObject tasks_;                      // what CallLater still owes ends with it
+    std::map<unsigned, QSocketNotifier*> watched_;
+    unsigned lastWatch_ = 0;
     std::atomic<bool> quit_ = false;
     int code_ = 0;
     CQtFonts fonts_;
@@ -44,6 +54,7 @@ class CQtApp : public CAppBackend {
     QImage nowhere_;
     QPainter painter_;
     CQtCanvas measuring_;
+    std::unique_ptr<QObject> appearance_;
 };
 
 // Runs what belongs to the program; an exception that it lets out ends here, with a line on standard error.

@@ -15,6 +15,8 @@ namespace {
 constexpr qsizetype kLongestLine = 8192;
 // A picture shown larger than this is scaled as it is drawn: the copy would cost more memory than it saves time.
 constexpr qint64 kLargestCopy = 32'000'000;
+// Device pixels that are interpolated in a fraction of a frame.
+constexpr qint64 kSmoothPixels = 2'000'000;
 
 QColor ColorOf(const Color& c) {
     return {c.r, c.g, c.b, c.a};
@@ -282,6 +284,40 @@ void CQtCanvas::FillGradient(const Rect& rect, const Color& from, const Color& t
     gradient.setColorAt(0, ColorOf(from));
     gradient.setColorAt(1, ColorOf(to));
     painter_.fillRect(r, gradient);
+}
+
+float CQtCanvas::DeviceScale() const {
+    return static_cast<float>(painter_.device()->devicePixelRatioF());
+}
+
+void CQtCanvas::InDevice(const Rect& device, const std::function<void(const QRect&)>& draw) {
+    const qreal ratio = painter_.device()->devicePixelRatioF();
+    const QTransform toClient = QTransform::fromScale(1 / ratio, 1 / ratio);
+    const QRect target(device.x, device.y, device.w, device.h);
+    if (target.isEmpty() || !dirty_.intersects(toClient.mapRect(QRectF(target)).toAlignedRect())) return;
+    painter_.save();
+    painter_.setWorldTransform(toClient);
+    draw(target);
+    painter_.restore();
+}
+
+void CQtCanvas::DrawPixels(const unsigned char* rows, int width, int height, int stride, const Rect& source,
+                           const Rect& device) {
+    const QRect part(source.x, source.y, source.w, source.h);
+    if (rows == nullptr || width < 1 || height < 1 || stride / 4 < width || stride % 4 != 0) return;
+    if (part.isEmpty() || !QRect(0, 0, width, height).contains(part)) return;
+    const qreal ratio = painter_.device()->devicePixelRatioF();
+    InDevice(device, [&](const QRect& target) {
+        const QImage picture(rows, width, height, stride, QImage::Format_RGB32);
+        const QRect shown = target & QRect(QPoint(0, 0), (QSizeF(painter_.viewport().size()) * ratio).toSize());
+        painter_.setRenderHint(QPainter::SmoothPixmapTransform,
+                               qint64{shown.width()} * shown.height() <= kSmoothPixels);
+        painter_.drawImage(target, picture, part);
+    });
+}
+
+void CQtCanvas::FillDevice(const Rect& device, const Color& color) {
+    InDevice(device, [&](const QRect& target) { painter_.fillRect(target, ColorOf(color)); });
 }
 
 }  // namespace Lx

@@ -6,6 +6,7 @@
 #include <QImage>
 #include <QPainter>
 #include <QRegion>
+#include <functional>
 #include <map>
 #include <string>
 #include <tuple>
@@ -83,6 +84,10 @@ class CQtCanvas : public CCanvas {
     bool DrawImageRGBA(const unsigned char* rgba, int width, int height, const Rect& dest) override;
     void DrawImageFile(const std::string& path, const Rect& dest) override;
     void FillGradient(const Rect& rect, const Color& from, const Color& to, float angle) override;
+    [[nodiscard]] float DeviceScale() const override;
+    void DrawPixels(const unsigned char* rows, int width, int height, int stride, const Rect& source,
+                    const Rect& device) override;
+    void FillDevice(const Rect& device, const Color& color) override;
 
   private:
     // Whether any of the rect has to be painted.
@@ -90,6 +95,8 @@ class CQtCanvas : public CCanvas {
     // Pen and brush; false when there is nothing to draw.
     bool Fill(const Rect& rect, const Color& color);
     bool Stroke(const QRectF& inner, const Color& color, float width);
+    // What `draw` draws is in device pixels.
+    void InDevice(const Rect& device, const std::function<void(const QRect&)>& draw);
 
     QPainter& painter_;
     CQtFonts& fonts_;
