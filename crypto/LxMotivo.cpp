@@ -26,6 +26,9 @@ constexpr struct {
     {Motivo::Certificado, "Certificado", ""},
     {Motivo::Cambiado, "Cambiado",
      "espera a que ningún otro programa lo esté escribiendo, míralo otra vez y fírmalo entonces."},
+    {Motivo::PaginasDistintas, "PaginasDistintas",
+     "ábrelo de nuevo; si sigue igual, pide otra copia a quien lo hizo: unos programas muestran unas páginas y otros, "
+     "otras."},
     {Motivo::CertificadoInutil, "CertificadoInutil",
      "elige otro certificado: la lista dice con cuáles se puede firmar."},
     {Motivo::SinCertificados, "SinCertificados",

@@ -12,16 +12,17 @@ enum class Motivo : unsigned char {
     Ninguno,
 
     // The document can't be read or isn't one that can be signed.
-    NoSeLee,      // the file can't be opened, or its device fails
-    NoEsPdf,      // no %PDF- or no startxref
-    Danado,       // the structure can't be read, nor be rebuilt
-    Ambiguo,      // programs read it in different ways: what one of them shows need not be what gets signed
-    Cifrado,      // /Encrypt
-    Filtro,       // the structure is compressed by a filter other than FlateDecode
-    Excesivo,     // larger, deeper or more than is read
-    SinPaginas,   // no page in the tree
-    Certificado,  // DocMDP or a signed lock allows no further change
-    Cambiado,     // the file was changed while it was read
+    NoSeLee,           // the file can't be opened, or its device fails
+    NoEsPdf,           // no %PDF- or no startxref
+    Danado,            // the structure can't be read, nor be rebuilt
+    Ambiguo,           // programs read it in different ways: what one of them shows need not be what gets signed
+    Cifrado,           // /Encrypt
+    Filtro,            // the structure is compressed by a filter other than FlateDecode
+    Excesivo,          // larger, deeper or more than is read
+    SinPaginas,        // no page in the tree
+    Certificado,       // DocMDP or a signed lock allows no further change
+    Cambiado,          // the file was changed while it was read
+    PaginasDistintas,  // the signer finds another number of pages than the person was shown
 
     // No certificate to sign with.
     CertificadoInutil,       // no valid certificate, or one that the engine can't sign with

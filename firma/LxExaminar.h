@@ -13,7 +13,7 @@ namespace Lx::Firma {
 struct FirmaAnterior {
     std::string nombre;   // of its certificate or its /Name, fit to be shown; may be empty
     std::string momento;  // its /M as "dd/mm/aaaa hh:mm"; may be empty
-    int32_t pagina = -1;  // from 0, of its widget; -1: shown nowhere
+    int32_t pagina = -1;  // from 0, where it is seen; -1: nowhere, or not known
     bool sello = false;   // a document time stamp
 };
 

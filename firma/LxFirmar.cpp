@@ -160,6 +160,7 @@ LxPdfSigner::Resultado FirmarDocumentos::Intentar(const Hecho& hecho, const std:
     LxPdfSigner::Opciones opciones{encargo_.modo, encargo_.paginas, true};
     opciones.reemplazar = encargo_.reemplazar;
     opciones.control = &control;
+    opciones.paginasVistas = encargo_.paginasVistas;
     if (encargo_.salida.empty()) {
         opciones.otroNombre = [this, &hecho, quedan = kNombres](const std::string&) mutable {
             return quedan-- > 0 ? NombreLibre(hecho.entrada, encargo_.carpeta) : std::string();

@@ -39,6 +39,8 @@ struct Opciones {
     // Progress, and cancelling until the callback is called; from then on only the callback may heed it. Null: nobody
     // looks.
     Lx::Control* control = nullptr;
+    // Pages that the person has seen; another number of them is Motivo::PaginasDistintas. Below 1: not known.
+    int32_t paginasVistas = 0;
 };
 
 // A visible stamp: points from the top left corner of its page as it is seen (ISO 32000-1, 14.11.2: the crop box).

@@ -2,6 +2,10 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
+
+#include "pdf/LxSintaxis.h"
+#include "signer/PdfSello.h"
 
 namespace LxPdfSigner::Interno {
 
@@ -72,15 +76,22 @@ std::string Dia(const std::string& fecha) {
     return f.substr(6, 2) + "-" + f.substr(4, 2) + "-" + f.substr(0, 4);
 }
 
-// What a document says of itself goes into a sentence of ours: no line ends, not a novel.
-std::string Llano(std::string texto) {
-    constexpr size_t kLargo = 80;
-    for (char& c : texto)
-        if (static_cast<unsigned char>(c) < 0x20 || c == 0x7F) c = ' ';
-    if (texto.size() <= kLargo) return texto;
-    size_t corte = kLargo;
-    while (corte > 0 && (static_cast<unsigned char>(texto[corte]) & 0xC0) == 0x80) --corte;
-    return texto.substr(0, corte) + "…";
+// Code points that may not stand in a line of ours: controls, line ends, marks of direction, what has no width.
+constexpr struct {
+    char32_t desde, hasta;
+} kInvisibles[] = {
+    {0, 0x1F},        {0x7F, 0x9F},     {0xAD, 0xAD},     {0x34F, 0x34F},   {0x61C, 0x61C},     {0x115F, 0x1160},
+    {0x17B4, 0x17B5}, {0x180B, 0x180F}, {0x200B, 0x200F}, {0x2028, 0x202E}, {0x2060, 0x206F},   {0x3164, 0x3164},
+    {0xFE00, 0xFE0F}, {0xFEFF, 0xFEFF}, {0xFFA0, 0xFFA0}, {0xFFF0, 0xFFFC}, {0xE0000, 0xE0FFF},
+};
+
+// Of well-formed UTF-8.
+char32_t PuntoEn(std::string_view texto, size_t& pos) {
+    const auto primero = static_cast<unsigned char>(texto[pos++]);
+    char32_t punto = primero < 0x80 ? primero : primero & (primero < 0xE0 ? 0x1F : primero < 0xF0 ? 0x0F : 0x07);
+    for (; pos < texto.size() && (static_cast<unsigned char>(texto[pos]) & 0xC0) == 0x80; ++pos)
+        punto = punto << 6 | (static_cast<unsigned char>(texto[pos]) & 0x3F);
+    return punto;
 }
 
 std::string Nombrar(const std::vector<std::string>& nombres) {
@@ -93,6 +104,42 @@ std::string Nombrar(const std::vector<std::string>& nombres) {
 }
 
 }  // namespace
+
+bool Fallo(Resultado& r, Motivo motivo, std::string frase) {
+    r.motivo = motivo;
+    r.error = std::move(frase);
+    return false;
+}
+
+bool Fallo(Resultado& r, Aviso aviso) {
+    return Fallo(r, aviso.motivo, std::move(aviso.frase));
+}
+
+bool FalloPagina(Resultado& r) {
+    return Fallo(r, Motivo::Danado, "la pagina de referencia del PDF no es un diccionario legible.");
+}
+
+bool FalloPerderia(Resultado& r, const char* que) {
+    return Fallo(r, Motivo::Danado, std::string("no se pudo leer ") + que + " del PDF: firmar perderia datos.");
+}
+
+std::string Llano(const std::string& texto, size_t largo) {
+    // Through UTF-16, which leaves nothing that is no character.
+    const std::string entero = LxPdf::Utf8DeCadena(TextoPdfUtf16(texto));
+    std::string llano;
+    for (size_t pos = 0; pos < entero.size();) {
+        const size_t inicio = pos;
+        const char32_t punto = PuntoEn(entero, pos);
+        const bool fuera = std::any_of(std::begin(kInvisibles), std::end(kInvisibles),
+                                       [punto](const auto& f) { return punto >= f.desde && punto <= f.hasta; });
+        const bool blanco = fuera || punto == ' ';
+        if (blanco && (llano.empty() || llano.back() == ' ')) continue;
+        if (llano.size() + (pos - inicio) > largo) return llano + "…";
+        llano += blanco ? " " : entero.substr(inicio, pos - inicio);
+    }
+    if (llano.ends_with(' ')) llano.pop_back();
+    return llano;
+}
 
 Aviso Explicar(const LxPdf::Fallo& fallo, const std::string& entrada) {
     const auto* fila =

@@ -5,8 +5,19 @@
 
 #include "crypto/LxMotivo.h"
 #include "pdf/LxDocumento.h"
+#include "signer/LxPdfSigner.h"
 
 namespace LxPdfSigner::Interno {
+
+// The reason in `r`; false.
+bool Fallo(Resultado& r, Lx::Motivo motivo, std::string frase);
+bool Fallo(Resultado& r, Lx::Aviso aviso);
+bool FalloPagina(Resultado& r);
+bool FalloPerderia(Resultado& r, const char* que);
+
+// A text of somebody else's in a sentence of ours: well-formed, without line ends, what turns the direction of reading
+// or can't be seen, and cut after `largo` bytes.
+[[nodiscard]] std::string Llano(const std::string& texto, size_t largo = 80);
 
 // Reason and sentence for what the reading of `entrada` met.
 [[nodiscard]] Lx::Aviso Explicar(const LxPdf::Fallo& fallo, const std::string& entrada);

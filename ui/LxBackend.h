@@ -15,6 +15,10 @@ namespace Lx {
 
 class CWindow;
 
+// Whether the desktop may be asked to open it: http, https or mailto, in printable ASCII, and mail that says who, what
+// about and what, and attaches nothing.
+[[nodiscard]] bool IsPublicAddress(const std::string& address);
+
 // One per application.
 class CAppBackend {
   public:
@@ -40,13 +44,13 @@ class CAppBackend {
     virtual unsigned Watch(int fd, std::function<void()> ready) = 0;
     virtual void Unwatch(unsigned id) = 0;
     virtual void SetClipboard(const std::string& utf8) = 0;
-    // With the person's program for it: only http, https and mailto. False when nothing could be started.
-    [[nodiscard]] virtual bool OpenAddress(const std::string& address);
+    // With the person's program for it, when IsPublicAddress. False when nothing could be started.
+    [[nodiscard]] virtual bool OpenAddress(const std::string& address) = 0;
     // The folder of a file, with the file marked where the desktop can.
-    virtual void ShowInFolder(const std::string& path);
+    virtual void ShowInFolder(const std::string& path) = 0;
     // Asks the desktop which colours it wants, without waiting; `told` is called when it says so and each time that it
     // changes its mind.
-    virtual void AskAppearance(std::function<void(ThemeSet)> told);
+    virtual void AskAppearance(std::function<void(ThemeSet)> told) = 0;
 };
 
 // One per CWindow while its platform window exists.
@@ -85,7 +89,7 @@ class CWindowImpl {
     virtual void SetFullScreen(bool full) = 0;
     [[nodiscard]] virtual bool IsFullScreen() const = 0;
     // Client pixels that a window can have on its screen, without its frame. Empty: not known.
-    [[nodiscard]] virtual Size WorkArea() const;
+    [[nodiscard]] virtual Size WorkArea() const = 0;
 };
 
 // On the heap; the caller owns the result. No backend, after one line on standard error, when there is no display.
@@ -104,8 +108,8 @@ struct FileDialogRequest {
 [[nodiscard]] bool RunPlatformFileDialog(const FileDialogRequest& request, std::string& path);
 
 struct MenuItem {
-    std::string text;      // empty: a line between others
-    std::string shortcut;  // shown beside it: "Ctrl+O"
+    std::string text{};      // empty: a line between others
+    std::string shortcut{};  // shown beside it: "Ctrl+O"
     bool enabled = true;
     bool checkable = false, checked = false;
     std::vector<MenuItem> items{};  // of a menu inside the menu

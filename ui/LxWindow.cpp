@@ -36,6 +36,9 @@ CWindow::~CWindow() {
 }
 
 void CWindow::OnPaint(CCanvas* /*canvas*/) {}
+void CWindow::OnThemeChanged() {
+    backColor = InThemeNow(backColor, {ColorRole::Window, ColorRole::AppBackground});
+}
 bool CWindow::OnInit() {
     return true;
 }

@@ -68,5 +68,45 @@ TEST_F(Documentos, ElSelloSeVeEnLasPaginasElegidasYNoTapaAlAnterior) {
     EXPECT_THAT(Apoyo::LeerFichero(Ruta("lista.pdf")), HasSubstr("/Rect [50 76 "));
 }
 
+// Where the stamp is seen, as another program sees its words.
+TEST_F(Documentos, ElSitioDelSelloEsElQueSeVe) {
+    const std::string recorte = "/CropBox [30 20 400 500]";
+    const Apoyo::Filas<std::string, std::string, int32_t, double> filas = {
+        {"", "", 0, 5120},
+        {recorte, "", 0, 5120},
+        {"", recorte + " /Rotate 90", 0, 5120},
+        {recorte + " /Rotate 180", "/Rotate 90", 0, 5120},
+        {"/Rotate 7 0 R", "/CropBox [40 9999 8 0 R 10]", 0, 5120},
+        {"/CropBox [45 42 500 600] /Rotate -90", "", 0, 4800},
+        {"/CropBox [300 300 500 500]", "", 1, 5120},
+    };
+    for (const auto& [pagina, arbol, indice, area] : filas) {
+        SCOPED_TRACE(pagina + " " + arbol);
+        Apoyo::EscribirFichero(
+            Ruta("girado.pdf"),
+            Apoyo::PdfDe({"<< /Type /Catalog /Pages 2 0 R >>",
+                          "<< /Type /Pages /Kids [3 0 R 4 0 R] /Count 2 /MediaBox [0 0 595 842] " + arbol + " >>",
+                          "<< /Type /Page /Parent 2 0 R " + pagina + " >>", "<< /Type /Page /Parent 2 0 R >>", "null",
+                          "null", "270", "9999"}));
+        const Estampa e = FirmarComo("girado.pdf", "visto.pdf", {3, "", true, true}).estampa;
+        ASSERT_EQ(e.pagina, indice);
+        const std::string n = std::to_string(indice + 1);
+        const std::string cajas =
+            Apoyo::Exigir({"pdftotext", "-bbox", "-cropbox", "-f", n, "-l", n, Ruta("visto.pdf"), "-"});
+        double x1 = 0, y1 = 0, x2 = 0, y2 = 0, izquierda = 1e9, arriba = 1e9, derecha = 0, abajo = 0;
+        for (size_t pos = cajas.find("<word "); pos != cajas.npos; pos = cajas.find("<word ", pos + 1)) {
+            const char* forma = R"(<word xMin="%lf" yMin="%lf" xMax="%lf" yMax="%lf")";
+            ASSERT_EQ(sscanf(cajas.c_str() + pos, forma, &x1, &y1, &x2, &y2), 4);
+            izquierda = std::min(izquierda, x1), arriba = std::min(arriba, y1);
+            derecha = std::max(derecha, x2), abajo = std::max(abajo, y2);
+        }
+        EXPECT_TRUE(e.izquierda < izquierda && izquierda < e.izquierda + 50) << izquierda;
+        EXPECT_TRUE(e.derecha > derecha && derecha > e.derecha - 50) << derecha;
+        EXPECT_TRUE(e.arriba < arriba && arriba < e.arriba + 50) << arriba;
+        EXPECT_TRUE(e.abajo > abajo && abajo > e.abajo - 50) << abajo;
+        EXPECT_NEAR((e.derecha - e.izquierda) * (e.abajo - e.arriba), area, 1);
+    }
+}
+
 }  // namespace
 }  // namespace LxPdfSigner

@@ -6,6 +6,7 @@
 #include <map>
 
 #include "crypto/LxApi.h"
+#include "signer/LxExamen.h"
 #include "signer/LxPdfSigner.h"
 #include "signer/PdfFrases.h"
 #include "tests/apoyo/Apoyo.h"
@@ -100,6 +101,7 @@ class PermisosDe : public testing::Test {
                 frases += (frases.empty() ? "" : " ") + aviso.frase;
             }
             EXPECT_EQ(codigos, caso.resultado) << r.error;
+            if (caso.modo == kPrimera) ComprobarExamen(r, caso.firmas);
             EXPECT_EQ(r.aviso, frases);
             EXPECT_THAT(r.error + r.aviso, HasSubstr(caso.frase));
             EXPECT_EQ(rechazado, !r.error.empty());
@@ -108,6 +110,19 @@ class PermisosDe : public testing::Test {
             EXPECT_EQ(access(salida_.c_str(), F_OK) != 0, rechazado);
             EXPECT_TRUE(rechazado || !caso.pdfsig || Apoyo::PdfValido(salida_, id_, 2));
         }
+    }
+
+    // Who only asks hears what who signs would.
+    void ComprobarExamen(const Resultado& r, size_t firmas) {
+        Lx::Control control;
+        const Examinado e = Examinar(entrada_, control);
+        EXPECT_EQ(e.impedimento.frase, r.error);
+        EXPECT_EQ(e.impedimento.motivo, r.motivo);
+        std::string frases;
+        for (const Lx::Aviso& aviso : e.avisos) frases += (frases.empty() ? "" : " ") + aviso.frase;
+        EXPECT_EQ(frases, r.aviso);
+        EXPECT_EQ(e.firmas.size(), firmas);
+        EXPECT_EQ(e.paginas, 1);
     }
 
     const Apoyo::Identidad& id_ = Apoyo::IdentidadComun();
@@ -217,7 +232,7 @@ TEST_F(PermisosDe, LoQueElDocumentoDiceDeSiVaEnUnaFrase) {
     const std::string enye = std::string(79, 'a') + "\\361" + std::string(40, 'b');
     const Apoyo::Filas<std::string, std::string> filas = {
         {"/Name (Eva\\n\\000\\007[2J\\177z) /M (D:20240229)",
-         " (según el documento, lo certificó Eva   [2J z el 29-02-2024): "},
+         " (según el documento, lo certificó Eva [2J z el 29-02-2024): "},
 
         {"/Name (" + enye + ")", " lo certificó " + std::string(79, 'a') + "… el 31-12-2025): "},
         {"/Name null", " (según el documento, se certificó el 31-12-2025): "},

@@ -63,6 +63,27 @@ TEST(Aplicacion, RunGivesTheLoopsCodeOrWhatItsEndSays) {
     EXPECT_EQ(vacia->Run(), 1) << "without a main window";
 }
 
+TEST(Escritorio, OpensOnlyPublicAddresses) {
+    const Apoyo::Filas<std::string, bool> casos = {
+        {"https://example.org/a?b#c", true},
+        {"HTTP://example.org", true},
+        {"mailto:ana@example.org?Subject=x&body=y", true},
+        {"mailto:", false},
+        {"mailto:a@example.org?subject=x&attach=/etc/passwd", false},
+        {"mailto:a@example.org?%61ttach=x", false},
+        {"file:///etc/passwd", false},
+        {"https:///etc/passwd", false},
+        {"https:", false},
+        {"javascript:alert(1)", false},
+        {"example.org", false},
+        {"https://example.org/ -a", false},
+        {"https://example.org/\n", false},
+        {"https://example.org/ñ", false},
+        {"https://" + std::string(8190, 'a'), false},
+    };
+    for (const auto& [direccion, abierta] : casos) EXPECT_EQ(Lx::IsPublicAddress(direccion), abierta) << direccion;
+}
+
 TEST(Dialogo, EndsByCodeByItsCloseButtonOrNotAtAll) {
     const Falso::Aplicacion app;
     Registro registro;

@@ -206,6 +206,10 @@ void CGaleria::OnKeyDown(KeyCode key, unsigned modifiers) {
     if (key == KeyCode::F3) KillTimer(7);
     if (key == KeyCode::F4) cerrable_ = !cerrable_;
     if (key == KeyCode::F5) throw 5;
+    if (key == KeyCode::F6) OnMenu();
+    if (key == KeyCode::F7) Elegir("Guardar como", true);
+    if (key == KeyCode::F8 && LxApp::s_pApp->backend->OpenAddress("https://example.org/")) Anotar("dirección");
+    if (key == KeyCode::F9) LxApp::s_pApp->backend->ShowInFolder(documento_);
 }
 
 void CGaleria::OnKeyUp(KeyCode key, unsigned) {
@@ -246,14 +250,28 @@ void CGaleria::OnDialogo() {
     Anotar("dialogo %d", resultado);
 }
 
+void CGaleria::OnMenu() {
+    std::vector<MenuItem> ordenes = {{.text = "Abrir…", .shortcut = "Ctrl+O", .command = 1},
+                                     {},
+                                     {.text = "Girar", .items = {{.text = "A la derecha", .command = 2}}},
+                                     {.text = "Imprimir…", .enabled = false, .command = 3},
+                                     {.text = "Página & página", .checkable = true, .checked = true, .command = 4}};
+    Anotar("menu %d", RunPlatformMenu(this, ordenes, {kMargen, 48}));
+}
+
 void CGaleria::OnFichero() {
+    Elegir("Elegir documento", false);
+}
+
+void CGaleria::Elegir(const char* titulo, bool guardar) {
     CFileDialog dialogo(this);
-    dialogo.SetTitle("Elegir documento");
+    dialogo.SetTitle(titulo);
+    dialogo.SetSave(guardar);
     dialogo.SetFilter("*.pdf");
     dialogo.SetInitialPath(documento_);
     const int resultado = dialogo.DoModal();
     Anotar("fichero %d %s", resultado, dialogo.GetPath().c_str());
-    if (resultado == 1) OnDropFile(dialogo.GetPath());
+    if (resultado == 1 && !guardar) OnDropFile(dialogo.GetPath());
 }
 
 void CGaleria::OnEdicion(const std::string& texto) {

@@ -67,6 +67,8 @@ class CGaleria : public CWindow {
     void OnMarcado();
     void OnDialogo();
     void OnFichero();
+    void OnMenu();
+    void Elegir(const char* titulo, bool guardar);
     void OnEdicion(const std::string& texto);
     void OnCombo(int indice);
     void OnFila(int indice);

@@ -46,6 +46,13 @@ class Backend : public Lx::CAppBackend {
         more_.notify_all();
     }
     Lx::CCanvas* MeasuringCanvas() override { return &ElMundo().medidor; }
+    bool OpenAddress(const std::string& address) override {
+        if (!Lx::IsPublicAddress(address)) return false;
+        ElMundo().direcciones.push_back(address);
+        return true;
+    }
+    void ShowInFolder(const std::string& path) override { ElMundo().carpetas.push_back(path); }
+    void AskAppearance(std::function<void(Lx::ThemeSet)> told) override { ElMundo().apariencia = std::move(told); }
     unsigned Watch(int fd, std::function<void()> ready) override {
         watched_[++lastWatch_] = {fd, std::move(ready)};
         return lastWatch_;
@@ -134,6 +141,9 @@ Aplicacion::~Aplicacion() {
     ElMundo().abrirPdf = nullptr;
     ElMundo().abrirPaginas = nullptr;
     ElMundo().elegirFichero = nullptr;
+    ElMundo().elegirOrden = nullptr;
+    ElMundo().imprimir = nullptr;
+    ElMundo().apariencia = nullptr;
 }
 
 std::string Texto(const Lx::Color& c) {
@@ -190,6 +200,10 @@ void Ventana::Desmontar() {
 
 float Ventana::GetScale() const {
     return ElMundo().escala;
+}
+
+Lx::Size Ventana::WorkArea() const {
+    return ElMundo().areaDeTrabajo;
 }
 
 Lx::CWindow& Arriba() {
@@ -270,6 +284,19 @@ bool Orden(Lx::CWindow& ventana, Lx::EditCommand orden, std::string* texto) {
     return consumida;
 }
 
+std::function<int(const std::vector<Lx::MenuItem>&)> Elegir(const std::string& texto) {
+    return [texto](const std::vector<Lx::MenuItem>& ordenes) {
+        std::vector<Lx::MenuItem> quedan = ordenes;
+        while (!quedan.empty()) {
+            const Lx::MenuItem una = std::move(quedan.back());
+            quedan.pop_back();
+            if (una.text == texto && una.enabled && una.items.empty()) return una.command;
+            quedan.insert(quedan.end(), una.items.begin(), una.items.end());
+        }
+        throw std::logic_error("el menú no tiene " + texto);
+    };
+}
+
 void HastaQue(const std::function<bool()>& cumplido) {
     auto& backend = static_cast<Backend&>(*Lx::LxApp::s_pApp->backend);
     const auto fin = std::chrono::steady_clock::now() + kPatience;
@@ -325,6 +352,17 @@ std::unique_ptr<Pdf::IPages> Pdf::OpenPages(const std::string& path, OnOpened op
 }
 
 void Pdf::OpenAhead(const std::string&, int32_t) {}
+
+int RunPlatformMenu(CWindow* /*owner*/, const std::vector<MenuItem>& items, const Point& /*at*/) {
+    const auto elegir = Falso::ElMundo().elegirOrden;
+    return elegir ? elegir(items) : 0;
+}
+
+std::unique_ptr<IPrintJob> RunPlatformPrintDialog(const PrintRequest& request, std::string& error) {
+    const auto imprimir = Falso::ElMundo().imprimir;
+    error.clear();
+    return imprimir ? imprimir(request, error) : nullptr;
+}
 
 Pdf::IDocument* Pdf::Open(const std::string& path, std::string& error) {
     const auto abrir = Falso::ElMundo().abrirPdf;

@@ -114,6 +114,7 @@ class Ventana : public Lx::CWindowImpl, public Apuntes {
     void SetFullScreen(bool si) override { Apuntar("SetFullScreen", int{completa = si}); }
     [[nodiscard]] bool IsFullScreen() const override { return completa; }
     [[nodiscard]] float GetScale() const override;
+    [[nodiscard]] Lx::Size WorkArea() const override;
 
     int invalidaciones = 0;
     bool cerrada = false;
@@ -149,6 +150,13 @@ struct Mundo {
     std::function<std::unique_ptr<Lx::Pdf::IPages>(const std::string& ruta, Lx::Pdf::OnOpened abierto)> abrirPaginas;
     // RunPlatformFileDialog; unset it is cancelled.
     std::function<bool(const Lx::FileDialogRequest& peticion, std::string& ruta)> elegirFichero;
+    // RunPlatformMenu; unset nothing is chosen. Elegir(text) makes one that chooses by the text of the entry.
+    std::function<int(const std::vector<Lx::MenuItem>& ordenes)> elegirOrden;
+    // RunPlatformPrintDialog; unset it is cancelled.
+    std::function<std::unique_ptr<Lx::IPrintJob>(const Lx::PrintRequest& peticion, std::string& error)> imprimir;
+    Lx::Size areaDeTrabajo;                          // of every window
+    std::vector<std::string> direcciones, carpetas;  // OpenAddress, ShowInFolder
+    std::function<void(Lx::ThemeSet)> apariencia;    // what AskAppearance was given
 };
 Mundo& ElMundo();
 
@@ -181,6 +189,9 @@ bool Tecla(Lx::CWindow& ventana, Lx::KeyCode tecla, uint32_t modificadores = 0);
 void Teclear(Lx::CWindow& ventana, const std::string& utf8);
 // `texto` is the clipboard's for Paste, and afterwards what the control put there.
 bool Orden(Lx::CWindow& ventana, Lx::EditCommand orden, std::string* texto = nullptr);
+
+// Chooses the enabled entry of that text, also in a menu inside the menu; throws without one.
+std::function<int(const std::vector<Lx::MenuItem>&)> Elegir(const std::string& texto);
 
 // Goes round the loop until it is true; throws when that takes too long.
 void HastaQue(const std::function<bool()>& cumplido);

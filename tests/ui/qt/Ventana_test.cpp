@@ -142,6 +142,33 @@ TEST(Ventana, ElDialogoDeFicherosEligeYCancela) {
     EXPECT_NE(g.EsperarVentana("Elegir documento"), "");
     g.Pulsar("Escape");
     EXPECT_TRUE(g.Ve("fichero 2 "));
+    g.Pulsar("F7");
+    EXPECT_NE(g.EsperarVentana("Guardar como"), "");
+    g.Teclear(carpeta / "nuevo.pdf");
+    g.Pulsar("Return");
+    EXPECT_TRUE(g.Ve("fichero 1 " + carpeta / "nuevo.pdf")) << g.Resto();
+}
+
+TEST(Ventana, ElMenuDaLaOrdenElegidaYSeVaConSuVentana) {
+    Galeria g;
+    const Filas<std::vector<const char*>, const char*> casos = {
+        {{"F6", "Down", "Return"}, "menu 1"},
+        {{"F6", "Down", "Down", "Right", "Return"}, "menu 2"},
+        {{"F6", "Up", "Return"}, "menu 4"},  // over the one that is disabled
+        {{"F6", "Escape"}, "menu 0"},
+    };
+    for (const auto& [teclas, linea] : casos) {
+        for (const char* tecla : teclas) {
+            g.Pulsar(tecla);
+            Pausa(150);
+        }
+        EXPECT_TRUE(g.Ve(linea)) << g.Resto();
+    }
+    g.Pulsar("F6");
+    Pausa(300);
+    g.Cerrar(g.ventana);
+    EXPECT_TRUE(g.Ve("menu 0")) << g.Resto();
+    EXPECT_EQ(g.Esperar(), 0);
 }
 
 TEST(Ventana, LasAyudasTecnicasVenYActuan) {

@@ -31,6 +31,9 @@ class CQtApp : public CAppBackend {
     void CallLater(unsigned ms, std::function<void()> task) override;
     void Post(std::function<void()> task) override;
     CCanvas* MeasuringCanvas() override { return &measuring_; }
+    [[nodiscard]] bool OpenAddress(const std::string& address) override;
+    void ShowInFolder(const std::string& path) override;
+    void AskAppearance(std::function<void(ThemeSet)> told) override;
     unsigned Watch(int fd, std::function<void()> ready) override;
     void Unwatch(unsigned id) override;
     void SetClipboard(const std::string& utf8) override;
@@ -51,6 +54,7 @@ class CQtApp : public CAppBackend {
     QImage nowhere_;
     QPainter painter_;
     CQtCanvas measuring_;
+    std::unique_ptr<QObject> appearance_;
 };
 
 // Runs what belongs to the program; an exception that it lets out ends here, with a line on standard error.

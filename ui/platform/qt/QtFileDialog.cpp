@@ -13,6 +13,7 @@
 #include <clocale>
 
 #include "ui/platform/qt/QtApp.h"
+#include "ui/platform/qt/QtTheme.h"
 #include "ui/platform/qt/QtWindow.h"
 
 namespace Lx {
@@ -30,6 +31,7 @@ constexpr struct {
     {"File &name:", "&Nombre de archivo:"},
     {"Files of type:", "Archivos de tipo:"},
     {"Date Modified", "Modificación"},
+    {"Save in:", "Guardar en:"},
 };
 
 // What the translation that Qt comes with leaves in English, or says in other words than the program.
@@ -45,7 +47,8 @@ class CQtTexts : public QTranslator {
     [[nodiscard]] bool isEmpty() const override { return false; }
 };
 
-// Only this dialog shows texts of Qt's own.
+}  // namespace
+
 void SpeakSpanish() {
     static QPointer<QTranslator> spoken;
     if (spoken != nullptr) return;
@@ -58,6 +61,8 @@ void SpeakSpanish() {
     QCoreApplication::installTranslator(spoken);
     if (QLocale().language() != QLocale::Spanish) QLocale::setDefault(QLocale(QLocale::Spanish));
 }
+
+namespace {
 
 // "*.pdf" as "*.[pP][dD][fF]": some desktops tell letter case apart.
 QString EitherCase(const QString& pattern) {
@@ -94,8 +99,8 @@ void Arrange(QFileDialog& dialog) {
 
 void Prepare(QFileDialog& dialog, const FileDialogRequest& request) {
     dialog.setWindowTitle(QString::fromStdString(request.title));
-    dialog.setAcceptMode(QFileDialog::AcceptOpen);
-    dialog.setFileMode(QFileDialog::ExistingFile);
+    dialog.setAcceptMode(request.save ? QFileDialog::AcceptSave : QFileDialog::AcceptOpen);
+    dialog.setFileMode(request.save ? QFileDialog::AnyFile : QFileDialog::ExistingFile);
     dialog.setOption(QFileDialog::HideNameFilterDetails);
     dialog.setNameFilter(FilterOf(request.patterns));
     Arrange(dialog);
@@ -105,7 +110,7 @@ void Prepare(QFileDialog& dialog, const FileDialogRequest& request) {
         dialog.setDirectory(initial.absoluteFilePath());
     } else if (initial.absoluteDir().exists()) {
         dialog.setDirectory(initial.absoluteDir());
-        if (initial.exists()) dialog.selectFile(initial.fileName());
+        if (request.save || initial.exists()) dialog.selectFile(initial.fileName());
     }
 }
 
@@ -115,6 +120,7 @@ bool RunPlatformFileDialog(const FileDialogRequest& request, std::string& path) 
     path.clear();
     if (CQtApp::s_pInstance == nullptr) return false;
     SpeakSpanish();
+    FollowTheme();
     // The loop below may outlive the owner's widget, and the dialog with it.
     const QPointer<QFileDialog> dialog = new QFileDialog(WidgetOf(request.owner));
     Prepare(*dialog, request);

@@ -16,6 +16,7 @@
 #include "ui/LxApp.h"
 #include "ui/platform/qt/QtApp.h"
 #include "ui/platform/qt/QtKeys.h"
+#include "ui/platform/qt/QtTheme.h"
 
 namespace Lx {
 
@@ -136,6 +137,9 @@ bool CQtView::event(QEvent* e) {
     switch (e->type()) {
         case QEvent::ShortcutOverride:
             e->accept();
+            return true;
+        case QEvent::ToolTip:
+            ShowToolTip(*this, *static_cast<QHelpEvent*>(e));
             return true;
         case QEvent::WindowActivate:
             Call([](CWindow& window) { window.OnSetFocus(); });

@@ -11,6 +11,12 @@
 
 namespace Lx {
 
+namespace {
+
+constexpr QSize kUsualFrame{4, 36};
+
+}  // namespace
+
 CQtWindow::~CQtWindow() {
     if (view_ == nullptr) return;
     view_->Detach();
@@ -124,6 +130,16 @@ void CQtWindow::FlushPaint() {
 
 float CQtWindow::GetScale() const {
     return IsOpen() ? std::max(1.0F, static_cast<float>(view_->devicePixelRatioF())) : 1.0F;
+}
+
+Size CQtWindow::WorkArea() const {
+    const QScreen* screen = IsOpen() ? view_->screen() : nullptr;
+    if (screen == nullptr) return {};
+    QSize frame = view_->frameGeometry().size() - view_->size();
+    // The window manager tells it when it shows the window; until then it is guessed.
+    if (frame.isEmpty() && !view_->isVisible()) frame = kUsualFrame;
+    const QSize room = screen->availableGeometry().size() - frame;
+    return {std::max(1, room.width()), std::max(1, room.height())};
 }
 
 void CQtWindow::SetFullScreen(bool full) {

@@ -32,6 +32,7 @@ class CQtWindow : public CWindowImpl {
     bool KillTimer(unsigned id) override;
     void FlushPaint() override;
     [[nodiscard]] float GetScale() const override;
+    [[nodiscard]] Size WorkArea() const override;
     void SetFullScreen(bool full) override;
     [[nodiscard]] bool IsFullScreen() const override;
 

@@ -1,0 +1,22 @@
+// What the library that prints gives to the program that opens it. Both are built together.
+#pragma once
+
+#include <atomic>
+#include <functional>
+#include <string>
+
+#include "ui/LxBackend.h"
+
+class QWidget;
+
+namespace Lx {
+
+// The program's event loop, until it is true or the program ends.
+using PrintWait = std::function<void(std::atomic<bool>& done)>;
+
+// RunPlatformPrintDialog above `window`, which may be null. The caller owns the job.
+using PrintEntry = IPrintJob* (*)(const PrintRequest& request, QWidget* window, const PrintWait& wait,
+                                  std::string& error);
+constexpr const char* kPrintEntry = "VelmoraImprimir";
+
+}  // namespace Lx
