@@ -129,8 +129,8 @@ void CMainWindow::OnPaint(Lx::CCanvas* canvas) {
     const int w = rect.w, h = rect.h;
     canvas->FillRect({0, 0, w, kAltoCabecera}, paleta_[Paleta::kCabecera]);
     canvas->DrawText("Velmora", {18, 2}, paleta_[Paleta::kTitulo], "system", 24, true, false);
-    canvas->DrawText("Software de firma digital (PAdES / CMS)", {19, 30}, paleta_[Paleta::kSubtitulo], "system", 11,
-                     false, false);
+    canvas->DrawText("Software de firma digital (PAdES / CMS)", {19, 30},
+                     Lx::ThemeColor(Lx::ColorRole::AppSubtitleText), "system", 11, false, false);
     canvas->DrawLine({0, kAltoCabecera - 1}, {w, kAltoCabecera - 1}, paleta_[Paleta::kLinea], 1.0F);
     canvas->FillRect({0, kAltoCabecera, w, kAltoBarra}, paleta_[Paleta::kBarra]);
     canvas->FillRect({0, h - kAltoPie, w, kAltoPie}, paleta_[Paleta::kPie]);
@@ -230,7 +230,7 @@ void CMainWindow::PonerEstado(const std::string& texto, const Lx::Color& color) 
 
 void CMainWindow::MostrarEstado(const std::string& texto, bool error) {
     if (error) {
-        PonerEstado(texto, paleta_[Paleta::kError]);
+        PonerEstado(texto, Lx::ThemeColor(Lx::ColorRole::AppErrorOnFooter));
         aviso_->Mostrar(texto, true);
     } else {
         PonerEstado(documento_.empty() ? texto : documento_, Lx::ThemeColor(Lx::ColorRole::AppOnFooter));

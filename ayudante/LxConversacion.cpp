@@ -3,11 +3,30 @@
 #include <cstring>
 
 namespace Lx::Ayudante {
+namespace {
 
-Peticion Conversacion::Pedir(int pagina, int ancho) {
-    pedida_ = {pedida_.numero + 1, pagina, ancho};
-    esperada_ = true;
-    return pedida_;
+// Whether an answer that says that all is well can be one to this request.
+bool Cuadra(const Peticion& p, const Respuesta& r) {
+    if (r.bytes > p.bytes) return false;
+    switch (p.orden) {
+        case Orden::Abrir:
+            return r.valor >= 1;
+        case Orden::Dibujar:
+            if (p.alto > 0) return r.valor == p.alto;
+            return r.valor >= 1 && static_cast<uint64_t>(r.valor) * p.paso <= p.bytes;
+        case Orden::Buscar:
+            return r.valor >= 1 && r.valor <= p.cuantos;
+        default:
+            return true;
+    }
+}
+
+}  // namespace
+
+Peticion Conversacion::Pedir(Peticion peticion) {
+    peticion.numero = ++numero_;
+    pedidas_.push_back(peticion);
+    return peticion;
 }
 
 Noticia Conversacion::Acabar(Noticia noticia) {
@@ -17,9 +36,14 @@ Noticia Conversacion::Acabar(Noticia noticia) {
 
 Noticia Conversacion::Oir(const void* mensaje, size_t bytes) {
     if (fase_ == Fase::Saludo) return OirSaludo(mensaje, bytes);
-    if (fase_ == Fase::Fin || bytes != sizeof ultima_) return Acabar(Noticia::Fin);
+    if (fase_ == Fase::Fin || bytes != sizeof ultima_ || pedidas_.empty()) return Acabar(Noticia::Fin);
     std::memcpy(&ultima_, mensaje, sizeof ultima_);
-    return fase_ == Fase::Apertura ? OirApertura() : OirHoja();
+    const Peticion pedida = pedidas_.front();
+    if (ultima_.numero != pedida.numero) return Acabar(Noticia::Fin);
+    pedidas_.pop_front();
+    if (ultima_.estado > Estado::Anulado) ultima_.estado = Estado::SinDibujar;
+    if (ultima_.estado == Estado::Bien && !Cuadra(pedida, ultima_)) return Acabar(Noticia::Fin);
+    return Noticia::Contesta;
 }
 
 Noticia Conversacion::OirSaludo(const void* mensaje, size_t bytes) {
@@ -29,26 +53,8 @@ Noticia Conversacion::OirSaludo(const void* mensaje, size_t bytes) {
     if (saludo.seccomp > 1 || saludo.intermediario > 1 || saludo.landlock < 0) return Acabar(Noticia::Fin);
     muros_ = {saludo.seccomp == 1, saludo.intermediario == 1, saludo.landlock};
     if (!Bastan(muros_)) return Acabar(Noticia::SinMuros);
-    fase_ = Fase::Apertura;
+    fase_ = Fase::Preguntas;
     return Noticia::Saludo;
-}
-
-Noticia Conversacion::OirApertura() {
-    if (ultima_.numero != 0) return Acabar(Noticia::Fin);
-    if (ultima_.estado != Estado::Bien) return Acabar(Noticia::NoAbierto);
-    if (ultima_.ancho < 1) return Acabar(Noticia::Fin);
-    fase_ = Fase::Hojas;
-    return Noticia::Abierto;
-}
-
-// The size is believed as far as it fits what was asked and the memory that both see.
-Noticia Conversacion::OirHoja() {
-    if (!esperada_ || ultima_.numero != pedida_.numero) return Acabar(Noticia::Fin);
-    esperada_ = false;
-    if (ultima_.estado != Estado::Bien) return Noticia::SinHoja;
-    if (pedida_.ancho < 1 || ultima_.ancho != pedida_.ancho) return Acabar(Noticia::Fin);
-    if (ultima_.alto < 1 || ultima_.alto > kMaxPixeles / ultima_.ancho) return Acabar(Noticia::Fin);
-    return Noticia::Hoja;
 }
 
 }  // namespace Lx::Ayudante

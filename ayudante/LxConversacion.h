@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <deque>
 
 #include "ayudante/LxMuros.h"
 #include "ayudante/LxProtocolo.h"
@@ -9,40 +10,36 @@
 namespace Lx::Ayudante {
 
 enum class Noticia {
-    Nada,       // it has said nothing yet
-    Saludo,     // the walls stand
-    SinMuros,   // they don't, and it ends
-    Abierto,    // the document is open; `ancho` of the answer has its pages, at least one
-    NoAbierto,  // and why not, in `estado`
-    Hoja,       // the page that was asked for is drawn, and its size is sound
-    SinHoja,    // and why not, in `estado`
-    Mudo,       // it hasn't greeted in time
-    Fin,        // it has gone, or said what makes no sense here
+    Nada,      // it has said nothing yet
+    Saludo,    // the walls stand
+    SinMuros,  // they don't, and it ends
+    Contesta,  // the request that has waited longest is answered, well or not; what is told of sizes fits the request
+    Mudo,      // it hasn't greeted in time
+    Fin,       // it has gone, or said what makes no sense here
 };
 
 class Conversacion {
   public:
-    // What goes to the helper. One page at a time: an answer to an earlier request makes no sense any more.
-    [[nodiscard]] Peticion Pedir(int pagina, int ancho);
-    // One message from it. Never Nada or Mudo; after SinMuros, NoAbierto or Fin all that follows is Fin.
+    // What goes to the helper: the same with its number.
+    [[nodiscard]] Peticion Pedir(Peticion peticion);
+    // One message from it. Never Nada or Mudo; after SinMuros or Fin all that follows is Fin.
     [[nodiscard]] Noticia Oir(const void* mensaje, size_t bytes);
 
     [[nodiscard]] bool Saludado() const { return fase_ != Fase::Saludo; }
     [[nodiscard]] const Muros& LosMuros() const { return muros_; }
+    // After Contesta. An Estado that isn't known is SinDibujar.
     [[nodiscard]] const Respuesta& Ultima() const { return ultima_; }
 
   private:
-    enum class Fase { Saludo, Apertura, Hojas, Fin };
+    enum class Fase { Saludo, Preguntas, Fin };
 
     [[nodiscard]] Noticia OirSaludo(const void* mensaje, size_t bytes);
-    [[nodiscard]] Noticia OirApertura();
-    [[nodiscard]] Noticia OirHoja();
     Noticia Acabar(Noticia noticia);
 
     Fase fase_ = Fase::Saludo;
     Muros muros_;
-    Peticion pedida_;
-    bool esperada_ = false;  // the request has no answer yet
+    uint32_t numero_ = 0;
+    std::deque<Peticion> pedidas_;
     Respuesta ultima_;
 };
 

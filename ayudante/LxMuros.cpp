@@ -1,14 +1,13 @@
 #include "ayudante/LxMuros.h"
 
-#include <fcntl.h>
-
 #include "ayudante/LxPrograma.h"
+#include "ayudante/LxRanuras.h"
 
 namespace Lx::Ayudante {
 
 std::optional<Muros> MurosEnVigor() {
-    const Api::Descriptor nada(open("/dev/null", O_RDWR | O_CLOEXEC));
-    const auto programa = nada ? Programa::Arrancar(nada, nada) : nullptr;
+    const auto ranuras = Ranuras::Crear(kUnidad);
+    const auto programa = ranuras ? Programa::Arrancar(ranuras->Memoria()) : nullptr;
     if (!programa) return {};
     while (true) {
         switch (programa->Leer(Programa::kPlazoSaludo)) {

@@ -11,6 +11,7 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <cstring>
 #include <string>
 #include <utility>
 
@@ -84,13 +85,13 @@ bool Pareja(int tipo, Descriptor& nuestro, Descriptor& suyo) {
 
 }  // namespace
 
-std::unique_ptr<Programa> Programa::Arrancar(const Descriptor& documento, const Descriptor& pixeles) {
+std::unique_ptr<Programa> Programa::Arrancar(const Descriptor& ranuras) {
     const std::string programa = RutaDelPrograma();
     Descriptor canal, suyo, intermediario, suIntermediario;
     if (programa.empty() || !Pareja(SOCK_SEQPACKET, canal, suyo) ||
         !Pareja(SOCK_SEQPACKET, intermediario, suIntermediario))
         return nullptr;
-    const Propios propios{Apartado(suyo), Apartado(documento), Apartado(pixeles), Apartado(suIntermediario)};
+    const Propios propios{Apartado(suyo), Apartado(ranuras), Apartado(suIntermediario)};
     for (const Descriptor& d : propios)
         if (!d) return nullptr;
 
@@ -116,10 +117,22 @@ Programa::~Programa() {
     Acabar();
 }
 
-bool Programa::Pedir(int pagina, int ancho) {
-    const Peticion peticion = conversacion_.Pedir(pagina, ancho);
-    return send(canal_.Valor(), &peticion, sizeof peticion, MSG_NOSIGNAL | MSG_DONTWAIT) ==
-           static_cast<ssize_t>(sizeof peticion);
+uint32_t Programa::Pedir(const Peticion& peticion, std::initializer_list<int> descriptores) {
+    Peticion pedida = conversacion_.Pedir(peticion);
+    iovec parte{&pedida, sizeof pedida};
+    alignas(cmsghdr) char control[CMSG_SPACE(2 * sizeof(int))] = {};
+    msghdr mensaje{};
+    mensaje.msg_iov = &parte;
+    mensaje.msg_iovlen = 1;
+    if (const size_t cuantos = std::min<size_t>(descriptores.size(), 2); cuantos > 0) {
+        mensaje.msg_control = control;
+        mensaje.msg_controllen = CMSG_SPACE(cuantos * sizeof(int));
+        cmsghdr* const cabecera = CMSG_FIRSTHDR(&mensaje);
+        *cabecera = {CMSG_LEN(cuantos * sizeof(int)), SOL_SOCKET, SCM_RIGHTS};
+        std::memcpy(CMSG_DATA(cabecera), descriptores.begin(), cuantos * sizeof(int));
+    }
+    const ssize_t n = sendmsg(canal_.Valor(), &mensaje, MSG_NOSIGNAL | MSG_DONTWAIT);
+    return n == static_cast<ssize_t>(sizeof pedida) ? pedida.numero : 0;
 }
 
 Noticia Programa::Leer(milliseconds espera) {

@@ -75,7 +75,7 @@ def fotografia(azar):
 
 
 def medir(fichero, nombre, ancho, vueltas):
-    salida = subprocess.run([BIN / "bench_pagina", str(ancho), str(vueltas), fichero], stdout=subprocess.PIPE,
+    salida = subprocess.run([BIN / "bench_pagina", str(ancho), str(vueltas), Path(fichero).resolve()], stdout=subprocess.PIPE,
                             check=True).stdout
     m = {clave: segundos * 1000 for clave, segundos in json.loads(salida).items()}
     razon = m["cold"] / m["poppler"]

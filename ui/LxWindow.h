@@ -24,6 +24,8 @@ class CWindow : public CControl {
     ~CWindow() override;
 
     void OnPaint(CCanvas* canvas) override;
+    // A back colour of the theme's own follows it; so do those of the controls.
+    void OnThemeChanged() override;
 
     // False makes Create fail. Controls are added here.
     virtual bool OnInit();

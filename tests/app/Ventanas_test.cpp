@@ -140,7 +140,7 @@ TEST_F(Ventanas, LaLineaDeEstado) {
     CMainWindow& v = Abrir(0);
     auto& estado = Control<Lx::CLabel>(v, 0);
     EXPECT_EQ(estado.text, "Error al abrir /a/doc.pdf: motivo");
-    EXPECT_EQ(estado.textColor, Paleta::DelTema()[Paleta::kError]);
+    EXPECT_EQ(estado.textColor, Lx::ThemeColor(Lx::ColorRole::AppErrorOnFooter));
     paginas_ = 1;
     v.OnDropFile("/b/otro.pdf");
     v.MostrarEstado("algo", false);

@@ -1,7 +1,7 @@
-// In the place of velmora-pagina: plays the document's lines, the first two at once, each other one for a request. A
-// line is the message in hexadecimal digits, or: "muros", which puts up the walls and greets as the real one does;
-// "llena", which ends as for want of memory; "escucha", which sends who opens files something mute, and greets; or
-// something to try, which is answered with the number of its error as the height, plus one.
+// In the place of velmora-pagina: plays the document's lines, the first two when it gets it, each other one for a
+// request. A line is the message in hexadecimal digits, or: "muros", which puts up the walls and greets as the real one
+// does; "llena", which ends as for want of memory; "escucha", which sends who opens files something mute, and greets;
+// or something to try, which is answered with the number of its error as the height, plus one.
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/eventfd.h>
@@ -86,20 +86,31 @@ bool Decir(const std::string& linea, const Peticion& peticion) {
         const bool conRuta = blanco != linea.npos;
         const long hecho = Intentar(linea.substr(0, blanco), conRuta ? linea.substr(blanco + 1) : "");
         const int error = hecho < 0 ? errno : conRuta && !SoloSeLee(static_cast<int>(hecho)) ? 255 : 0;
-        const Respuesta respuesta{peticion.numero, Estado::Bien, peticion.ancho, error + 1};
+        const Respuesta respuesta{peticion.numero, Estado::Bien, error + 1, 0, 0};
         mensaje.assign(reinterpret_cast<const char*>(&respuesta), sizeof respuesta);
     }
     return write(kCanal, mensaje.data(), mensaje.size()) >= 0;
+}
+
+// The first request, and the document that comes with it.
+int RecibirDocumento(Peticion& peticion) {
+    iovec parte{&peticion, sizeof peticion};
+    alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
+    msghdr mensaje{nullptr, 0, &parte, 1, control, sizeof control, 0};
+    int documento = -1;
+    if (recvmsg(kCanal, &mensaje, 0) > 0) std::memcpy(&documento, CMSG_DATA(CMSG_FIRSTHDR(&mensaje)), sizeof documento);
+    return documento;
 }
 
 }  // namespace
 
 int main() {
     struct stat datos {};
-    if (fstat(kDocumento, &datos) != 0) return 1;
-    std::string guion(static_cast<size_t>(datos.st_size), '\0');
-    if (pread(kDocumento, guion.data(), guion.size(), 0) != datos.st_size) return 1;
     Peticion peticion;
+    const int documento = RecibirDocumento(peticion);
+    if (fstat(documento, &datos) != 0) return 1;
+    std::string guion(static_cast<size_t>(datos.st_size), '\0');
+    if (pread(documento, guion.data(), guion.size(), 0) != datos.st_size) return 1;
     std::istringstream lineas(guion);
     std::string linea;
     for (int n = 0; std::getline(lineas, linea) && !lineas.eof(); ++n) {

@@ -33,28 +33,31 @@ std::string Saluda(uint32_t seccomp = 1, uint32_t intermediario = 1, int32_t lan
     return Hex(Lx::Ayudante::Saludo{seccomp, intermediario, landlock}, bytes);
 }
 
-const std::string kTresHojas = Saluda() + Hex({0, Estado::Bien, 3, 0});
+const std::string kTresHojas = Saluda() + Hex({1, Estado::Bien, 3, 0, 0});
 
 TEST(Hostil, SoloSeCreeLoQueCuadraConLoPedido) {
     const Apoyo::CarpetaTemporal carpeta;
     const std::string ruta = carpeta / "guion";
     const std::string cerrado = "No se pudo dibujar la pagina: el programa que la dibuja se ha cerrado.";
     Apoyo::Filas<std::string, std::string> casos{
-        {Hex({1, Estado::Bien, 100, 50}), ""},
+        {Hex({2, Estado::Bien, 50, 0, 0}), ""},
         {"llena\n", "Sin memoria para rasterizar la pagina."},
-        {Hex({1, Estado::SinMemoria, 100, 50}), "Sin memoria para rasterizar la pagina."},
-        {Hex({1, Estado{77}, 100, 50}), "No se pudo dibujar la pagina."},
-        {Hex({1, Estado::TamanoInvalido, 100, 50}), "La pagina tiene un tamano invalido."},
+        {Hex({2, Estado::SinMemoria, 50, 0, 0}), "Sin memoria para rasterizar la pagina."},
+        {Hex({2, Estado{77}, 50, 0, 0}), "No se pudo dibujar la pagina."},
+        {Hex({2, Estado::TamanoInvalido, 50, 0, 0}), "La pagina tiene un tamano invalido."},
     };
-    for (const auto& [numero, ancho, alto, bytes] : Apoyo::Filas<unsigned, int, int, size_t>{{2, 100, 50, 16},
-                                                                                             {1, 99, 50, 16},
-                                                                                             {1, -100, -50, 16},
-                                                                                             {1, 100, 0, 16},
-                                                                                             {1, 100, 1'000'001, 16},
-                                                                                             {1, 100, 50, 15},
-                                                                                             {1, 100, 50, 17},
-                                                                                             {1, 100, 50, 0}})
-        casos.emplace_back(Hex({numero, Estado::Bien, ancho, alto}, bytes), cerrado);
+    constexpr unsigned kTodo = 400'000'000;
+    for (const auto& [numero, alto, largo, bytes] :
+         Apoyo::Filas<unsigned, int, unsigned, size_t>{{3, 50, 0, 20},
+                                                       {1, 50, 0, 20},
+                                                       {2, -50, 0, 20},
+                                                       {2, 0, 0, 20},
+                                                       {2, 1'001'000, 0, 20},
+                                                       {2, 50, 2 * kTodo, 20},
+                                                       {2, 50, 0, 19},
+                                                       {2, 50, 0, 21},
+                                                       {2, 50, 0, 0}})
+        casos.emplace_back(Hex({numero, Estado::Bien, alto, 0, largo}, bytes), cerrado);
     for (const auto& [respuesta, frase] : casos) {
         SCOPED_TRACE(respuesta.substr(0, 40));
         Apoyo::EscribirFichero(ruta, kTresHojas + respuesta);
@@ -72,7 +75,7 @@ TEST(Hostil, SoloSeCreeLoQueCuadraConLoPedido) {
 TEST(Hostil, NiAlAbrir) {
     const Apoyo::CarpetaTemporal carpeta;
     const std::string ruta = carpeta / "guion";
-    const std::string danado = "No se pudo abrir el PDF (archivo inexistente o dañado).", una = Hex({0, {}, 1, 0});
+    const std::string danado = "No se pudo abrir el PDF (archivo inexistente o dañado).", una = Hex({1, {}, 1, 0, 0});
     const std::string mudo = "No se pudo dibujar la pagina: el programa que la dibuja no responde.";
     const auto falta = [](bool seccomp) { return Lx::Ayudante::ExplicarFalta({seccomp, false, 0}); };
     struct Caso {
@@ -80,9 +83,9 @@ TEST(Hostil, NiAlAbrir) {
         std::chrono::milliseconds plazo{20'000}, tarda{0};
     };
     const Caso casos[] = {
-        {Saluda() + Hex({0, Estado::Bien, 0, 0}), danado},
-        {Saluda() + Hex({1, Estado::Bien, 3, 0}), danado},
-        {Saluda() + Hex({0, Estado{9}, 3, 0}), danado},
+        {Saluda() + Hex({1, Estado::Bien, 0, 0, 0}), danado},
+        {Saluda() + Hex({2, Estado::Bien, 3, 0, 0}), danado},
+        {Saluda() + Hex({1, Estado{9}, 3, 0, 0}), danado},
         {Saluda() + Hex({}, 3), danado},
         {Saluda(1, 0, 1) + una, ""},
         {Saluda(2, 1, 0) + una, danado},
@@ -133,7 +136,7 @@ TEST(Hostil, LosMurosAguantan) {
          {"socket", "kill", "tgkill", "ptrace", "memoria", "execve", "fork", "sendmsg", "codigo", "volverlo"})
         casos.emplace_back(que, EPERM);
     const Apoyo::CarpetaTemporal carpeta;
-    std::string guion = "muros\n" + Hex({0, Estado::Bien, static_cast<int>(casos.size()), 0}), error;
+    std::string guion = "muros\n" + Hex({1, Estado::Bien, static_cast<int>(casos.size()), 0, 0}), error;
     for (const auto& [intento, _] : casos) guion += intento + "\n";
     Apoyo::EscribirFichero(carpeta / "guion", guion);
     const auto doc = Lx::Pdf::PageDocument::Open(carpeta / "guion", error);

@@ -210,14 +210,14 @@ TEST_F(Pagina, DibujaLetrasQueElDocumentoNoTrae) {
     const std::string suya = Apoyo::Exigir({"pdftoppm", "-scale-to-x", "400", "-scale-to-y", "200", ruta});
     const std::string cabecera = "P6\n400 200\n255\n";
     ASSERT_EQ(suya.substr(0, cabecera.size()), cabecera);
-    size_t negros = 0, distintos = 0;
+    size_t negros = 0, suyos = 0;
     for (size_t i = 0; i < raster.pixels.size() / 4; ++i) {
-        negros += raster.pixels[4 * i] < 64 ? 1 : 0;
-        for (size_t k = 0; k < 3; ++k)
-            distintos += raster.pixels[4 * i + k] != static_cast<unsigned char>(suya[cabecera.size() + 3 * i + k]);
+        negros += raster.pixels[4 * i] < 128 ? 1 : 0;
+        suyos += static_cast<unsigned char>(suya[cabecera.size() + 3 * i]) < 128 ? 1 : 0;
     }
-    EXPECT_GT(negros, 2500U);
-    EXPECT_EQ(distintos, 0U);
+    // Drawn by another of poppler's engines: the same letters with other edges.
+    EXPECT_GT(negros, 3000U);
+    EXPECT_NEAR(static_cast<double>(negros), static_cast<double>(suyos), 0.1 * static_cast<double>(suyos));
 }
 
 TEST_F(Pagina, UnaHojaLentaNoParaNadaMas) {
@@ -282,10 +282,10 @@ TEST_F(Pagina, ElProgramaEstaEncerrado) {
     std::map<std::string, std::string> descriptores;
     for (const auto& uno : std::filesystem::directory_iterator("/proc/" + std::to_string(pid) + "/fd"))
         descriptores[uno.path().filename()] = std::filesystem::read_symlink(uno).string().substr(0, 14);
-    EXPECT_THAT(descriptores, testing::ElementsAre(
-                                  testing::Pair("0", "/dev/null"), testing::Pair("1", "/dev/null"),
-                                  testing::Pair("2", "/dev/null"), testing::Pair("3", testing::StartsWith("socket:")),
-                                  testing::Pair("4", "/memfd:documen"), testing::Pair("5", "/memfd:pixeles")));
+    EXPECT_THAT(descriptores, testing::ElementsAre(testing::Pair("0", "/dev/null"), testing::Pair("1", "/dev/null"),
+                                                   testing::Pair("2", "/dev/null"),
+                                                   testing::Pair("3", testing::StartsWith("socket:")),
+                                                   testing::Pair("4", "/memfd:ranuras")));
 }
 
 // From here on this process and those that it starts live on a kernel without Landlock and with less of seccomp.
@@ -331,8 +331,8 @@ TEST_F(Pagina, SinMurosNoSeDibuja) {
                 std::fputs(error.c_str(), stderr);
                 if (doc) _exit(0);
                 // The program itself doesn't look at the document either.
-                const Lx::Api::Descriptor documento(open(ruta.c_str(), O_RDONLY));
-                const auto programa = Lx::Ayudante::Programa::Arrancar(documento, documento);
+                const auto programa =
+                    Lx::Ayudante::Programa::Arrancar(Lx::Ayudante::Ranuras::Crear(Lx::Ayudante::kUnidad)->Memoria());
                 _exit(Acaba(Hijos().at(0)) ? 3 : 4);
             },
             testing::ExitedWithCode(que == Quita::Nada ? 0 : 3), espera);

@@ -1,13 +1,11 @@
 #include "ui/platform/pdf/PageDocument.h"
 
-#include <fcntl.h>
-#include <sys/mman.h>
-#include <sys/stat.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <climits>
+#include <cstring>
+#include <utility>
 #include <vector>
+
+#include "ui/platform/pdf/PageContent.h"
 
 namespace Lx::Pdf {
 namespace {
@@ -18,6 +16,7 @@ using Ayudante::Noticia;
 using std::chrono::milliseconds;
 
 constexpr const char* kCantOpen = "No se pudo abrir el PDF (archivo inexistente o dañado).";
+constexpr const char* kLocked = "El PDF esta protegido con contraseña.";
 constexpr const char* kNoMemory = "Sin memoria para rasterizar la pagina.";
 constexpr const char* kBadSize = "La pagina tiene un tamano invalido.";
 constexpr const char* kNotDrawn = "No se pudo dibujar la pagina.";
@@ -29,58 +28,21 @@ constexpr const char* kMute = "No se pudo dibujar la pagina: el programa que la 
 // is the opening of the document and never less than this; then the process is ended, the only way to stop it.
 constexpr milliseconds kPatience{250};
 
-constexpr size_t kBytesKept = size_t{64} << 20;
+// A whole page of as many pixels as there may be, and a bit for one that is wider than long.
+constexpr size_t kSlots = size_t{Ayudante::kMaxPixeles} * 4 + 8 * Ayudante::kUnidad;
 
 milliseconds Since(PageDocument::Clock::time_point start) {
     return std::chrono::duration_cast<milliseconds>(PageDocument::Clock::now() - start);
 }
 
-Descriptor Memory(const char* name) {
-    return Descriptor(memfd_create(name, MFD_CLOEXEC | MFD_ALLOW_SEALING));
-}
-
-bool Seal(const Descriptor& memory, int seals) {
-    return fcntl(memory.Valor(), F_ADD_SEALS, seals | F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL) == 0;
-}
-
-bool WriteAll(int fd, const char* data, size_t size) {
-    while (size > 0) {
-        const ssize_t n = write(fd, data, size);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        data += n;
-        size -= static_cast<size_t>(n);
+// From words 0xffRRGGBB of the machine to bytes R, G, B, A.
+void Convert(const unsigned char* source, std::vector<unsigned char>& target) {
+    for (size_t i = 0; i < target.size(); i += 4) {
+        uint32_t pixel;
+        std::memcpy(&pixel, source + i, 4);
+        pixel = (pixel & 0xFF00FF00) | ((pixel >> 16) & 0xFF) | ((pixel & 0xFF) << 16);
+        std::memcpy(target.data() + i, &pixel, 4);
     }
-    return true;
-}
-
-// The file as it is now, in memory that nobody can change: what is shown doesn't depend on what becomes of the file.
-Descriptor CopyOf(const std::string& path) {
-    // A pipe in the place of a file must not make the window wait for who writes into it.
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
-    struct stat info {};
-    if (!file || fstat(file.Valor(), &info) != 0 || !S_ISREG(info.st_mode)) return Descriptor();
-    Descriptor memory = Memory("documento");
-    if (!memory) return Descriptor();
-    std::vector<char> chunk(1 << 20);
-    int64_t total = 0;
-    while (true) {
-        const ssize_t n = read(file.Valor(), chunk.data(), chunk.size());
-        if (n < 0 && errno == EINTR) continue;
-        if (n < 0) return Descriptor();
-        if (n == 0) break;
-        total += n;
-        if (total > INT_MAX || !WriteAll(memory.Valor(), chunk.data(), static_cast<size_t>(n))) return Descriptor();
-    }
-    if (total == 0 || !Seal(memory, F_SEAL_WRITE)) return Descriptor();
-    return memory;
-}
-
-// Its size never changes, so reading it can't fail whatever the other process does.
-Descriptor RoomForPixels() {
-    Descriptor memory = Memory("pixeles");
-    if (!memory || ftruncate(memory.Valor(), Ayudante::kBytesPixeles) != 0 || !Seal(memory, 0)) return Descriptor();
-    return memory;
 }
 
 const char* Sentence(Estado state) {
@@ -96,8 +58,8 @@ const char* Sentence(Estado state) {
 
 }  // namespace
 
-PageDocument::PageDocument(Descriptor content, Descriptor pixels, milliseconds limit)
-    : content_(std::move(content)), pixels_(std::move(pixels)), limit_(limit) {}
+PageDocument::PageDocument(Descriptor content, std::shared_ptr<Ayudante::Ranuras> slots, milliseconds limit)
+    : content_(std::move(content)), slots_(std::move(slots)), limit_(limit) {}
 
 std::unique_ptr<PageDocument> PageDocument::Open(const std::string& path, std::string& error, milliseconds limit) {
     error.clear();
@@ -106,12 +68,12 @@ std::unique_ptr<PageDocument> PageDocument::Open(const std::string& path, std::s
         return nullptr;
     }
     Descriptor content = CopyOf(path);
-    Descriptor pixels = RoomForPixels();
-    if (!content || !pixels) {
+    auto slots = Ayudante::Ranuras::Crear(kSlots / Ayudante::kUnidad * Ayudante::kUnidad);
+    if (!content || !slots) {
         error = kCantOpen;
         return nullptr;
     }
-    std::unique_ptr<PageDocument> doc(new PageDocument(std::move(content), std::move(pixels), limit));
+    std::unique_ptr<PageDocument> doc(new PageDocument(std::move(content), std::move(slots), limit));
     if (!doc->AwaitOpening(error)) return nullptr;
     return doc;
 }
@@ -119,8 +81,7 @@ std::unique_ptr<PageDocument> PageDocument::Open(const std::string& path, std::s
 bool PageDocument::AwaitOpening(std::string& error) {
     const auto start = Clock::now();
     since_ = start;
-    program_ = Ayudante::Programa::Arrancar(content_, pixels_);
-    if (!program_) error = kNoProgram;
+    if (!StartProgram()) error = kNoProgram;
     while (error.empty()) {
         const milliseconds gone = Since(since_);
         switch (program_->Leer(std::max(limit_ - gone, milliseconds(0)))) {
@@ -130,22 +91,19 @@ bool PageDocument::AwaitOpening(std::string& error) {
             case Noticia::Saludo:
                 since_ = Clock::now();
                 break;
-            case Noticia::Abierto:
+            case Noticia::Contesta:
                 opening_ = Since(start);
-                pages_ = program_->Ultima().ancho;
-                return true;
+                pages_ = program_->Ultima().valor;
+                isOpening_ = false;
+                if (program_->Ultima().estado == Estado::Bien) return true;
+                error = program_->Ultima().estado == Estado::Protegido ? kLocked : kCantOpen;
+                break;
             case Noticia::SinMuros:
                 error = Ayudante::ExplicarFalta(program_->LosMuros());
                 break;
             case Noticia::Mudo:
                 error = kMute;
                 break;
-            case Noticia::NoAbierto:
-                if (program_->Ultima().estado == Estado::Protegido) {
-                    error = "El PDF esta protegido con contraseña.";
-                    break;
-                }
-                [[fallthrough]];
             default:
                 error = kCantOpen;
         }
@@ -207,18 +165,36 @@ bool PageDocument::IsInTheWay(const Sheet& sheet, Clock::time_point now) const {
     return *underway_ != sheet && !isOpening_ && now - since_ >= std::max(kPatience, opening_);
 }
 
+bool PageDocument::StartProgram() {
+    program_ = Ayudante::Programa::Arrancar(slots_->Memoria());
+    isOpening_ = true;
+    return program_ && program_->Pedir({}, {content_.Valor()}) != 0;
+}
+
+bool PageDocument::Ask(const Sheet& sheet) {
+    slot_ = {};
+    slot_ = slots_->Tomar(kSlots - 2 * Ayudante::kUnidad);
+    Ayudante::Peticion request;
+    request.orden = Ayudante::Orden::Dibujar;
+    request.pagina = sheet.page;
+    request.total = request.ancho = sheet.width;
+    request.paso = static_cast<uint32_t>(sheet.width) * 4;
+    request.ranura = slot_.Desde();
+    request.bytes = static_cast<uint32_t>(slot_.Bytes());
+    return program_->Pedir(request) != 0;
+}
+
 // Either it is being drawn afterwards or `done_` says why not.
 void PageDocument::Request(const Sheet& sheet) {
     done_.reset();
     underway_ = sheet;
     since_ = Clock::now();
     // A process that ended while it had nothing to do is no fault of this page.
-    if (program_ && program_->Pedir(sheet.page, sheet.width)) return;
-    program_ = Ayudante::Programa::Arrancar(content_, pixels_);
-    isOpening_ = true;
+    if (program_ && Ask(sheet)) return;
+    const bool started = StartProgram();
     if (!program_)
         Fail(kNoProgram);
-    else if (!program_->Pedir(sheet.page, sheet.width))
+    else if (!started || !Ask(sheet))
         FailByDeath();
 }
 
@@ -233,15 +209,8 @@ void PageDocument::Attend(milliseconds wait) {
         case Noticia::Saludo:
             since_ = Clock::now();
             break;
-        case Noticia::Abierto:
-            isOpening_ = false;
-            since_ = Clock::now();
-            break;
-        case Noticia::Hoja:
-            Deliver();
-            break;
-        case Noticia::SinHoja:
-            Fail(Sentence(program_->Ultima().estado));
+        case Noticia::Contesta:
+            Answered();
             break;
         case Noticia::SinMuros:
             Fail(Ayudante::ExplicarFalta(program_->LosMuros()));
@@ -256,15 +225,31 @@ void PageDocument::Attend(milliseconds wait) {
             program_.reset();
             Fail(kMute);
             break;
-        case Noticia::NoAbierto:
         case Noticia::Fin:
             FailByDeath();
     }
 }
 
+void PageDocument::Answered() {
+    since_ = Clock::now();
+    const Estado state = program_->Ultima().estado;
+    if (isOpening_) {
+        isOpening_ = false;
+        if (state != Estado::Bien) FailByDeath();
+    } else if (state != Estado::Bien) {
+        Fail(Sentence(state));
+    } else {
+        Deliver();
+    }
+}
+
 void PageDocument::Deliver() {
-    Raster raster;
-    if (!CopyPixels(raster)) return FailByDeath();
+    Raster raster{underway_->width, program_->Ultima().valor, {}};
+    raster.pixels.resize(static_cast<size_t>(raster.width) * static_cast<size_t>(raster.height) * 4);
+    Convert(slot_.Datos(), raster.pixels);
+    // What a page of usual size takes is kept for the next one.
+    slot_.Encoger(raster.pixels.size());
+    slot_ = {};
     done_ = Done{*underway_, {}, std::move(raster)};
     underway_.reset();
 }
@@ -279,22 +264,6 @@ void PageDocument::FailByDeath() {
     const int status = program_->Acabar();
     program_.reset();
     Fail(status == Ayudante::kSalidaSinMemoria ? kNoMemory : kProgramClosed);
-}
-
-bool PageDocument::CopyPixels(Raster& raster) const {
-    const Ayudante::Respuesta& answer = program_->Ultima();
-    const size_t bytes = static_cast<size_t>(answer.ancho) * static_cast<size_t>(answer.alto) * 4;
-    void* const view = mmap(nullptr, bytes, PROT_READ, MAP_SHARED | MAP_POPULATE, pixels_.Valor(), 0);
-    if (view == MAP_FAILED) return false;
-    const auto* const pixels = static_cast<const unsigned char*>(view);
-    raster.width = answer.ancho;
-    raster.height = answer.alto;
-    raster.pixels.assign(pixels, pixels + bytes);
-    munmap(view, bytes);
-    // What a page of usual size takes is kept for the next one.
-    if (bytes > kBytesKept)
-        fallocate(pixels_.Valor(), FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, 0, Ayudante::kBytesPixeles);
-    return true;
 }
 
 IDocument* Open(const std::string& path, std::string& error) {

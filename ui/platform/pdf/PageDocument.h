@@ -8,6 +8,7 @@
 #include <string>
 
 #include "ayudante/LxPrograma.h"
+#include "ayudante/LxRanuras.h"
 #include "ui/LxPdf.h"
 
 namespace Lx::Pdf {
@@ -39,20 +40,24 @@ class PageDocument : public IDocument {
         Raster raster;
     };
 
-    PageDocument(Api::Descriptor content, Api::Descriptor pixels, std::chrono::milliseconds limit);
+    PageDocument(Api::Descriptor content, std::shared_ptr<Ayudante::Ranuras> slots, std::chrono::milliseconds limit);
 
     [[nodiscard]] bool AwaitOpening(std::string& error);
+    [[nodiscard]] bool StartProgram();
+    [[nodiscard]] bool Ask(const Sheet& sheet);
     void Request(const Sheet& sheet);
+    void Answered();
     void Abandon();
     void Attend(std::chrono::milliseconds wait);
     void Fail(std::string sentence);
     void FailByDeath();
     void Deliver();
-    [[nodiscard]] bool CopyPixels(Raster& raster) const;
     [[nodiscard]] bool IsInTheWay(const Sheet& sheet, Clock::time_point now) const;
     [[nodiscard]] bool Admits(int page, int width, std::string& error) const;
 
-    Api::Descriptor content_, pixels_;
+    Api::Descriptor content_;
+    std::shared_ptr<Ayudante::Ranuras> slots_;
+    Ayudante::Ranura slot_;  // of the page that is being drawn
     std::chrono::milliseconds limit_, opening_{0};
     int pages_ = 0;
     std::unique_ptr<Ayudante::Programa> program_;

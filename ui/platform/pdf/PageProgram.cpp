@@ -1,27 +1,31 @@
-// velmora-pagina: draws the pages of one document for the window that started it, and can do nothing else. A PDF is
-// the work of a stranger and poppler a large program; here a fault in it meets no secret and no file.
+// velmora-pagina: reads and draws one document for the window that started it, and can do nothing else. A PDF is the
+// work of a stranger and poppler a large program; here a fault in it meets no secret and no file.
 #include <malloc.h>
 #include <signal.h>
 #include <sys/prctl.h>
+#include <sys/socket.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <new>
+#include <vector>
 
 #include "ayudante/LxEncierro.h"
 #include "ayudante/LxProtocolo.h"
-#include "ui/platform/pdf/PageRenderer.h"
+#include "ui/platform/pdf/PageServer.h"
 
 namespace {
 
 using namespace Lx::Ayudante;
 
-// The window ends a page that takes too long before this does; it may have gone to sleep with nobody waiting.
+// The window ends what takes too long before this does; it may have gone to sleep with nobody waiting.
 constexpr unsigned kSeconds = 25;
 
-// poppler aborts when it gets no memory, the C++ library asks this first.
+// glib and poppler abort when they get no memory, the C++ library asks this first.
 [[noreturn]] void EndWithoutMemory() {
     _exit(kSalidaSinMemoria);
 }
@@ -34,23 +38,35 @@ bool HasChannel() {
     return fstat(kCanal, &info) == 0 && S_ISSOCK(info.st_mode);
 }
 
-bool Answer(const Respuesta& answer) {
-    alarm(0);
-    return write(kCanal, &answer, sizeof answer) == static_cast<ssize_t>(sizeof answer);
+// False when the window has gone or asks for nothing any more.
+bool Receive(Peticion& request, std::vector<int>& fds) {
+    iovec part{&request, sizeof request};
+    alignas(cmsghdr) char control[CMSG_SPACE(2 * sizeof(int))];
+    msghdr message{};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    message.msg_control = control;
+    message.msg_controllen = sizeof control;
+    fds.clear();
+    if (recvmsg(kCanal, &message, MSG_CMSG_CLOEXEC) != static_cast<ssize_t>(sizeof request)) return false;
+    const cmsghdr* const header = CMSG_FIRSTHDR(&message);
+    if (header == nullptr || header->cmsg_level != SOL_SOCKET || header->cmsg_type != SCM_RIGHTS) return true;
+    fds.resize((header->cmsg_len - CMSG_LEN(0)) / sizeof(int));
+    std::memcpy(fds.data(), CMSG_DATA(header), fds.size() * sizeof(int));
+    return true;
 }
 
 int Serve() {
-    Lx::Pdf::PageRenderer renderer;
-    alarm(kSeconds);
-    const Estado opened = renderer.Open(kDocumento);
-    const bool good = opened == Estado::Bien;
-    if (!Answer({0, opened, good ? renderer.PageCount() : 0, 0}) || !good) return EXIT_FAILURE;
+    Lx::Pdf::PageServer server;
+    if (!server.MapSlots(kRanuras)) return EXIT_FAILURE;
     Peticion request;
-    while (read(kCanal, &request, sizeof request) == static_cast<ssize_t>(sizeof request)) {
+    std::vector<int> fds;
+    while (Receive(request, fds)) {
         alarm(kSeconds);
-        Respuesta answer{request.numero, Estado::Bien, request.ancho, 0};
-        answer.estado = renderer.Draw(request.pagina, request.ancho, kPixeles, answer.alto);
-        if (!Answer(answer)) break;
+        const Respuesta answer = server.Answer(request, fds);
+        alarm(0);
+        for (const int fd : fds) close(fd);
+        if (write(kCanal, &answer, sizeof answer) != static_cast<ssize_t>(sizeof answer)) break;
     }
     return EXIT_SUCCESS;
 }

@@ -1,9 +1,5 @@
 #include "ui/platform/pdf/PageRenderer.h"
 
-#include <poppler/cpp/poppler-document.h>
-#include <poppler/cpp/poppler-image.h>
-#include <poppler/cpp/poppler-page-renderer.h>
-#include <poppler/cpp/poppler-page.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 
@@ -11,7 +7,6 @@
 #include <climits>
 #include <cmath>
 #include <cstring>
-#include <string>
 #include <string_view>
 
 #include "ui/platform/pdf/KeptStamps.h"
@@ -20,55 +15,51 @@ namespace Lx::Pdf {
 namespace {
 
 using Ayudante::kMaxPixeles;
+using Ayudante::Peticion;
 
-// Size of the page as it is seen, in points.
-bool Measure(const poppler::page& page, double& width, double& height) {
-    const poppler::rectf box = page.page_rect(poppler::crop_box);
-    const auto orientation = page.orientation();
-    const bool sideways = orientation == poppler::page::landscape || orientation == poppler::page::seascape;
-    width = sideways ? box.height() : box.width();
-    height = sideways ? box.width() : box.height();
-    return std::isfinite(width) && std::isfinite(height) && width > 0 && height > 0;
-}
-
-// From words 0xAARRGGBB in the machine's order, with rows of any length, to bytes R, G, B, A without gaps. False when a
-// pixel isn't opaque: on white paper every one is, unless poppler drew nothing.
-bool Convert(const poppler::image& image, char* target) {
-    const int width = image.width();
-    uint32_t opaque = 0xFF000000;
-    for (int y = 0; y < image.height(); ++y) {
-        const char* source = image.const_data() + static_cast<size_t>(y) * static_cast<size_t>(image.bytes_per_row());
-        for (int x = 0; x < width; ++x, source += 4, target += 4) {
-            uint32_t pixel;
-            std::memcpy(&pixel, source, 4);
-            opaque &= pixel;
-            pixel = (pixel & 0xFF00FF00) | ((pixel >> 16) & 0xFF) | ((pixel & 0xFF) << 16);
-            std::memcpy(target, &pixel, 4);
-        }
+// From points of the page to device pixels of it, whole and as the view turns it.
+cairo_matrix_t Placement(const PageSize& size, int32_t turn, int32_t width) {
+    const double across = width, along = HeightOf(size, turn, width);
+    const double w = size.width, h = size.height;
+    cairo_matrix_t m;
+    switch (turn) {
+        case 1:
+            cairo_matrix_init(&m, 0, along / w, -across / h, 0, across, 0);
+            break;
+        case 2:
+            cairo_matrix_init(&m, -across / w, 0, 0, -along / h, across, along);
+            break;
+        case 3:
+            cairo_matrix_init(&m, 0, -along / w, across / h, 0, 0, along);
+            break;
+        default:
+            cairo_matrix_init(&m, across / w, 0, 0, along / h, 0, 0);
     }
-    return opaque == 0xFF000000;
+    return m;
 }
 
-// Where the window looks for the pixels.
-Estado Deliver(const poppler::image& image, int target) {
-    const size_t bytes = static_cast<size_t>(image.width()) * static_cast<size_t>(image.height()) * 4;
-    void* const view = mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_POPULATE, target, 0);
-    if (view == MAP_FAILED) return Estado::SinMemoria;
-    const bool good = Convert(image, static_cast<char*>(view));
-    munmap(view, bytes);
-    return good ? Estado::Bien : Estado::SinDibujar;
+// The fourth byte is nobody's while cairo draws.
+void MakeOpaque(unsigned char* rows, size_t bytes) {
+    for (size_t i = 0; i < bytes; i += 4) {
+        uint32_t pixel;
+        std::memcpy(&pixel, rows + i, 4);
+        pixel |= 0xFF000000;
+        std::memcpy(rows + i, &pixel, 4);
+    }
 }
 
-void Silence(const std::string&, void*) {}
+bool RenderSheet(PopplerPage* sheet, bool forPrint, cairo_t* cairo) {
+    if (forPrint) {
+        poppler_page_render_for_printing(sheet, cairo);
+    } else {
+        poppler_page_render(sheet, cairo);
+    }
+    return cairo_status(cairo) == CAIRO_STATUS_SUCCESS;
+}
 
 }  // namespace
 
-PageRenderer::PageRenderer() {
-    poppler::set_debug_error_function(Silence, nullptr);
-}
-PageRenderer::~PageRenderer() = default;
-
-Estado PageRenderer::Open(int fd) {
+Estado PageRenderer::Open(int fd, const char* password) {
     struct stat info {};
     if (fstat(fd, &info) != 0 || info.st_size < 1 || info.st_size > INT_MAX) return Estado::Danado;
     const auto size = static_cast<size_t>(info.st_size);
@@ -82,35 +73,72 @@ Estado PageRenderer::Open(int fd) {
         stamped_.append(original).append(stamps);
     }
     const std::string_view content = stamped_.empty() ? original : stamped_;
-    document_.reset(poppler::document::load_from_raw_data(content.data(), static_cast<int>(content.size())));
-    if (!document_) return Estado::Danado;
-    if (document_->is_locked()) return Estado::Protegido;
-    return document_->pages() > 0 ? Estado::Bien : Estado::Danado;
+    GBytes* const bytes = g_bytes_new_static(content.data(), content.size());
+    GError* error = nullptr;
+    document_.reset(poppler_document_new_from_bytes(bytes, password, &error));
+    g_bytes_unref(bytes);
+    const bool locked = error != nullptr && g_error_matches(error, POPPLER_ERROR, POPPLER_ERROR_ENCRYPTED) != 0;
+    g_clear_error(&error);
+    if (!document_) return locked ? Estado::Protegido : Estado::Danado;
+    return PageCount() > 0 ? Estado::Bien : Estado::Danado;
+}
+
+uint32_t PageRenderer::Flags() const {
+    constexpr auto kPrint = POPPLER_PERMISSIONS_OK_TO_PRINT, kWell = POPPLER_PERMISSIONS_OK_TO_PRINT_HIGH_RESOLUTION;
+    const auto may = poppler_document_get_permissions(document_.get());
+    return ((may & kPrint) != 0 ? 0 : Ayudante::kNoImprimir) | ((may & kWell) != 0 ? 0 : Ayudante::kNoImprimirBien);
 }
 
 int PageRenderer::PageCount() const {
-    return document_->pages();
+    return poppler_document_get_n_pages(document_.get());
 }
 
-Estado PageRenderer::Draw(int page, int width, int target, int& height) const {
-    const std::unique_ptr<poppler::page> sheet(document_->create_page(page));
-    double pointsWide = 0, pointsHigh = 0;
-    if (!sheet) return Estado::SinDibujar;
-    if (!Measure(*sheet, pointsWide, pointsHigh) || width < 1) return Estado::TamanoInvalido;
-    const double exactHeight = pointsHigh * width / pointsWide;
-    if (exactHeight * width > static_cast<double>(kMaxPixeles)) return Estado::SinMemoria;
-    height = std::max(1, static_cast<int>(std::lround(exactHeight)));
+SheetRef PageRenderer::Sheet(int page) const {
+    return SheetRef(page >= 0 && page < PageCount() ? poppler_document_get_page(document_.get(), page) : nullptr);
+}
 
-    poppler::page_renderer painter;
-    painter.set_image_format(poppler::image::format_argb32);
-    painter.set_render_hint(poppler::page_renderer::antialiasing, true);
-    painter.set_render_hint(poppler::page_renderer::text_antialiasing, true);
-    const poppler::image image =
-        painter.render_page(sheet.get(), 72.0 * width / pointsWide, 72.0 * height / pointsHigh, 0, 0, width, height);
-    if (!image.is_valid() || image.format() != poppler::image::format_argb32 || image.width() != width ||
-        image.height() != height || image.bytes_per_row() / 4 < width)
-        return Estado::SinDibujar;
-    return Deliver(image, target);
+bool PageRenderer::Measure(PopplerPage* sheet, PageSize& size) {
+    double width = 0, height = 0;
+    poppler_page_get_size(sheet, &width, &height);
+    size = {static_cast<float>(width), static_cast<float>(height)};
+    return std::isfinite(size.width) && std::isfinite(size.height) && size.width > 0 && size.height > 0;
+}
+
+bool PageRenderer::Paint(const Peticion& request, const PageSize& size, PopplerPage* sheet, cairo_surface_t* target) {
+    const CairoRef cairo(cairo_create(target));
+    cairo_translate(cairo.get(), -request.x, -request.y);
+    const cairo_matrix_t placement = Placement(size, request.giro, request.total);
+    cairo_transform(cairo.get(), &placement);
+    return RenderSheet(sheet, (request.banderas & Ayudante::kParaImprimir) != 0, cairo.get());
+}
+
+Estado PageRenderer::Draw(const Peticion& request, unsigned char* target, int32_t& rows) {
+    const SheetRef sheet = Sheet(request.pagina);
+    PageSize size;
+    if (!sheet) return Estado::SinDibujar;
+    if (!Measure(sheet.get(), size) || request.total < 1 || request.ancho < 1) return Estado::TamanoInvalido;
+    const int64_t whole = HeightOf(size, request.giro, request.total);
+    rows = request.alto > 0 ? request.alto : static_cast<int32_t>(std::max<int64_t>(whole - request.y, 1));
+    const size_t stride = request.paso;
+    if (stride % 4 != 0 || stride / 4 < static_cast<size_t>(request.ancho) ||
+        static_cast<size_t>(rows) * stride > request.bytes || int64_t{rows} * request.ancho > kMaxPixeles)
+        return Estado::SinMemoria;
+    std::memset(target, 0xFF, static_cast<size_t>(rows) * stride);
+    // Cairo takes no more rows at a time.
+    constexpr int32_t kBand = 16'384;
+    Peticion band = request;
+    for (int32_t done = 0; done < rows; done += kBand) {
+        band.y = request.y + done;
+        const int32_t height = std::min(kBand, rows - done);
+        const SurfaceRef surface(cairo_image_surface_create_for_data(target + static_cast<size_t>(done) * stride,
+                                                                     CAIRO_FORMAT_RGB24, request.ancho, height,
+                                                                     static_cast<int>(stride)));
+        if (cairo_surface_status(surface.get()) != CAIRO_STATUS_SUCCESS) return Estado::SinMemoria;
+        if (!Paint(band, size, sheet.get(), surface.get())) return Estado::SinDibujar;
+        cairo_surface_flush(surface.get());
+    }
+    MakeOpaque(target, static_cast<size_t>(rows) * stride);
+    return Estado::Bien;
 }
 
 }  // namespace Lx::Pdf

@@ -1,36 +1,67 @@
 // A document as poppler reads and draws it.
 #pragma once
 
+#include <cairo.h>
+#include <poppler.h>
+
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <string>
 
 #include "ayudante/LxProtocolo.h"
-
-namespace poppler {
-class document;
-}
+#include "ui/LxPages.h"
 
 namespace Lx::Pdf {
 
 using Ayudante::Estado;
 
+// Of what glib counts references.
+struct Unref {
+    void operator()(void* object) const { g_object_unref(object); }
+};
+struct CairoRelease {
+    void operator()(cairo_t* cairo) const { cairo_destroy(cairo); }
+    void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
+};
+using SheetRef = std::unique_ptr<PopplerPage, Unref>;
+using SurfaceRef = std::unique_ptr<cairo_surface_t, CairoRelease>;
+using CairoRef = std::unique_ptr<cairo_t, CairoRelease>;
+
 class PageRenderer {
   public:
-    PageRenderer();
-    ~PageRenderer();
+    PageRenderer() = default;
     PageRenderer(const PageRenderer&) = delete;
     PageRenderer& operator=(const PageRenderer&) = delete;
 
-    // The descriptor is only read.
-    [[nodiscard]] Estado Open(int fd);
+    // The descriptor is only read. With a password that is tried when there is one; UTF-8.
+    [[nodiscard]] Estado Open(int fd, const char* password);
+    // Fit for Ayudante::Respuesta.
+    [[nodiscard]] uint32_t Flags() const;
     [[nodiscard]] int PageCount() const;
-    // Writes the pixels at the start of `target`.
-    [[nodiscard]] Estado Draw(int page, int width, int target, int& height) const;
+    [[nodiscard]] PopplerDocument* Document() const { return document_.get(); }
+    [[nodiscard]] SheetRef Sheet(int page) const;
+    // Of the page as it is seen. False when it has none.
+    [[nodiscard]] static bool Measure(PopplerPage* sheet, PageSize& size);
+
+    // Draws the part that is asked for into `target`; `rows` are how many there are. Where no height was asked for,
+    // the part goes to the end of the page, as far as there is room.
+    [[nodiscard]] Estado Draw(const Ayudante::Peticion& request, unsigned char* target, int32_t& rows);
 
   private:
+    struct Recording {
+        int32_t page = -1, width = 0, turn = 0;
+        bool forPrint = false;
+        SurfaceRef surface;  // empty: drawn once, not recorded
+        bool operator==(const Recording&) const = default;
+    };
+
+    [[nodiscard]] bool Paint(const Ayudante::Peticion& request, const PageSize& size, PopplerPage* sheet,
+                             cairo_surface_t* target);
+
     std::string stamped_;  // the bytes that poppler reads, where they aren't the file's own
-    std::unique_ptr<poppler::document> document_;
+    std::unique_ptr<PopplerDocument, Unref> document_;
+    Recording recent_;
 };
 
 }  // namespace Lx::Pdf
