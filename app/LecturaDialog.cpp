@@ -14,7 +14,8 @@ bool CLecturaDialog::OnInit() {
             .peticion = "Escribe la contraseña que te dio quien lo hizo:",
             .indicacion = "Contraseña",
             .aviso = "No se guarda en ningún sitio, y el documento no se podrá firmar.",
-            .vacio = "Escribe la contraseña del documento."});
-    if (rechazada_) Decir("La contraseña no es correcta: escríbela otra vez.");
+            .vacio = "Escribe la contraseña del documento.",
+            .abre = rechazada_ ? "La contraseña no es correcta: escríbela otra vez." : "",
+            .rechazado = rechazada_});
     return true;
 }

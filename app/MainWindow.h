@@ -130,6 +130,7 @@ class CMainWindow : public Lx::CWindow {
     void OnTemaClaro();
     void OnTemaOscuro();
     void OnSinRecientes();
+    void OnDiagnostico();
     void OnAyuda();
     void OnCerrar();
     void OnCerrarTodas();
@@ -212,6 +213,7 @@ class CMainWindow : public Lx::CWindow {
     Pedido pedido_;
     bool bienvenida_ = false;
     bool protegido_ = false;
+    std::string carpeta_;  // where the last signed copy was put, when the person chose it
     int pagina_ = 0;
     int paginas_ = 0;
     std::optional<Lx::Firma::Examen> examen_;

@@ -2,6 +2,7 @@
 #include <utility>
 
 #include "app/AyudaDialog.h"
+#include "app/DiagnosticoDialog.h"
 #include "app/MainWindow.h"
 #include "ui/LxApp.h"
 
@@ -192,6 +193,11 @@ void CMainWindow::OnSinRecientes() {
 
 bool CMainWindow::SinRecientes() const {
     return !preferencias_.recientes;
+}
+
+void CMainWindow::OnDiagnostico() {
+    CDiagnosticoDialog dialogo(this, paleta_);
+    static_cast<void>(Preguntar(dialogo));
 }
 
 void CMainWindow::OnAyuda() {

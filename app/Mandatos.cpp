@@ -104,6 +104,7 @@ std::span<const W::Mandato> W::Mandatos() {
         {"Claro", {}, Grupo::Tema, kMenu, &W::OnTemaClaro, nullptr, &W::EsTemaClaro},
         {"Oscuro", {}, Grupo::Tema, kMenu, &W::OnTemaOscuro, nullptr, &W::EsTemaOscuro},
         {"No guardar documentos recientes", {}, Grupo::Programa, kMenu, &W::OnSinRecientes, nullptr, &W::SinRecientes},
+        {"Diagnóstico de la tarjeta…", {}, Grupo::Programa, kMenu, &W::OnDiagnostico},
         {"Ayuda", Codigo(KeyCode::F1), Grupo::Programa, kMenu, &W::OnAyuda},
         {"Abrir este menú", Codigo(KeyCode::F10), Grupo::Programa, 0, &W::OnMenu},
         {"Cerrar esta ventana", Ctrl('W'), Grupo::Programa, kMenu, &W::OnCerrar},

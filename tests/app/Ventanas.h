@@ -130,13 +130,13 @@ class Ventanas : public testing::Test {
     [[nodiscard]] std::string Dice() const { return Aviso().visible ? Aviso().Accessibility().name : ""; }
     // A dialog whose list is complete.
     std::unique_ptr<CDlgFirmar> Elegir(const Lx::CertStore::Contexto& ctx = {}) {
-        auto d = std::make_unique<CDlgFirmar>(nullptr, Paleta::DelTema(), "doc.pdf", ctx);
+        auto d = std::make_unique<CDlgFirmar>(nullptr, Paleta::DelTema(), "doc.pdf", ctx, 9);
         EXPECT_TRUE(d->Create());
         Listo(*d);
         return d;
     }
     static void Listo(const CDlgFirmar& d) {
-        Falso::HastaQue([&d] { return CTarea::Hilos() == 0 && Control<Lx::CButton>(d, 3).enabled; });
+        Falso::HastaQue([&d] { return CTarea::Hilos() == 0 && Control<Lx::CButton>(d, 4).enabled; });
     }
     Falso::Aplicacion app_;
     Apoyo::CarpetaTemporal carpeta_;
