@@ -95,6 +95,11 @@ constexpr struct {
     {LabelOnLight, Opaque(0x1E1E1E), Opaque(0x1E1E1E)},
     {DisabledLight, Opaque(0x96969B), Opaque(0x96969B)},
     {DisabledDark, Opaque(0x8C9098), Opaque(0x8C9098)},
+
+    {PageSelection, {38, 118, 236, 82}, {38, 118, 236, 90}},
+    {SearchHit, {255, 206, 0, 96}, {255, 206, 0, 96}},
+    {CurrentHit, {255, 122, 0, 140}, {255, 122, 0, 140}},
+    {FlashOutline, {9, 89, 204, 220}, {9, 89, 204, 220}},
 };
 
 constexpr bool InOrder() {

@@ -94,6 +94,12 @@ enum class ColorRole : size_t {
     DisabledLight,
     DisabledDark,
 
+    // Over a page, so that what lies under them is read.
+    PageSelection,
+    SearchHit,
+    CurrentHit,
+    FlashOutline,
+
     Count,
 };
 

@@ -15,6 +15,7 @@
 #include "ui/LxApp.h"
 #include "ui/LxBackend.h"
 #include "ui/LxCanvas.h"
+#include "ui/LxPages.h"
 #include "ui/LxPdf.h"
 #include "ui/LxWindow.h"
 
@@ -146,6 +147,8 @@ struct Mundo {
 
     // Lx::Pdf::Open; unset it refuses every file.
     std::function<Lx::Pdf::IDocument*(const std::string& ruta, std::string& error)> abrirPdf;
+    // Lx::Pdf::OpenPages; unset every file is damaged, and says so when the tasks are run.
+    std::function<std::unique_ptr<Lx::Pdf::IPages>(const std::string& ruta, Lx::Pdf::OnOpened abierto)> abrirPaginas;
     // RunPlatformFileDialog; unset it is cancelled.
     std::function<bool(const Lx::FileDialogRequest& peticion, std::string& ruta)> elegirFichero;
     // RunPlatformMenu; unset nothing is chosen. Elegir(text) makes one that chooses by the text of the entry.
