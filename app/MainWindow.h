@@ -81,6 +81,7 @@ class CMainWindow : public Lx::CWindow {
     std::string inicial_;
     bool inicio_ = false;  // the first document is being opened, or was
     std::string documento_;
+    std::string carpeta_;  // where the last signed copy was put, when the person chose it
     int pagina_ = 0;
     int paginas_ = 0;
     Lx::Firma::Recuerdo recuerdo_;  // what the last accepted dialog ended with

@@ -79,7 +79,8 @@ void CMainWindow::HacerFirma() {
 }
 
 bool CMainWindow::ElegirCertificado(Firma::Encargo& encargo) {
-    CDlgFirmar dialogo(this, paleta_, Orvanta::NombreFichero(documento_), recuerdo_.Ver());
+    CDlgFirmar dialogo(this, paleta_, documento_, recuerdo_.Ver(), visor_->GetPageCount());
+    dialogo.PonerCarpeta(carpeta_);
     if (Preguntar(dialogo) != Lx::kAccepted || !dialogo.HaySeleccion()) return false;
     recuerdo_.Guardar(dialogo.Contexto());
     encargo.documentos = {documento_};
@@ -89,6 +90,10 @@ bool CMainWindow::ElegirCertificado(Firma::Encargo& encargo) {
     encargo.meta = {encargo.elegida.cert.subjectCN, "Orvanta", "Firma de documento"};
     encargo.modo = dialogo.ModoSello();
     encargo.paginas = dialogo.Paginas();
+    encargo.paginasVistas = visor_->GetPageCount();
+    encargo.salida = dialogo.Salida();
+    encargo.reemplazar = dialogo.Reemplazar();
+    carpeta_ = dialogo.Carpeta();
     return true;
 }
 

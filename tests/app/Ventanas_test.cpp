@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "app/AjusteTexto.h"
+#include "app/DiagnosticoDialog.h"
 #include "app/DlgFirmar.h"
 #include "app/Etapas.h"
 #include "app/MainWindow.h"
@@ -105,13 +106,13 @@ class Ventanas : public testing::Test {
     }
     // A dialog whose list is complete.
     std::unique_ptr<CDlgFirmar> Elegir(const Lx::CertStore::Contexto& ctx = {}) {
-        auto d = std::make_unique<CDlgFirmar>(nullptr, Paleta::DelTema(), "doc.pdf", ctx);
+        auto d = std::make_unique<CDlgFirmar>(nullptr, Paleta::DelTema(), "doc.pdf", ctx, 9);
         EXPECT_TRUE(d->Create());
         Listo(*d);
         return d;
     }
     static void Listo(const CDlgFirmar& d) {
-        Falso::HastaQue([&d] { return CTarea::Hilos() == 0 && Control<Lx::CButton>(d, 3).enabled; });
+        Falso::HastaQue([&d] { return CTarea::Hilos() == 0 && Control<Lx::CButton>(d, 4).enabled; });
     }
     int paginas_ = 0;
     std::string ruta_ = "/a/doc.pdf";
@@ -190,7 +191,7 @@ TEST_F(Ventanas, LasFilasDelDialogo) {
     d->OnLista(5);
     d->SetFocusControl(nullptr);
     Falso::Tecla(*d, KeyCode::Enter);
-    EXPECT_FALSE(d->done || d->HaySeleccion() || Control<Lx::CButton>(*d, 1).enabled);
+    EXPECT_FALSE(d->done || d->HaySeleccion() || Control<Lx::CButton>(*d, 2).enabled);
     EXPECT_EQ(Control<Lx::CLabel>(*d, 1).text, "Elige un certificado de la lista.");
 }
 
@@ -205,10 +206,10 @@ TEST_F(Ventanas, SoloHayCertificadosNoAptos) {
         const auto d = Elegir();
         auto& lista = Control<Lx::CListView>(*d, 0);
         EXPECT_EQ(lista.GetSelected(), -1);
-        EXPECT_FALSE(Control<Lx::CButton>(*d, 1).enabled);
+        EXPECT_FALSE(Control<Lx::CButton>(*d, 2).enabled);
         d->SetFocusControl(&lista);
         Falso::Tecla(*d, KeyCode::Down);
-        EXPECT_EQ(Control<Lx::CButton>(*d, 1).enabled, salvable);
+        EXPECT_EQ(Control<Lx::CButton>(*d, 2).enabled, salvable);
         // Enter in haste says no.
         for (const bool si : {false, true}) {
             if (salvable)
@@ -253,7 +254,7 @@ TEST_F(Ventanas, LaListaSeRehace) {
         Listo(*d);
         tarjeta = false;
         EXPECT_EQ(d->HaySeleccion() ? d->Seleccion().cert.subjectCN : "", queda);
-        EXPECT_EQ(Control<Lx::CButton>(*d, 1).enabled, !queda.empty());
+        EXPECT_EQ(Control<Lx::CButton>(*d, 2).enabled, !queda.empty());
     }
     // What stands in the edits counts without Enter; with it the file's certificate is meant.
     auto& ruta = Control<Lx::CEdit>(*d, 1);
@@ -317,15 +318,39 @@ TEST_F(Ventanas, ElSelloYSusPaginas) {
     g_fuentes.entradas = {Apta(Origen::Sistema, "Ana")};
     const auto d = Elegir();
     auto& paginas = Control<Lx::CEdit>(*d, 0);
+    const std::string& frase = Control<Lx::CLabel>(*d, 4).text;
+    const std::string error = Falso::Texto(Paleta::DelTema()[Paleta::kError]);
     for (const int indice : {0, 1, 2, 4, 3}) {
         d->OnSelSello(indice);
         EXPECT_EQ(paginas.enabled, indice == 3);
     }
     EXPECT_EQ(d->focus, &paginas);
-    Falso::Teclear(*d, "2-4");
-    Falso::Tecla(*d, KeyCode::Enter);
-    EXPECT_FALSE(d->done);
-    Falso::Teclear(*d, ", 7");
+    EXPECT_THAT(Falso::Pintar(paginas), testing::Not(testing::Contains(testing::HasSubstr(error)))) << "not yet";
+    // The document has nine pages.
+    for (const auto& [escrito, dice, sirve] : Apoyo::Filas<std::string, std::string, bool>{
+             {"99", "\"99\" no existe", false}, {"2-4", "3 paginas", true}, {"x", "no es una página", false}}) {
+        SCOPED_TRACE(escrito);
+        paginas.SelectAll();
+        Falso::Teclear(*d, escrito);
+        EXPECT_THAT(frase, testing::HasSubstr(dice));
+        EXPECT_EQ(Control<Lx::CButton>(*d, 2).enabled, sirve);
+        EXPECT_THAT(Falso::Pintar(paginas), testing::Contains(testing::HasSubstr(sirve ? "DrawText" : error)));
+        Falso::Tecla(*d, KeyCode::Enter);  // takes the list
+        EXPECT_EQ(d->Paginas(), escrito);
+        for (Lx::CControl* foco :
+             {static_cast<Lx::CControl*>(&Control<Lx::CListView>(*d, 0)), static_cast<Lx::CControl*>(nullptr)}) {
+            d->SetFocusControl(sirve ? &paginas : foco);
+            Falso::Tecla(*d, KeyCode::Enter);
+            EXPECT_FALSE(d->done);
+            EXPECT_EQ(d->focus, &paginas);
+        }
+    }
+    d->OnSelSello(1);
+    EXPECT_EQ(frase, "");
+    EXPECT_TRUE(Control<Lx::CButton>(*d, 2).enabled);
+    d->OnSelSello(3);
+    paginas.SelectAll();
+    Falso::Teclear(*d, "2-4, 7");
     Pulsar(*d, "Firmar");
     EXPECT_EQ(d->result, Lx::kAccepted);
     EXPECT_EQ(d->Paginas(), "2-4, 7");
@@ -333,7 +358,121 @@ TEST_F(Ventanas, ElSelloYSusPaginas) {
     EXPECT_EQ(d->Paginas(), "");
 }
 
-// Each row is one way to end a signature before its key is used; afterwards nothing ends it.
+// Enter presses the button that has the focus, and nothing else.
+TEST_F(Ventanas, IntroEnUnBoton) {
+    g_fuentes.entradas = {Apta(Origen::Sistema, "Ana")};
+    for (const auto& [boton, resultado] : Apoyo::Filas<size_t, int>{{0, 0}, {2, Lx::kAccepted}, {3, Lx::kCancelled}}) {
+        const auto d = Elegir();
+        d->SetFocusControl(&Control<Lx::CButton>(*d, boton));
+        Falso::Tecla(*d, KeyCode::Enter);
+        EXPECT_EQ(d->result, resultado);
+        Listo(*d);
+    }
+}
+
+// What is wrong with the file is said at the edit where it is put right.
+TEST_F(Ventanas, LaClaveDelFichero) {
+    using Lx::Motivo;
+    const auto d = Elegir();
+    const std::string error = Falso::Texto(Paleta::DelTema()[Paleta::kError]);
+    auto &ruta = Control<Lx::CEdit>(*d, 1), &clave = Control<Lx::CEdit>(*d, 2);
+    ruta.SetText("/a/id.p12");
+    for (const auto& [motivo, escrita, mala, dice] : Apoyo::Filas<Motivo, std::string, Lx::CEdit*, std::string>{
+             {Motivo::Pkcs12NoAbre, "", &clave, "Falta la contraseña de id.p12"},
+             {Motivo::Pkcs12NoAbre, "uno", &clave, "La contraseña no abre id.p12"},
+             {Motivo::Pkcs12NoExiste, "", &ruta, "No existe. Comprueba la ruta"},
+             {Motivo::Ninguno, "dos", nullptr, ""},
+         }) {
+        SCOPED_TRACE(dice + escrita);
+        g_fuentes.fuentes = {{}};
+        g_fuentes.fuentes[0].origen = Origen::Pkcs12;
+        g_fuentes.fuentes[0].fallo = {motivo, "no existe"};
+        d->SetFocusControl(&clave);
+        clave.SelectAll();
+        Falso::Teclear(*d, escrita);
+        Falso::Tecla(*d, KeyCode::Enter);
+        Listo(*d);
+        EXPECT_EQ(d->focus, mala == nullptr ? &clave : mala);
+        for (Lx::CEdit* e : {&ruta, &clave})
+            EXPECT_EQ(testing::Value(Falso::Pintar(*e), testing::Contains(testing::HasSubstr(error))), e == mala);
+        EXPECT_THAT(Control<Lx::CLabel>(*d, 8).text, testing::StartsWith(dice));
+    }
+    // The next key replaces the wrong one.
+    g_fuentes.fuentes[0].fallo.motivo = Motivo::Pkcs12NoAbre;
+    Falso::Tecla(*d, KeyCode::Enter);
+    Listo(*d);
+    Falso::Teclear(*d, "z");
+    EXPECT_EQ(clave.GetText(), "z");
+    EXPECT_EQ(Control<Lx::CLabel>(*d, 8).text, "");
+}
+
+TEST_F(Ventanas, DondeSeGuarda) {
+    const Apoyo::CarpetaTemporal carpeta;
+    const std::string doc = carpeta / "a.pdf", hay = carpeta / "hay.pdf", sin = "/proc/no/puede.pdf";
+    for (const std::string& ruta : {doc, hay}) Apoyo::EscribirFichero(ruta, "");
+    g_fuentes.entradas = {Apta(Origen::Sistema, "Ana")};
+    CDlgFirmar d(nullptr, Paleta::DelTema(), doc, {}, 1);
+    d.PonerCarpeta("/otra");
+    ASSERT_TRUE(d.Create());
+    Listo(d);
+    const std::string& dice = Control<Lx::CLabel>(d, 6).text;
+    EXPECT_EQ(dice, "Se guardará como a_firmao.pdf\nen " + Orvanta::ConFinal(carpeta.Ruta(), 44));
+    std::string ofrece = "/otra/a_firmao.pdf";
+    // What is chosen, where the copy then goes, whether something is replaced, and whether that will do.
+    for (const auto& [elegido, salida, reemplaza, vale] : Apoyo::Filas<std::string, std::string, bool, bool>{
+             {"", "", false, true},
+             {carpeta / "b.pdf", carpeta / "b.pdf", false, true},
+             {hay, hay, true, true},
+             {carpeta / "hay", hay, false, false},  // nobody was asked about hay.pdf
+             {doc, doc, true, false},
+             {sin, sin, false, false},
+             {carpeta / "c", carpeta / "c.pdf", false, true},
+         }) {
+        SCOPED_TRACE(elegido);
+        Falso::ElMundo().elegirFichero = [&, elegido = elegido](const Lx::FileDialogRequest& r, std::string& ruta) {
+            EXPECT_TRUE(r.save);
+            EXPECT_EQ(r.initialPath, ofrece);
+            ruta = elegido;
+            return !elegido.empty();
+        };
+        Pulsar(d, "Guardar como…");
+        EXPECT_EQ(d.Salida(), salida);
+        EXPECT_EQ(d.Reemplazar(), reemplaza);
+        EXPECT_EQ(Control<Lx::CButton>(d, 2).enabled, vale);
+        EXPECT_EQ(d.Carpeta(), elegido.empty() ? "/otra" : carpeta.Ruta());
+        if (!salida.empty()) ofrece = salida;
+    }
+}
+
+// Each examination shows what it found; a card that comes begins another.
+TEST_F(Ventanas, ElDiagnosticoVaConLaTarjeta) {
+    Lx::Dnie::Diagnostico& da = g_fuentes.diagnostico;
+    da.pasos = {{"servicio", true, true, "en marcha", "", {}},
+                {"lectores", true, false, "ninguno", "conecta un lector", Lx::Motivo::SinLector},
+                {"firma", false, false, "", "", {}}};
+    CDiagnosticoDialog d(nullptr, Paleta::DelTema());
+    ASSERT_TRUE(d.Create());
+    const auto textos = [&d] {
+        std::string todo;
+        for (size_t i = 0; i < 11; ++i) todo += Control<Lx::CLabel>(d, i).text + "|";
+        return todo;
+    };
+    Falso::HastaQue([] { return CTarea::Hilos() == 0; });
+    EXPECT_THAT(textos(), testing::StartsWith("Todavía no se puede firmar con tarjeta.|bien|Servicio de tarjetas|En "
+                                              "marcha.|falla|Lector de tarjetas|Ninguno.\nQué hacer: Conecta un "
+                                              "lector.|sin probar|Firma||"));
+    Pulsar(d, "Copiar");
+    EXPECT_THAT(Falso::ElMundo().portapapeles, testing::HasSubstr("lectores        FALLA ninguno"));
+    da.pasos[1] = {"lectores", true, true, "uno", "", {}};
+    da.puedeFirmar = true;
+    da.certificados = {{"", Apta(Origen::Dnie, "Ana").cert, "", true}};
+    g_fuentes.tarjeta();
+    Falso::HastaQue([&] { return textos().starts_with("Se puede firmar"); });
+    EXPECT_THAT(textos(), testing::HasSubstr("|bien|Lector de tarjetas|Uno.|"));
+    Falso::Tecla(d, KeyCode::Escape);
+    EXPECT_TRUE(d.done);
+}
+
 TEST_F(Ventanas, MientrasFirma) {
     const Apoyo::CarpetaTemporal carpeta;
     ruta_ = carpeta / "doc.pdf";
@@ -472,11 +611,13 @@ TEST_F(Ventanas, ElPin) {
         {3, false, "Quedan 3 intentos.", "\r", vacio, 0, ""},
         {2, true, "PIN incorrecto. Quedan 2 intentos.", "1234\r", "Quedan", 1, "1234"},
         {-1, false, "", "12\x1b", "", 2, ""},
-        {0, false, "El PIN del DNIe está bloqueado.", "\x1b", "", 2, ""},
+        {0, false, "El PIN del DNIe está bloqueado: desbloquéalo con su código PUK.", "\x1b", "", 2, ""},
         {1, false, ultimo, "1\r", otra, 0, ""},
-        {1, false, ultimo, "1\r\r", otra, 1, "1"},
+        {1, false, ultimo, "1\r\r", otra, 0, ""},  // in haste
+        {1, false, ultimo, "1\r.\r", otra, 1, "1"},
         {1, false, ultimo, "1\r2", ultimo, 0, ""},
-        {1, true, ultimo, "1\r2\r", otra, 0, ""},
+        {1, true, "PIN incorrecto. Queda 1 intento: si fallas, el DNIe se bloquea.", "1\r2.\r", otra, 0, ""},
+        {3, false, "Quedan 3 intentos.", "1\t\t\r", "", 2, ""},  // Enter presses "Cancelar"
     };
     for (const auto& [intentos, rechazado, abre, teclas, acaba, resultado, pin] : casos) {
         SCOPED_TRACE(abre + teclas);
@@ -492,8 +633,10 @@ TEST_F(Ventanas, ElPin) {
         const std::string& mensaje = Control<Lx::CLabel>(d, 3).text;
         EXPECT_EQ(mensaje, abre);
         for (const char t : teclas) {
-            if (t == '\r' || t == '\x1b')
-                Falso::Tecla(d, t == '\r' ? KeyCode::Enter : KeyCode::Escape);
+            if (t == '.')
+                std::this_thread::sleep_for(std::chrono::milliseconds(600));
+            else if (t < ' ')
+                Falso::Tecla(d, t == '\r' ? KeyCode::Enter : t == '\t' ? KeyCode::Tab : KeyCode::Escape);
             else
                 Falso::Teclear(d, std::string(1, t));
         }
