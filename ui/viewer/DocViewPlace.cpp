@@ -269,6 +269,11 @@ void CDocView::Inside::Travel(std::vector<ViewPlace>& from, std::vector<ViewPlac
     SetPlace(place);
 }
 
+int32_t CDocView::FirstWidth(int clientWidth, double scale) {
+    const int64_t rest = Floor(clientWidth * scale) - std::llround(ViewBar::kWidth * scale);
+    return static_cast<int32_t>(std::max<int64_t>(1, rest - 2 * std::llround(PageLayout::kMargin * scale)));
+}
+
 int CDocView::GetCurrentPage() const {
     return in_->Current();
 }

@@ -79,15 +79,15 @@ void CDocView::Inside::OnTile(const Pdf::TileSpec& tile, Pdf::Outcome outcome, c
     const Rect changed = OnClient(place);
     if (changed.w > 0) view.Invalidate(&changed);
     Pump();
-    for (const auto& told : onPicture) told(tile.page);
 }
 
 void CDocView::Inside::TrimTo(size_t limit) {
     WantedTiles plan = Plan();
     plan.tiles.resize(plan.visible);
     const auto [first, last] = layout.PagesBetween(scrollY, scrollY + height);
-    cache.Trim(limit, {first, last, direction, std::move(plan.tiles),
-                       [this](int32_t page) { return page < layout.Count() ? layout.PixelsOf(page).first : 0; }});
+    cache.Trim(limit,
+               {first, last, direction, std::move(plan.tiles),
+                [this](int32_t page) { return page < layout.Count() ? layout.PixelsOf(page).first : 0; }, thumbnails});
 }
 
 // The sizes of the pages that are seen, and of those around them.
