@@ -32,7 +32,9 @@ int CDialog::DoModal() {
     if (owner) owner->capture = nullptr;
     Center();
     Show();
+    app->dialogs_.push_back(this);
     app->backend->RunModal(done);
+    std::erase(app->dialogs_, this);
     delete std::exchange(impl, nullptr);
     if (owner) owner->InvalidateRect(nullptr);
     return result;

@@ -232,7 +232,9 @@ bool CWindow::OfferToOverlay(Event& ev) {
 
 CControl* CWindow::PickTarget(const Event& ev) {
     if (ev.type == EventType::Shortcut) return nullptr;
-    if (ev.type == EventType::Scroll || ev.type == EventType::Zoom) return HitTest(ev.pt);
+    // An open list lies above what the pointer is over.
+    if (ev.type == EventType::Scroll || ev.type == EventType::Zoom)
+        return overlay && overlay->visible ? overlay : HitTest(ev.pt);
     if (!IsMouseEvent(ev.type)) return focus;
     if (capture) return ev.type == EventType::MouseUp ? std::exchange(capture, nullptr) : capture;
     // The second of two quick clicks is a press like any other.

@@ -63,6 +63,54 @@ TEST(Aplicacion, RunGivesTheLoopsCodeOrWhatItsEndSays) {
     EXPECT_EQ(vacia->Run(), 1) << "without a main window";
 }
 
+TEST(Aplicacion, GoesOnUntilTheLastOfItsWindowsIsClosed) {
+    Falso::Aplicacion app;
+    Registro registro;
+    std::vector<VentanaTestigo*> v;
+    for (const char* nombre : {"a", "b", "c"}) {
+        v.push_back(new VentanaTestigo(registro));
+        v.back()->Poner(nombre, {});
+    }
+    const auto tomar = [&] { return std::exchange(registro, {}); };
+    using Abiertas = std::vector<Lx::CWindow*>;
+    app->mainWindow = v[0];
+    Falso::ElMundo().guion = {
+        [&] {
+            EXPECT_TRUE(app->AddWindow(v[1]) && app->AddWindow(v[2]));
+            EXPECT_EQ(app->Windows(), (Abiertas{v[0], v[1], v[2]}));
+            EXPECT_EQ(Falso::De(*v[1]).lineas, Falso::De(*v[0]).lineas);
+            Falso::ElMundo().aceptaVentanas = false;
+            EXPECT_FALSE(app->AddWindow(new VentanaTestigo(registro)));
+            Falso::ElMundo().aceptaVentanas = true;
+            v[0]->Close();
+            EXPECT_EQ(app->mainWindow, nullptr);
+            EXPECT_THAT(tomar(), ElementsAre("OnClose", "OnDestroy")) << "its handler may be at work";
+        },
+        [&] {
+            EXPECT_THAT(tomar(), ElementsAre("a borrado"));
+            Lx::CDialog dialogo(v[1]);
+            Falso::ElMundo().guion.push_front([&] { app->ChangeTheme(Lx::ThemeSet::Dark); });
+            Falso::ElMundo().guion.insert(Falso::ElMundo().guion.begin() + 1, [&] { dialogo.EndDialog(1); });
+            auto* nieto = new Testigo(registro, "d", {});
+            dialogo.AddControl(nieto);
+            EXPECT_EQ(dialogo.DoModal(), 1);
+            EXPECT_EQ(Lx::ThemeColor(Lx::ColorRole::Window), Lx::ThemeColor(Lx::ColorRole::Window, Lx::ThemeSet::Dark));
+            EXPECT_GT(Falso::De(*v[2]).invalidaciones, 0);
+            app->ChangeTheme(Lx::ThemeSet::Light);
+            EXPECT_THAT(tomar(), ElementsAre("OnThemeChanged", "b tema", "OnThemeChanged", "c tema", "d tema",
+                                             "OnThemeChanged", "b tema", "OnThemeChanged", "c tema"));
+            v[2]->Close();
+        },
+        [&] {
+            EXPECT_THAT(tomar(), ElementsAre("OnClose", "OnDestroy", "d borrado", "c borrado"));
+            v[1]->Close();
+        },
+    };
+    EXPECT_EQ(app->Run(), 0);
+    EXPECT_THAT(registro, ElementsAre("OnClose", "OnDestroy", "b borrado"));
+    EXPECT_TRUE(app->Windows().empty());
+}
+
 TEST(Escritorio, OpensOnlyPublicAddresses) {
     const Apoyo::Filas<std::string, bool> casos = {
         {"https://example.org/a?b#c", true},

@@ -36,6 +36,7 @@ class CDialogoMuestra : public CDialog {
 class CGaleria : public CWindow {
   public:
     explicit CGaleria(std::string documento);
+    ~CGaleria() override;
     bool OnInit() override;
     bool OnClose() override;
     void OnDestroy() override;
@@ -52,6 +53,7 @@ class CGaleria : public CWindow {
     void OnSetFocus() override;
     void OnKillFocus() override;
     void OnShortcut(char letter, unsigned modifiers) override;
+    void OnContextMenu(const Point& pt) override;
     void OnDropFile(const std::string& path) override;
     [[nodiscard]] bool AcceptsFiles() const override { return true; }
 
@@ -62,6 +64,7 @@ class CGaleria : public CWindow {
     void PonerPagina();
     CLabel* Titulo(const char* texto, int x, int y);
     CButton* Boton(const char* texto, int columna, int fila);
+    void Vigilar();
     void Estado(const std::string& texto);
     void OnPulsado();
     void OnMarcado();

@@ -25,8 +25,10 @@ class Backend : public Lx::CAppBackend {
     int RunLoop() override {
         fin_ = false;
         codigo_ = 0;
-        while (!fin_)
+        while (!fin_) {
             if (!RunPosted()) Turno();
+            Lx::LxApp::s_pApp->DeleteClosed();
+        }
         return codigo_;
     }
     void Quit(int code) override {
@@ -195,7 +197,7 @@ void Ventana::Destroy() {
 void Ventana::Desmontar() {
     if (std::exchange(cerrada, true)) return;
     duena_->OnDestroy();
-    if (!duena_->keepAppOnClose && Lx::LxApp::s_pApp) Lx::LxApp::s_pApp->Quit(0);
+    if (!duena_->keepAppOnClose && Lx::LxApp::s_pApp) Lx::LxApp::s_pApp->WindowClosed(duena_);
 }
 
 float Ventana::GetScale() const {

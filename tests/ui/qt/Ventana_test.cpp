@@ -80,13 +80,28 @@ TEST(Ventana, EntregaRatonYTeclado) {
         {{"F12", "alt+shift+Escape"}, {"tecla 293 0", "suelta 293", "tecla 27 5"}},
         {{"F2"}, {"reloj 7", "reloj 7", "reloj 7"}},
         {{"F3", "F5"}, {"tecla 286 0"}},  // a handler throws
+        {{"ctrl+plus", "ctrl+KP_Add", "ctrl+equal", "ctrl+minus", "ctrl+KP_Subtract", "ctrl+0"},
+         {"atajo + 2", "atajo + 2", "atajo + 3", "atajo - 2", "atajo - 2", "atajo 0 2"}},
+        {{"ctrl+j"}, {"avisado"}},
+        {{"ctrl+k", "ctrl+a", "ctrl+v"}, {"texto del portapapeles"}},
+        {{"F11"}, {"medida 1280 960"}},
+        {{"F11"}, {"medida 1180 700"}},
     };
     for (const auto& [pulsadas, lineas] : teclas) {
         for (const char* tecla : pulsadas) g.Pulsar(tecla);
         ve(lineas);
     }
+    // Over what scrolls; its far half lets the wheel through.
+    g.Mover(v, 530, 340);
+    g.Raton({"click", "4", "mousemove_relative", "60", "0", "click", "5", "mousemove_relative", "--", "-60", "0"});
+    ve({"desplaza 0 120", "desplaza 0 -120", "rueda -1 0"});
+    g.Raton({"keydown", "space", "click", "2", "keyup", "space", "click", "2"});
+    ve({"toca 16", "toca 0"});
     g.Clic(v, 90, 64);
     ve({"pulsado"});
+    g.Pulsar("Menu");
+    g.Pulsar("shift+F10");
+    ve({"menu 90 64", "menu 90 64"});
     g.Mover(v, 630, 20);
     g.Mover(v, 630, -40);
     ve({"fuera"});
@@ -124,7 +139,47 @@ TEST(Ventana, UnDialogoBloqueaYElCierrePuedeNegarse) {
     g.Pulsar("ctrl+q");
     EXPECT_TRUE(g.Ve("cierre concedido"));
     EXPECT_EQ(g.Esperar(), 0) << g.Errores();
-    EXPECT_THAT(g.Texto(), testing::EndsWith("cierre concedido\nfin\n"));
+    EXPECT_THAT(g.Texto(), testing::EndsWith("cierre concedido\nfin\nborrada\n"));
+}
+
+TEST(Ventana, LaUltimaQueSeCierraAcabaElPrograma) {
+    Galeria g;
+    g.Pulsar("ctrl+n");
+    EXPECT_TRUE(g.Ve("ventanas 1 2"));
+    const std::string otra = g.EsperarVentana("Otra galería");
+    g.Cerrar(g.ventana);
+    EXPECT_TRUE(g.Ve("fin\nborrada"));
+    g.Clic(otra, 90, 64);
+    EXPECT_TRUE(g.Ve("pulsado"));
+    g.Pulsar("ctrl+t");
+    EXPECT_TRUE(g.Ve("tema"));
+    g.Cerrar(otra);
+    EXPECT_EQ(g.Esperar(), 0) << g.Errores();
+    EXPECT_THAT(g.Texto(), testing::EndsWith("cierre concedido\nfin\nborrada\n"));
+}
+
+// A chessboard of single pixels is grey where it is moved or scaled by a part of one.
+TEST(Ventana, LosPuntosCaenDondeSePonenACualquierEscala) {
+    for (const char* escala : {"1", "1.25", "1.5", "2"}) {
+        SCOPED_TRACE(escala);
+        const CPantalla p;
+        CPrograma galeria({GALERIA, "--registro"}, Con(p.Entorno(), {"QT_SCALE_FACTOR=" + std::string(escala)}));
+        const std::string ventana = p.EsperarVentana(kTitulo);
+        int x = 0, y = 0;
+        for (int i = 0; i < 200 && x == 0; ++i, Pausa(30)) {
+            const std::string texto = galeria.Texto();
+            const size_t donde = texto.find("muestra ");
+            if (donde != std::string::npos) std::sscanf(texto.c_str() + donde, "muestra %d %d", &x, &y);
+        }
+        Pausa(300);
+        // One pixel outside of the control, fifteen of the board, the gap, one white square made larger.
+        const std::string recorte = "40x2+" + std::to_string(x - 1) + "+" + std::to_string(y);
+        std::string fila = p.EjecutarAqui({"convert", "x:" + ventana, "-crop", recorte, "-depth", "8", "gray:-"}).texto;
+        for (char& c : fila) c = c == '\0' ? '#' : c == '\xff' ? '.' : '-';
+        EXPECT_EQ(fila,
+                  "-#.#.#.#.#.#.#.#----................----"
+                  "-.#.#.#.#.#.#.#.----................----");
+    }
 }
 
 TEST(Ventana, ElDialogoDeFicherosEligeYCancela) {
@@ -147,6 +202,10 @@ TEST(Ventana, ElDialogoDeFicherosEligeYCancela) {
     g.Teclear(carpeta / "nuevo.pdf");
     g.Pulsar("Return");
     EXPECT_TRUE(g.Ve("fichero 1 " + carpeta / "nuevo.pdf")) << g.Resto();
+    g.Cerrar(g.ventana);
+    EXPECT_EQ(g.Esperar(), 0);
+    EXPECT_EQ(g.EjecutarAqui({"sh", "-c", "find $HOME -type f ! -path '*/openbox/*'"}).texto, "")
+        << "no history of what was opened";
 }
 
 TEST(Ventana, ElMenuDaLaOrdenElegidaYSeVaConSuVentana) {
@@ -211,7 +270,7 @@ TEST(Ventana, SeAbreEnWayland) {
     CPrograma galeria({GALERIA, "--registro", "--cerrar"}, entorno);
     EXPECT_EQ(galeria.Esperar(20000), 0) << galeria.Errores() << weston.Errores();
     EXPECT_THAT(galeria.Texto(), testing::StartsWith("inicio\nmedida 1180 700\n"));
-    EXPECT_THAT(galeria.Texto(), testing::EndsWith("cierre concedido\nfin\n"));
+    EXPECT_THAT(galeria.Texto(), testing::EndsWith("cierre concedido\nfin\nborrada\n"));
 }
 
 TEST(Ventana, SinPantallaDiceUnaLinea) {
