@@ -18,7 +18,7 @@ constexpr size_t kPlanned = TileCache::kLimit - TileCache::kSmallLimit;
 bool CDocView::Inside::IsSliced(int32_t page) const {
     const auto [w, h] = layout.PixelsOf(page);
     const int64_t pixels = int64_t{w} * h;
-    if (pixels > kWholePixels)
+    if (pixels > kWholePixels || std::max(w, h) > kLongestSide)
         sliced.insert(page);
     else if (pixels <= kWholeAgain)
         sliced.erase(page);
