@@ -92,6 +92,10 @@ bool CGaleria::OnInit() {
     PonerListas();
     estado_ = AddLabel("Pulse, escriba o suelte aquí un fichero.", {kMargen, kAlto - 30, 560, 20});
     AddControl(new CMuestra({kMargen + 500, 334, 100, 24}));
+    nota_ = new CNota("Aviso de muestra");
+    nota_->rect = {kMargen + 300, kAlto - 30, 200, 20};
+    nota_->visible = false;
+    AddControl(nota_);
     PonerPagina();
     Anotar("inicio");
     return true;
@@ -155,7 +159,7 @@ void CGaleria::PonerListas() {
         return l;
     };
     lista(kMargen, CListView::kRows)->OnSelectionChanged(this, &CGaleria::OnFila);
-    lista(kMargen + 2 * kColumna, CListView::kCards);
+    lista(kMargen + 2 * kColumna, CListView::kCards)->OnSelectionChanged(this, &CGaleria::OnFila);
 }
 
 void CGaleria::PonerPagina() {
@@ -216,6 +220,10 @@ void CGaleria::OnKeyDown(KeyCode key, unsigned modifiers) {
     if (key == KeyCode::F4) cerrable_ = !cerrable_;
     if (key == KeyCode::F5) throw 5;
     if (key == KeyCode::F6) OnMenu();
+    if (key == KeyCode::F10) {
+        nota_->visible = !nota_->visible;
+        InvalidateRect(nullptr);
+    }
     if (key == KeyCode::F7) Elegir("Guardar como", true);
     if (key == KeyCode::F8 && LxApp::s_pApp->backend->OpenAddress("https://example.org/")) Anotar("dirección");
     if (key == KeyCode::F9) LxApp::s_pApp->backend->ShowInFolder(documento_);

@@ -33,6 +33,17 @@ class CDialogoMuestra : public CDialog {
     CEdit* texto_ = nullptr;
 };
 
+// A notice, as assistive tools know one.
+class CNota : public CLabel {
+  public:
+    using CLabel::CLabel;
+    [[nodiscard]] AccessibleInfo Accessibility() const override {
+        AccessibleInfo info = CLabel::Accessibility();
+        info.role = AccessibleRole::Notification;
+        return info;
+    }
+};
+
 class CGaleria : public CWindow {
   public:
     explicit CGaleria(std::string documento);
@@ -81,6 +92,7 @@ class CGaleria : public CWindow {
     CButton* marcado_ = nullptr;
     CEdit* edicion_ = nullptr;
     CLabel* estado_ = nullptr;
+    CLabel* nota_ = nullptr;
     CPdfView* pagina_ = nullptr;
     bool cerrable_ = true;
 };
