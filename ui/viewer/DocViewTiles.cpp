@@ -45,7 +45,7 @@ void CDocView::Inside::Pump() {
         if (!wanted) pages->Cancel(it->first);
         it = wanted ? std::next(it) : drawing.erase(it);
     }
-    bool seenAll = true;
+    bool seenAll = plan.visible > 0;
     for (size_t i = 0; i < plan.tiles.size(); ++i) {
         const Pdf::TileSpec& tile = plan.tiles[i];
         if (IsThere(tile)) continue;

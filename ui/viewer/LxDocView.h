@@ -40,9 +40,9 @@ class CDocView : public CControl {
     CDocView();
     ~CDocView() override;
 
-    // The device pixels across the first page of a document, as a view of that width shows it at first: for
+    // The device pixels across the first page of a document, as a view with that rect shows it at first: for
     // Pdf::OpenAhead.
-    [[nodiscard]] static int32_t FirstWidth(int clientWidth, double scale);
+    [[nodiscard]] static int32_t FirstWidth(const Rect& rect, double scale);
 
     void OnPaint(CCanvas* canvas) override;
     void OnEvent(Event& ev) override;
