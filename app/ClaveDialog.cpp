@@ -1,6 +1,7 @@
 #include "app/ClaveDialog.h"
 
 #include "app/AjusteTexto.h"
+#include "firma/LxTrabajo.h"
 #include "ui/LxEdit.h"
 
 namespace {
@@ -23,10 +24,19 @@ bool CClaveDialog::OnInit() {
         .indicacion = "Escribe la contraseña aquí",
         .aviso = ultimo_ ? "Aviso: es el último intento; si la contraseña no es correcta, el almacén se bloquea." : "",
         .vacio = "Por favor, introduce la contraseña del almacén.",
+        .abre = FraseIntentos(),
+        .rechazado = intento_ > 1,
+        .ultimo = ultimo_,
     });
     edicion_->OnEnter(this, &CClaveDialog::OnEnterClave);
-    if (intento_ > 1) Decir("La contraseña no es correcta.");
     return true;
+}
+
+std::string CClaveDialog::FraseIntentos() const {
+    if (intento_ <= 1) return {};
+    const int quedan = Lx::CertStore::kIntentosClave - intento_ + 1;
+    if (ultimo_ || quedan <= 1) return "La contraseña no es correcta: queda 1 intento.";
+    return "La contraseña no es correcta: quedan " + std::to_string(quedan) + " intentos.";
 }
 
 void CClaveDialog::OnEnterClave(const std::string&) {

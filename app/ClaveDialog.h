@@ -16,6 +16,8 @@ class CClaveDialog : public CDialogoSecreto {
     void OnEnterClave(const std::string& texto);
 
   private:
+    [[nodiscard]] std::string FraseIntentos() const;
+
     std::string almacen_;
     int intento_;
     bool ultimo_;

@@ -1,5 +1,6 @@
 #include "app/DialogoSecreto.h"
 
+#include "app/Campo.h"
 #include "app/Teclado.h"
 #include "crypto/LxSecreto.h"
 #include "ui/LxButton.h"
@@ -41,6 +42,11 @@ void CDialogoSecreto::Montar(const Textos& textos) {
     mensaje_ = etiqueta("", {24, 126, 372, 18}, Paleta::kError, 11);
     etiqueta(textos.aviso, {24, 148, 372, 16}, Paleta::kTextoSuave, 10);
     vacio_ = textos.vacio;
+    abre_ = textos.abre;
+    ultimo_ = textos.ultimo;
+    edicion_->OnChange(this, &CDialogoSecreto::OnCambio);
+    Decir(abre_);
+    Marcar(textos.rechazado);
 
     Lx::CButton* aceptar = AddButton("Aceptar", {194, 188, 100, 34});
     Paleta::VestirBoton(*aceptar, paleta_, true);
@@ -57,6 +63,26 @@ void CDialogoSecreto::Decir(const std::string& mensaje) {
     mensaje_->SetText(mensaje);
 }
 
+void CDialogoSecreto::Marcar(bool error) {
+    Orvanta::MarcarCampo(*edicion_, paleta_, error);
+}
+
+void CDialogoSecreto::OnCambio(const std::string&) {
+    confirmable_ = {};
+    Marcar(false);
+    Decir(abre_);
+}
+
+// A key that is held, or pressed twice by habit, is no second thought.
+bool CDialogoSecreto::ConfirmaUltimo() {
+    constexpr auto kPausa = std::chrono::milliseconds(500);
+    const auto ahora = std::chrono::steady_clock::now();
+    const bool confirma = confirmable_.time_since_epoch().count() != 0 && ahora >= confirmable_;
+    confirmable_ = ahora + kPausa;
+    if (!confirma) Decir("Es el último intento: pulsa Aceptar otra vez para usarlo.");
+    return confirma;
+}
+
 void CDialogoSecreto::OnAceptar() {
     if (edicion_->GetText().empty()) {
         Decir(vacio_);
@@ -64,6 +90,7 @@ void CDialogoSecreto::OnAceptar() {
         Invalidate(nullptr);
         return;
     }
+    if (ultimo_ && !ConfirmaUltimo()) return;
     Lx::Limpiar(secreto_);
     secreto_ = edicion_->GetText();
     EndDialog(Lx::kAccepted);
@@ -93,7 +120,7 @@ void CDialogoSecreto::OnKillFocus() {
 
 void CDialogoSecreto::OnKeyDown(Lx::KeyCode key, unsigned) {
     if (key == Lx::KeyCode::Escape) OnCancelar();
-    if (key == Lx::KeyCode::Enter) OnAceptar();
+    if (key == Lx::KeyCode::Enter && !Orvanta::PulsarFoco(*this)) OnAceptar();
 }
 
 void CDialogoSecreto::OnChar(unsigned ch) {

@@ -1,12 +1,10 @@
 #include "app/DlgFirmar.h"
 
-#include <iterator>
-
+#include "app/Campo.h"
 #include "app/Pregunta.h"
 #include "app/Teclado.h"
 #include "crypto/LxSecreto.h"
 #include "ui/LxButton.h"
-#include "ui/LxComboBox.h"
 #include "ui/LxEdit.h"
 #include "ui/LxFileDialog.h"
 #include "ui/LxLabel.h"
@@ -14,33 +12,19 @@
 
 namespace Paleta = Orvanta::Paleta;
 using Lx::CertStore::Origen;
-
-namespace {
-
-// In the order of the list, which is not that of the engine's modes.
-constexpr struct {
-    const char* texto;
-    LxPdfSigner::Sello modo;
-} kSellos[] = {
-    {"Primera pagina (defecto)", LxPdfSigner::kPrimera},
-    {"Todas las paginas", LxPdfSigner::kTodas},
-    {"Ultima pagina", LxPdfSigner::kUltima},
-    {"Paginas especificas...", LxPdfSigner::kPaginas},
-    {"Invisible (sin sello)", LxPdfSigner::kInvisible},
-};
-
-[[nodiscard]] std::string ConMayuscula(const std::string& frase) {
-    if (frase.empty() || frase[0] < 'a' || frase[0] > 'z') return frase;
-    return static_cast<char>(frase[0] - 'a' + 'A') + frase.substr(1);
-}
-
-}  // namespace
+using Orvanta::MarcarCampo;
 
 CDlgFirmar::CDlgFirmar(Lx::CWindow* padre, const Paleta::Colores& paleta, const std::string& documento,
-                       const Lx::CertStore::Contexto& ctx)
-    : CDialog(padre), paleta_(paleta), documento_(documento), ctx_(ctx), correo_(std::make_shared<Correo>()) {
+                       const Lx::CertStore::Contexto& ctx, int paginas)
+    : CDialog(padre),
+      paleta_(paleta),
+      documento_(documento),
+      ctx_(ctx),
+      total_(paginas),
+      correo_(std::make_shared<Correo>()) {
     title = "Selecciona el certificado digital";
     rect = {0, 0, 660, 520};
+    footer = 520 - 397;  // from above "Firmar" on
     backColor = paleta_[Paleta::kFondo];
     seleccion_.origen = Origen::Personal;
 }
@@ -53,11 +37,14 @@ bool CDlgFirmar::OnInit() {
     SetResizable(false);
     MontarLista();
     MontarSello();
+    MontarDestino();
     MontarBotones();
     MontarPkcs12();
+    RevisarDestino();
     aviso_ = new CAviso(paleta_, lista_);
     AddControl(aviso_);
-    aviso_->Colocar({28, 40, 604, 243});
+    // Over the line that will say what was found, never over what was.
+    aviso_->Colocar({144, 240, 500, 104});
     vigilante_ =
         std::make_unique<Lx::Firma::Vigilante>([correo = correo_, this] { correo->Enviar([this] { OnTarjeta(); }); });
     SetFocusControl(lista_);
@@ -95,22 +82,7 @@ void CDlgFirmar::MontarLista() {
     estado_->fontSize = 11;
 }
 
-void CDlgFirmar::MontarSello() {
-    AddLabel("Sello visual", {16, 348, 85, 24})->fontSize = 12;
-    std::vector<std::string> textos;
-    for (const auto& fila : kSellos) textos.emplace_back(fila.texto);
-    sello_ = AddComboBox(textos, {105, 346, 230, 28});
-    sello_->SetSelected(0);
-    sello_->OnSelectionChanged(this, &CDlgFirmar::OnSelSello);
-    etiquetaPaginas_ = Etiqueta("Paginas:", {350, 350, 55, 20}, Paleta::kTextoSuave, 12);
-    edicionPaginas_ = AddEdit("", {410, 346, 234, 28});
-    edicionPaginas_->SetPlaceholder("ej. 1, 3, 5-8");
-    edicionPaginas_->SetEnabled(false);
-    edicionPaginas_->OnEnter(this, &CDlgFirmar::OnEnterLista);
-}
-
 void CDlgFirmar::MontarBotones() {
-    Etiqueta("Documento: " + documento_, {16, 414, 410, 18}, Paleta::kTextoSuave, 11);
     firmar_ = AddButton("Firmar", {440, 405, 102, 34});
     Paleta::VestirBoton(*firmar_, paleta_, true);
     firmar_->SetEnabled(false);
@@ -133,12 +105,13 @@ void CDlgFirmar::MontarPkcs12() {
     clavePkcs12_->SetPlaceholder("Contraseña");
     clavePkcs12_->SetText(ctx_.clavePkcs12);
     clavePkcs12_->OnEnter(this, &CDlgFirmar::OnEnterPkcs12);
+    for (Lx::CEdit* e : {rutaPkcs12_, clavePkcs12_}) e->OnChange(this, &CDlgFirmar::OnCambioPkcs12);
     detalle_ = Etiqueta("", {16, 484, 628, 32}, Paleta::kTextoSuave, 10);
 }
 
 void CDlgFirmar::OnKeyDown(Lx::KeyCode key, unsigned) {
     if (key == Lx::KeyCode::Escape) OnCancelar();
-    if (key == Lx::KeyCode::Enter) OnAceptar();
+    if (key == Lx::KeyCode::Enter && !Orvanta::PulsarFoco(*this)) OnAceptar();
 }
 
 void CDlgFirmar::OnChar(unsigned ch) {
@@ -151,24 +124,6 @@ void CDlgFirmar::TomarPkcs12() {
     ctx_.clavePkcs12 = clavePkcs12_->GetText();
 }
 
-void CDlgFirmar::OnSelSello(int indice) {
-    const bool valido = indice >= 0 && static_cast<size_t>(indice) < std::size(kSellos);
-    modo_ = valido ? kSellos[indice].modo : LxPdfSigner::kPrimera;
-    edicionPaginas_->SetEnabled(modo_ == LxPdfSigner::kPaginas);
-    if (modo_ == LxPdfSigner::kPaginas) SetFocusControl(edicionPaginas_);
-    etiquetaPaginas_->SetTextColor(paleta_[modo_ == LxPdfSigner::kPaginas ? Paleta::kTexto : Paleta::kTextoSuave]);
-    ActualizarOpts();
-    Invalidate(nullptr);
-}
-
-void CDlgFirmar::ActualizarOpts() {
-    paginas_ = modo_ == LxPdfSigner::kPaginas ? edicionPaginas_->GetText() : "";
-}
-
-void CDlgFirmar::OnEnterLista(const std::string&) {
-    ActualizarOpts();
-}
-
 void CDlgFirmar::OnExaminar() {
     Lx::CFileDialog dialogo(this);
     dialogo.SetTitle("Elegir certificado PKCS#12");
@@ -176,19 +131,20 @@ void CDlgFirmar::OnExaminar() {
     dialogo.SetInitialPath(rutaPkcs12_->GetText());
     if (dialogo.DoModal() != Lx::kAccepted) return;
     rutaPkcs12_->SetText(dialogo.GetPath());
-    ctx_.rutaPkcs12 = dialogo.GetPath();
-    TomarPkcs12();
-    Recargar();
-    if (clavePkcs12_->GetText().empty()) SetFocusControl(clavePkcs12_);
+    MarcarCampo(*rutaPkcs12_, paleta_, false);
+    SetFocusControl(clavePkcs12_);
+    OnEnterPkcs12("");
 }
 
 void CDlgFirmar::OnAceptar() {
+    if (!listaBuena_) return SetFocusControl(edicionPaginas_);
+    if (!destinoBueno_) return SetFocusControl(guardarComo_);
     if (!haySeleccion_) {
         MostrarEstado("Elige un certificado de la lista.");
         return;
     }
     if (!aptitud_.Salvable()) {
-        MostrarEstado(ConMayuscula(Lx::Firma::Explicar(seleccion_, aptitud_).frase), true);
+        MostrarEstado(Lx::ComoFrase(Lx::Firma::Explicar(seleccion_, aptitud_).frase), true);
         return;
     }
     if (!aptitud_.Apto() && !AceptaImpedimentos()) return;
@@ -200,7 +156,7 @@ void CDlgFirmar::OnAceptar() {
 bool CDlgFirmar::AceptaImpedimentos() {
     std::string frase;
     for (const Lx::Motivo m : aptitud_.impedimentos)
-        frase += ConMayuscula(Lx::Firma::Explicar(seleccion_, {{m}}).frase) + " ";
+        frase += Lx::ComoFrase(Lx::Firma::Explicar(seleccion_, {{m}}).frase) + " ";
     CPregunta pregunta(this, paleta_,
                        {"Certificado no apto", frase + "¿Firmar con él de todos modos?", "Firmar con él", "No firmar"});
     // While it was asked, the card may have gone.

@@ -15,8 +15,9 @@
 
 class CDlgFirmar : public Lx::CDialog {
   public:
+    // `documento` is its path; `paginas` what it has of them, 0 when that is not known.
     CDlgFirmar(Lx::CWindow* padre, const Orvanta::Paleta::Colores& paleta, const std::string& documento,
-               const Lx::CertStore::Contexto& ctx);
+               const Lx::CertStore::Contexto& ctx, int paginas = 0);
     // Its copies of the secrets are wiped. A listing that still runs is left to itself.
     ~CDlgFirmar() override;
 
@@ -28,6 +29,14 @@ class CDlgFirmar : public Lx::CDialog {
     [[nodiscard]] const std::string& Paginas() const { return paginas_; }
     // What speaks against the certificate and the user accepted.
     [[nodiscard]] const std::vector<Lx::Motivo>& Aunque() const { return aptitud_.impedimentos; }
+
+    // Where the signed copy goes; empty: its own name beside the document. `Reemplazar`: the person was asked about the
+    // file that is there, by its name.
+    [[nodiscard]] const std::string& Salida() const { return salida_; }
+    [[nodiscard]] bool Reemplazar() const { return reemplazar_; }
+    // The folder that "Guardar como…" offers first, and the one that was chosen at last. Before DoModal.
+    void PonerCarpeta(const std::string& carpeta) { carpeta_ = carpeta; }
+    [[nodiscard]] const std::string& Carpeta() const { return carpeta_; }
 
     // The listing begins here and goes on while the dialog is shown; the first fit certificate is then chosen.
     bool OnInit() override;
@@ -43,6 +52,9 @@ class CDlgFirmar : public Lx::CDialog {
     void OnActualizar();
     void OnSelSello(int indice);
     void OnEnterLista(const std::string& texto);
+    void OnCambioLista(const std::string& texto);
+    void OnCambioPkcs12(const std::string& texto);
+    void OnGuardarComo();
     void OnEnterPkcs12(const std::string& texto);
     void OnExaminar();
     void OnAceptar();
@@ -56,6 +68,7 @@ class CDlgFirmar : public Lx::CDialog {
     void MontarSello();
     void MontarBotones();
     void MontarPkcs12();
+    void MontarDestino();
     Lx::CLabel* Etiqueta(const std::string& texto, const Lx::Rect& donde, Orvanta::Paleta::Rol color, int tamano);
     void TomarPkcs12();
     void Listar(Despues despues);
@@ -67,6 +80,11 @@ class CDlgFirmar : public Lx::CDialog {
     void Seleccionar(int fila);
     void MostrarEstado(const std::string& texto, bool error = false);
     [[nodiscard]] bool AceptaImpedimentos();
+    // What is wrong with the file that was named, said at the edit where it is put right.
+    void DecirFichero(const Lx::CertStore::FuenteListada* fichero);
+    void RevisarPaginas(bool escritas);
+    void RevisarDestino();
+    void ActivarFirmar();
 
     Orvanta::Paleta::Colores paleta_;
     std::string documento_;
@@ -78,11 +96,18 @@ class CDlgFirmar : public Lx::CDialog {
     bool haySeleccion_ = false;
     LxPdfSigner::Sello modo_ = LxPdfSigner::kPrimera;
     std::string paginas_;
+    int total_;               // pages of the document
+    bool listaBuena_ = true;  // the page list can be used, or isn't
+    std::string salida_;
+    bool reemplazar_ = false;
+    bool destinoBueno_ = true;
+    std::string carpeta_;
 
     std::shared_ptr<Correo> correo_;
     CTarea tarea_;
     std::unique_ptr<Lx::Firma::Vigilante> vigilante_;
     bool otraTarjeta_ = false;  // a card came or went while the listing ran
+    bool conPersona_ = false;   // the listing was begun by somebody who waits for what it says of the file
 
     CAviso* aviso_ = nullptr;
     Lx::CListView* lista_ = nullptr;
@@ -93,6 +118,9 @@ class CDlgFirmar : public Lx::CDialog {
     Lx::CComboBox* sello_ = nullptr;
     Lx::CEdit* edicionPaginas_ = nullptr;
     Lx::CLabel* etiquetaPaginas_ = nullptr;
+    Lx::CLabel* frasePaginas_ = nullptr;
+    Lx::CLabel* fraseDestino_ = nullptr;
+    Lx::CButton* guardarComo_ = nullptr;
     Lx::CEdit* rutaPkcs12_ = nullptr;
     Lx::CEdit* clavePkcs12_ = nullptr;
 };

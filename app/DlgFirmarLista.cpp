@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "app/AjusteTexto.h"
+#include "app/Campo.h"
 #include "app/DlgFirmar.h"
 #include "app/Etapas.h"
 #include "crypto/LxSecreto.h"
@@ -63,7 +64,7 @@ void CDlgFirmar::Listar(Despues despues) {
         OnLista(-1);
     }
     // No process that others may not look into can show the desktop's dialog.
-    examinar_->SetEnabled(false);
+    for (Lx::CButton* b : {examinar_, guardarComo_}) b->SetEnabled(false);
     tarea_.Preparar();
     auto listado = std::make_shared<Lx::Firma::Listar>(ctx_, Lx::Firma::Preguntas{}, false,
                                                        soloTarjeta ? &certificados_ : nullptr);
@@ -84,7 +85,7 @@ void CDlgFirmar::OnTarjeta() {
 
 void CDlgFirmar::OnListado(const Lx::Firma::Listar& listado, Despues despues) {
     aviso_->Quitar();
-    examinar_->SetEnabled(true);
+    for (Lx::CButton* b : {examinar_, guardarComo_}) b->SetEnabled(true);
     certificados_ = listado.Respuesta();
     orden_ = Lx::Firma::OrdenDeEleccion(certificados_.aptitudes);
     const int fila = FilaPara(despues);
@@ -98,6 +99,7 @@ void CDlgFirmar::OnListado(const Lx::Firma::Listar& listado, Despues despues) {
         certificados_.listado.resumen + (todas.empty() ? "  |  No hay ningun certificado disponible."
                                                        : "  |  " + std::to_string(todas.size()) + " certificado(s)."),
         fichero != nullptr && fichero->fallo);
+    DecirFichero(fichero);
     OnLista(-1);
     Seleccionar(fila);
     if (otraTarjeta_) Listar(Despues::LaMisma);
@@ -158,7 +160,7 @@ void CDlgFirmar::OnLista(int indice) {
         if (lector != ctx_.lector) Lx::Limpiar(ctx_.pin);
         ctx_.lector = lector;
     }
-    firmar_->SetEnabled(haySeleccion_ && aptitud_.Salvable());
+    ActivarFirmar();
     if (haySeleccion_) Invalidate(nullptr);
 }
 
@@ -173,5 +175,37 @@ void CDlgFirmar::OnActualizar() {
 
 void CDlgFirmar::OnEnterPkcs12(const std::string&) {
     TomarPkcs12();
+    conPersona_ = true;
     Listar(Despues::LaDelFichero);
+}
+
+void CDlgFirmar::OnCambioPkcs12(const std::string&) {
+    for (Lx::CEdit* e : {rutaPkcs12_, clavePkcs12_}) Orvanta::MarcarCampo(*e, paleta_, false);
+    detalle_->SetText("");
+}
+
+// A file that was found and not opened wants another password; all else is wrong with its name.
+void CDlgFirmar::DecirFichero(const Lx::CertStore::FuenteListada* fichero) {
+    const bool fallo = fichero != nullptr && fichero->fallo;
+    const bool clave = fallo && fichero->fallo.motivo == Lx::Motivo::Pkcs12NoAbre;
+    Orvanta::MarcarCampo(*rutaPkcs12_, paleta_, fallo && !clave);
+    Orvanta::MarcarCampo(*clavePkcs12_, paleta_, clave);
+    if (!fallo) {
+        conPersona_ = false;
+        return;
+    }
+    const std::string nombre = Orvanta::NombreFichero(ctx_.rutaPkcs12);
+    std::string frase = "Falta la contraseña de " + nombre + ": escríbela y pulsa Intro.";
+    if (!clave)
+        frase = Lx::ParaLeer(fichero->fallo);
+    else if (!ctx_.clavePkcs12.empty())
+        frase = "La contraseña no abre " + nombre +
+                ": escríbela otra vez y pulsa Intro. Si es la buena, el fichero "
+                "está dañado: pide otra copia.";
+    detalle_->SetTextColor(paleta_[Paleta::kError]);
+    detalle_->SetText(Orvanta::EnLineas(frase, detalle_->fontSize, detalle_->rect.w));
+    if (!std::exchange(conPersona_, false)) return;
+    Lx::CEdit* edicion = clave ? clavePkcs12_ : rutaPkcs12_;
+    SetFocusControl(edicion);
+    edicion->SelectAll();
 }

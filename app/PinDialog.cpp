@@ -21,34 +21,23 @@ bool CPinDialog::OnInit() {
         .indicacion = "Escribe el PIN aquí",
         .aviso = "Aviso: El chip del DNIe se bloquea tras 3 intentos erróneos consecutivos.",
         .vacio = "Por favor, introduce el PIN del DNIe.",
+        .abre = FraseIntentos(),
+        .rechazado = rechazado_,
+        .ultimo = intentos_ == 1,
     });
     edicion_->OnEnter(this, &CPinDialog::OnEnterPin);
-    edicion_->OnChange(this, &CPinDialog::OnCambioPin);
-    Decir(FraseIntentos());
     return true;
 }
 
 std::string CPinDialog::FraseIntentos() const {
-    if (intentos_ < 0) return rechazado_ ? "PIN incorrecto." : "";
-    if (intentos_ == 0) return "El PIN del DNIe está bloqueado.";
-    if (intentos_ == 1) return "Queda 1 intento: si el PIN no es correcto, el DNIe se bloquea.";
-    return (rechazado_ ? "PIN incorrecto. Quedan " : "Quedan ") + std::to_string(intentos_) + " intentos.";
-}
-
-void CPinDialog::OnAceptar() {
-    if (intentos_ == 1 && !confirmado_ && !edicion_->GetText().empty()) {
-        confirmado_ = true;
-        Decir("Es el último intento: pulsa Aceptar otra vez para usarlo.");
-        return;
-    }
-    CDialogoSecreto::OnAceptar();
+    const std::string mal = rechazado_ ? "PIN incorrecto. " : "";
+    if (intentos_ < 0) return rechazado_ ? mal + "Escríbelo otra vez." : "";
+    if (intentos_ == 0) return "El PIN del DNIe está bloqueado: desbloquéalo con su código PUK.";
+    if (intentos_ > 1) return mal + "Quedan " + std::to_string(intentos_) + " intentos.";
+    return mal + (rechazado_ ? "Queda 1 intento: si fallas, el DNIe se bloquea."
+                             : "Queda 1 intento: si el PIN no es correcto, el DNIe se bloquea.");
 }
 
 void CPinDialog::OnEnterPin(const std::string&) {
     OnAceptar();
-}
-
-void CPinDialog::OnCambioPin(const std::string&) {
-    confirmado_ = false;
-    Decir(FraseIntentos());
 }

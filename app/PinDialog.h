@@ -16,10 +16,7 @@ class CPinDialog : public CDialogoSecreto {
     void PonerIntentos(int intentos, bool rechazado);
 
     bool OnInit() override;
-    // On the last try it has to be called twice.
-    void OnAceptar() override;
     void OnEnterPin(const std::string& texto);
-    void OnCambioPin(const std::string& texto);
 
   private:
     [[nodiscard]] std::string FraseIntentos() const;
@@ -27,5 +24,4 @@ class CPinDialog : public CDialogoSecreto {
     std::string titular_;
     int intentos_ = -1;
     bool rechazado_ = false;
-    bool confirmado_ = false;  // "Aceptar" was pressed once on the last try, for what stands in the edit
 };

@@ -4,9 +4,11 @@
 
 namespace Orvanta {
 
-void PulsarFoco(Lx::CWindow& ventana) {
-    if (auto* boton = dynamic_cast<Lx::CButton*>(ventana.focus))
-        static_cast<void>(boton->DoAccessibleAction(Lx::AccessibleAction::Press, "", 0));
+bool PulsarFoco(Lx::CWindow& ventana) {
+    auto* boton = dynamic_cast<Lx::CButton*>(ventana.focus);
+    if (boton == nullptr) return false;
+    static_cast<void>(boton->DoAccessibleAction(Lx::AccessibleAction::Press, "", 0));
+    return true;
 }
 
 }  // namespace Orvanta

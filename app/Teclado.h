@@ -5,8 +5,8 @@
 
 namespace Orvanta {
 
-// Presses the button that has the focus, for buttons take no keys of their own. Nothing when it is another control.
-// The windows call it for Space, not for Enter, which ends dialogs: held, it would go on into the window below.
-void PulsarFoco(Lx::CWindow& ventana);
+// Presses the button that has the focus, for buttons take no keys of their own. False, and nothing is done, when
+// something else has it; a disabled button swallows the key.
+bool PulsarFoco(Lx::CWindow& ventana);
 
 }  // namespace Orvanta

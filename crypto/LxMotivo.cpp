@@ -126,4 +126,16 @@ const std::vector<Motivo>& TodosLosMotivos() {
     return todos;
 }
 
+std::string ComoFrase(std::string texto) {
+    if (texto.empty()) return texto;
+    if (texto.front() >= 'a' && texto.front() <= 'z') texto.front() = static_cast<char>(texto.front() - 'a' + 'A');
+    if (std::string_view(".!?…").find(texto.back()) == std::string_view::npos) texto += '.';
+    return texto;
+}
+
+std::string ParaLeer(const Aviso& fallo) {
+    const std::string consejo = ComoFrase(std::string(ConsejoDe(fallo.motivo)));
+    return ComoFrase(fallo.frase) + (consejo.empty() ? "" : " " + consejo);
+}
+
 }  // namespace Lx

@@ -105,4 +105,9 @@ struct Aviso {
     [[nodiscard]] explicit operator bool() const { return motivo != Motivo::Ninguno; }
 };
 
+// A text of people's: with a capital at its beginning (of what begins in ASCII) and a full stop at its end.
+[[nodiscard]] std::string ComoFrase(std::string texto);
+// What went wrong and what to do about it, as sentences.
+[[nodiscard]] std::string ParaLeer(const Aviso& fallo);
+
 }  // namespace Lx

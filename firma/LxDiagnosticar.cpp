@@ -104,12 +104,16 @@ std::string Pem(const X509::Certificado& cert) {
     return pem + "-----END CERTIFICATE-----\n";
 }
 
+std::string AvisoDeIntentos(const Diagnostico& diagnostico) {
+    if (diagnostico.tarjeta.intentosPin != 1) return {};
+    return "Aviso: al PIN le queda un solo intento; si el siguiente no es correcto, queda bloqueado.";
+}
+
 std::string Informe(const Diagnostico& diagnostico, bool detalle) {
     const Dnie::Diagnostico& d = diagnostico.tarjeta;
     std::string texto;
     for (const Paso& p : d.pasos) texto += TextoDePaso(p);
-    if (d.intentosPin == 1)
-        texto += "Aviso: al PIN le queda un solo intento; si el siguiente no es correcto, queda bloqueado.\n";
+    if (const std::string aviso = AvisoDeIntentos(diagnostico); !aviso.empty()) texto += aviso + "\n";
     texto += d.puedeFirmar ? "Se puede firmar con esta tarjeta.\n" : "No se puede firmar con la tarjeta.\n";
     for (const std::string& linea : diagnostico.protecciones) texto += linea + "\n";
     return detalle ? texto + TextoDeDetalle(d) : texto;

@@ -34,6 +34,9 @@ class Diagnosticar : public Trabajo {
 // The report for people. `detalle`: with the certificates, which name the holder, and each step of a signature.
 [[nodiscard]] std::string Informe(const Diagnostico& diagnostico, bool detalle);
 
+// What must be known before a PIN is typed; empty when there is nothing.
+[[nodiscard]] std::string AvisoDeIntentos(const Diagnostico& diagnostico);
+
 // The certificate in PEM (RFC 7468, 5.1).
 [[nodiscard]] std::string Pem(const X509::Certificado& cert);
 

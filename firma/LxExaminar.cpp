@@ -23,22 +23,13 @@ constexpr struct {
     {Motivo::NoEsPdf, "El documento no es un PDF, o le falta el final."},
 };
 
-[[nodiscard]] std::string ConMayuscula(std::string_view frase) {
-    std::string s(frase);
-    if (!s.empty() && s[0] >= 'a' && s[0] <= 'z') s[0] = static_cast<char>(s[0] - 'a' + 'A');
-    return s;
-}
-
 // "No se puede firmar": why, and what to do.
 [[nodiscard]] Aviso ParaLaPersona(const Aviso& fallo) {
     if (!fallo) return {};
     const auto* fila =
         std::find_if(std::begin(kAlAbrir), std::end(kAlAbrir), [&](const auto& f) { return f.motivo == fallo.motivo; });
-    std::string frase = "No se puede firmar. ";
-    frase += fila == std::end(kAlAbrir) ? ConMayuscula(fallo.frase) : std::string(fila->frase);
-    if (const std::string_view consejo = ConsejoDe(fallo.motivo); !consejo.empty())
-        frase += " " + ConMayuscula(consejo);
-    return {fallo.motivo, std::move(frase)};
+    const std::string frase = fila == std::end(kAlAbrir) ? fallo.frase : std::string(fila->frase);
+    return {fallo.motivo, "No se puede firmar. " + ParaLeer({fallo.motivo, frase})};
 }
 
 [[nodiscard]] std::string Paginas(size_t n) {

@@ -42,24 +42,6 @@ constexpr int kNombres = 20;
     return access(carpeta.c_str(), W_OK | X_OK) == 0 ? 0 : errno;
 }
 
-// The engine decides again when it writes; here nothing has been asked of anybody yet.
-[[nodiscard]] Aviso DestinoPermitido(const std::string& destino, const std::string& entrada, bool reemplazar) {
-    struct stat hay {
-    }, doc{};
-    if (destino.empty() || destino.back() == '/')
-        return {Motivo::SalidaImposible, "\"" + destino + "\" no es un nombre de fichero."};
-    if (const int numero = EstorboEn(destino); numero != 0)
-        return {Motivo::SalidaImposible,
-                "no se pudo abrir " + destino + " para escritura. Motivo: " + Api::ExplicarErrno(numero) + "."};
-    if (!entrada.empty() && stat(entrada.c_str(), &doc) == 0 && stat(destino.c_str(), &hay) == 0 &&
-        doc.st_dev == hay.st_dev && doc.st_ino == hay.st_ino)
-        return {Motivo::SalidaEsEntrada, "la salida " + destino + " es el propio documento: no se sustituye nunca."};
-    if (lstat(destino.c_str(), &hay) != 0) return {};
-    if (!S_ISREG(hay.st_mode)) return {Motivo::SalidaAjena, destino + " ya existe y no es un fichero normal."};
-    if (reemplazar) return {};
-    return {Motivo::SalidaExiste, "ya existe " + destino + ": no se sustituye."};
-}
-
 bool Fallo(Hecho& hecho, Aviso fallo) {
     hecho.r.motivo = fallo.motivo;
     hecho.r.error = std::move(fallo.frase);
@@ -72,10 +54,32 @@ bool Fallo(Hecho& hecho, Aviso fallo) {
 
 }  // namespace
 
+// The engine decides again when it writes; here nothing has been asked of anybody yet.
+Aviso RevisarSalida(const std::string& destino, const std::string& entrada, bool reemplazar) {
+    struct stat hay {
+    }, doc{};
+    if (destino.empty())
+        return {Motivo::SinNombre, "ya existen todas las copias firmadas de " + entrada +
+                                       ", hasta la número 999: no se sustituye ninguna."};
+    if (destino.back() == '/') return {Motivo::SalidaImposible, "\"" + destino + "\" no es un nombre de fichero."};
+    if (const int numero = EstorboEn(destino); numero != 0)
+        return {Motivo::SalidaImposible,
+                "no se pudo abrir " + destino + " para escritura. Motivo: " + Api::ExplicarErrno(numero) + "."};
+    if (!entrada.empty() && stat(entrada.c_str(), &doc) == 0 && stat(destino.c_str(), &hay) == 0 &&
+        doc.st_dev == hay.st_dev && doc.st_ino == hay.st_ino)
+        return {Motivo::SalidaEsEntrada, "la salida " + destino + " es el propio documento: no se sustituye nunca."};
+    if (lstat(destino.c_str(), &hay) != 0) return {};
+    if (!S_ISREG(hay.st_mode)) return {Motivo::SalidaAjena, destino + " ya existe y no es un fichero normal."};
+    if (reemplazar) return {};
+    return {Motivo::SalidaExiste, "ya existe " + destino + ": no se sustituye."};
+}
+
 Aviso Planear(const std::string& entrada, const Encargo& encargo) {
     if (!encargo.texto)
         if (Aviso fallo = SePuedeLeer(entrada)) return fallo;
-    return encargo.salida.empty() ? Aviso{} : DestinoPermitido(encargo.salida, entrada, encargo.reemplazar);
+    if (encargo.salida.empty() && encargo.texto) return {};
+    const std::string salida = encargo.salida.empty() ? NombreLibre(entrada, encargo.carpeta) : encargo.salida;
+    return RevisarSalida(salida, entrada, encargo.reemplazar);
 }
 
 FirmarDocumentos::FirmarDocumentos(Encargo encargo, Preguntas preguntas, Observador observador)
@@ -135,12 +139,7 @@ void FirmarDocumentos::FirmarUno(Hecho& hecho) {
 
 void FirmarDocumentos::FirmarDocumento(Hecho& hecho) {
     const std::string salida = encargo_.salida.empty() ? NombreLibre(hecho.entrada, encargo_.carpeta) : encargo_.salida;
-    if (salida.empty()) {
-        Fallo(hecho, {Motivo::SinNombre, "ya existen todas las copias firmadas de " + hecho.entrada +
-                                             ", hasta la número 999: no se sustituye ninguna."});
-        return;
-    }
-    if (Aviso fallo = DestinoPermitido(salida, hecho.entrada, encargo_.reemplazar)) {
+    if (Aviso fallo = RevisarSalida(salida, hecho.entrada, encargo_.reemplazar)) {
         Fallo(hecho, std::move(fallo));
         return;
     }

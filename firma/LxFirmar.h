@@ -54,6 +54,15 @@ struct Observador {
 // name is taken by whatever it is; in `carpeta` unless that is empty. Empty when all are taken.
 [[nodiscard]] std::string NombreLibre(const std::string& entrada, const std::string& carpeta);
 
+// The folder that a path lies in, whole, without a slash at its end.
+[[nodiscard]] std::string CarpetaDe(const std::string& ruta);
+// With ".pdf" at its end, unless it is there in any case of letters.
+[[nodiscard]] std::string ConExtension(const std::string& ruta);
+
+// Whether a signed copy of `entrada` may come into being there; an existing file only with `reemplazar`. An empty path
+// is the name that NombreLibre didn't find.
+[[nodiscard]] Lx::Aviso RevisarSalida(const std::string& salida, const std::string& entrada, bool reemplazar);
+
 // What can be known of a document before anybody is asked for anything: it can be read, its output may be written.
 [[nodiscard]] Lx::Aviso Planear(const std::string& entrada, const Encargo& encargo);
 

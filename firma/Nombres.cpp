@@ -1,6 +1,11 @@
 // The names of signed copies.
 #include <sys/stat.h>
 
+#include <filesystem>
+#include <string_view>
+#include <system_error>
+
+#include "crypto/LxApi.h"
 #include "firma/LxFirmar.h"
 
 namespace Lx::Firma {
@@ -28,6 +33,19 @@ std::string NombreLibre(const std::string& entrada, const std::string& carpeta) 
     for (int n = 2; n <= kUltimo; ++n)
         if (std::string ruta = base + std::to_string(n) + ".pdf"; !Ocupado(ruta)) return ruta;
     return {};
+}
+
+std::string CarpetaDe(const std::string& ruta) {
+    std::error_code fallo;
+    const std::string entera = std::filesystem::absolute(ruta, fallo).lexically_normal();
+    const size_t barra = entera.rfind('/');
+    return barra == entera.npos || barra == 0 ? "/" : entera.substr(0, barra);
+}
+
+std::string ConExtension(const std::string& ruta) {
+    constexpr std::string_view kExtension = ".pdf";
+    std::string final = ruta.size() < kExtension.size() ? "" : ruta.substr(ruta.size() - kExtension.size());
+    return Api::ToLowerAscii(final) == kExtension ? ruta : ruta + std::string(kExtension);
 }
 
 }  // namespace Lx::Firma

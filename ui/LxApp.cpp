@@ -1,5 +1,6 @@
 #include "ui/LxApp.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace Lx {
@@ -12,19 +13,23 @@ LxApp::LxApp(int argCount, char** args) : argc(argCount), argv(args) {
 }
 
 LxApp::~LxApp() {
-    delete std::exchange(mainWindow, nullptr);
+    LxApp::ExitInstance();
     delete std::exchange(backend, nullptr);
     if (s_pApp == this) s_pApp = nullptr;
 }
 
 bool LxApp::InitInstance() {
     if (!mainWindow || !mainWindow->Create()) return false;
+    open_.push_back(mainWindow);
     mainWindow->Center();
     mainWindow->Show();
     return true;
 }
 
 int LxApp::ExitInstance() {
+    DeleteClosed();
+    open_.clear();
+    for (const CWindow* window : std::exchange(others_, {})) delete window;
     delete std::exchange(mainWindow, nullptr);
     return 0;
 }
@@ -41,20 +46,43 @@ int LxApp::Run() {
 }
 
 bool LxApp::AddWindow(CWindow* window) {
-    delete window;
-    return false;
+    if (!window || !backend || !window->Create()) {
+        delete window;
+        return false;
+    }
+    others_.push_back(window);
+    open_.push_back(window);
+    window->Center();
+    window->Show();
+    return true;
 }
 
 std::vector<CWindow*> LxApp::Windows() const {
-    return {mainWindow};
+    return open_;
 }
 
-void LxApp::WindowClosed(CWindow* /*window*/) {
-    Quit(0);
+void LxApp::WindowClosed(CWindow* window) {
+    // The last one stays for ExitInstance.
+    if (std::erase(open_, window) == 0 || open_.empty()) return Quit(0);
+    if (window == mainWindow) mainWindow = nullptr;
+    std::erase(others_, window);
+    closed_.push_back(window);
+}
+
+void LxApp::DeleteClosed() {
+    for (const CWindow* window : std::exchange(closed_, {})) delete window;
 }
 
 void LxApp::ChangeTheme(ThemeSet set) {
     SetTheme(set);
+    std::vector<CWindow*> windows = open_;
+    windows.insert(windows.end(), dialogs_.begin(), dialogs_.end());
+    for (CWindow* window : windows) {
+        window->OnThemeChanged();
+        // By index: a control may add another.
+        for (size_t i = 0; i < window->controls.size(); ++i) window->controls[i]->OnThemeChanged();
+        window->InvalidateRect(nullptr);
+    }
 }
 
 void LxApp::Quit(int code) {

@@ -18,7 +18,7 @@ class LxApp {
 
     // Creates, centres and shows the main window. False without one or when it can't be created.
     virtual bool InitInstance();
-    // Deletes the main window; 0.
+    // Deletes the main windows; 0.
     virtual int ExitInstance();
 
     // The exit status: what ExitInstance gave unless that is 0, else the loop's code; -1 without a backend and 1
@@ -29,8 +29,10 @@ class LxApp {
     bool AddWindow(CWindow* window);
     // All main windows that are open, the oldest first.
     [[nodiscard]] std::vector<CWindow*> Windows() const;
-    // A window without keepAppOnClose was closed: from the backend.
+    // A window without keepAppOnClose was closed: from the backend. It is deleted by DeleteClosed, which the loop of
+    // the application calls when no handler is at work.
     void WindowClosed(CWindow* window);
+    void DeleteClosed();
     // Changes the colours of the program, and of every window that is open.
     void ChangeTheme(ThemeSet set);
     void Quit(int code);
@@ -42,6 +44,14 @@ class LxApp {
     CAppBackend* backend = nullptr;  // owned
 
     static LxApp* s_pApp;  // the one live application
+
+  private:
+    friend class CDialog;
+
+    std::vector<CWindow*> open_;     // main windows
+    std::vector<CWindow*> others_;   // owned: all that AddWindow took over
+    std::vector<CWindow*> closed_;   // owned
+    std::vector<CWindow*> dialogs_;  // at work
 };
 
 }  // namespace Lx

@@ -75,6 +75,8 @@ class CWindowImpl {
     // A dimension below 1 is no limit.
     virtual void SetMaxSize(const Size& clientSize) = 0;
     virtual void Center() = 0;
+    // Of the client area; also of a window that the user can't resize.
+    virtual void Resize(const Size& clientSize) = 0;
     [[nodiscard]] virtual void* GetHandle() const = 0;
     // Repeats every `ms` milliseconds until killed; replaces a timer of the same id. False for an id or time of 0, or
     // without a window.

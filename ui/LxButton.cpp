@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "ui/Drawing.h"
 #include "ui/LxTheme.h"
 #include "ui/LxWindow.h"
 
@@ -25,6 +26,19 @@ Color Lighter(const Color& c) {
 Color Darker(const Color& c) {
     const auto lower = [](uint8_t v) { return static_cast<uint8_t>(std::max<int>(v, 22) - 22); };
     return {lower(c.r), lower(c.g), lower(c.b), c.a};
+}
+
+// Between a text that had to be cut and the edge.
+constexpr int kLeastPadding = 4;
+
+FieldLook LettersOf(const CStyleSheet& sheet) {
+    FieldLook look;
+    look.family = sheet.GetString("font-family", "");
+    if (look.family.empty()) look.family = "system";
+    look.fontSize = sheet.GetInt("font-size", 14);
+    look.bold = sheet.GetBool("font-weight-bold", false);
+    look.italic = sheet.GetBool("font-style-italic", false);
+    return look;
 }
 
 }  // namespace
@@ -187,16 +201,33 @@ Color CButton::TextColor(const CStyleSheet& sheet, const Color& background) cons
     return ThemeColor(dark ? ColorRole::TextOnDark : ColorRole::TextOnLight);
 }
 
+Size CButton::Fit(CCanvas& canvas, const FieldLook& look, std::string& shown) const {
+    const Size whole = Measure(canvas, text, look);
+    shown = text;
+    if (whole.cx <= rect.w) return whole;
+    shown = Elide(canvas, text, rect.w - 2 * kLeastPadding, look);
+    return {Measure(canvas, shown, look).cx, whole.cy};
+}
+
 void CButton::PaintText(CCanvas* canvas, const CStyleSheet& sheet, const Color& color) const {
     if (text.empty()) return;
-    std::string family = sheet.GetString("font-family", "");
-    if (family.empty()) family = "system";
-    const int size = sheet.GetInt("font-size", 14);
-    const bool bold = sheet.GetBool("font-weight-bold", false);
-    const bool italic = sheet.GetBool("font-style-italic", false);
-    const Size box = canvas->MeasureText(text, family, size, bold, italic);
+    const FieldLook look = LettersOf(sheet);
+    std::string shown;
+    const Size box = Fit(*canvas, look, shown);
     const Point at{rect.x + (rect.w - box.cx) / 2, rect.y + (rect.h - box.cy) / 2};
-    canvas->DrawText(text, at, color, family, size, bold, italic);
+    canvas->DrawText(shown, at, color, look.family, look.fontSize, look.bold, look.italic);
+}
+
+std::string CButton::ToolTip(const Point& /*pt*/) const {
+    CCanvas* canvas = MeasuringCanvas();
+    std::string shown;
+    if (canvas == nullptr || text.empty()) return {};
+    Fit(*canvas, LettersOf(style.Get(DerivedState())), shown);
+    return shown == text ? std::string() : text;
+}
+
+void CButton::OnThemeChanged() {
+    CStyleManager::Instance().Follow(style);
 }
 
 void CButton::OnPaint(CCanvas* canvas) {

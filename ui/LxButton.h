@@ -9,6 +9,8 @@
 
 namespace Lx {
 
+struct FieldLook;
+
 class CButton : public CControl {
   public:
     explicit CButton(const std::string& text = "");
@@ -16,6 +18,8 @@ class CButton : public CControl {
     void OnPaint(CCanvas* canvas) override;
     void OnEvent(Event& ev) override;
     [[nodiscard]] AccessibleInfo Accessibility() const override;
+    [[nodiscard]] std::string ToolTip(const Point& pt) const override;
+    void OnThemeChanged() override;
     bool DoAccessibleAction(AccessibleAction action, const std::string& text, int index) override;
 
     void SetText(const std::string& utf8);
@@ -60,6 +64,8 @@ class CButton : public CControl {
     // Toggles and notifies. The handler may delete the button: nothing of it is touched afterwards.
     void Click();
     [[nodiscard]] Color TextColor(const CStyleSheet& sheet, const Color& background) const;
+    // The text, as much of it as fits, and its size.
+    Size Fit(CCanvas& canvas, const FieldLook& look, std::string& shown) const;
     void PaintText(CCanvas* canvas, const CStyleSheet& sheet, const Color& color) const;
     [[nodiscard]] bool ShowsFocus() const;
 };

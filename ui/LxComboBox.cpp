@@ -235,7 +235,7 @@ void CComboBox::OnPaint(CCanvas* canvas) {
     CloseIfLost();
     const FieldLook look = LookOf(style_, enabled);
     DrawField(*canvas, rect, look, enabled && (open_ || HasFocus()), enabled && hovered_);
-    const Rect box{rect.x + kPadding, rect.y, std::max(0, rect.w - kPadding - kChevronRoom), rect.h};
+    const Rect box{rect.x + kPadding, rect.y, TextRoom(), rect.h};
     if (selected_ >= 0) DrawLineOfText(*canvas, items_[static_cast<size_t>(selected_)], box, look);
     DrawChevron(*canvas, rect, enabled ? ThemeColor(ColorRole::QuietText) : look.text, open_);
     if (open_) DrawList(*canvas, look);
@@ -258,11 +258,29 @@ void CComboBox::DrawList(CCanvas& canvas, const FieldLook& look) {
         const Rect row{items.x, items.y + i * kItemHeight - scroll_->Position(), items.w - bar, kItemHeight};
         if (row.y >= items.y + items.h) break;
         if (i == highlighted_) canvas.FillRoundRect(row, 4.0F, ThemeColor(ColorRole::Selection));
-        const Rect text{row.x + kPadding - kListPadding, row.y, row.w - kPadding - kCheckRoom, row.h};
+        const Rect text{row.x + kPadding - kListPadding, row.y, ItemTextRoom(), row.h};
         DrawLineOfText(canvas, items_[static_cast<size_t>(i)], text, look);
         if (i == selected_) DrawCheck(canvas, {row.x + row.w - kCheckRoom / 2, row.y + row.h / 2}, look.focus);
     }
     scroll_->Paint(canvas);
+}
+
+int CComboBox::TextRoom() const {
+    return std::max(0, rect.w - kPadding - kChevronRoom);
+}
+
+int CComboBox::ItemTextRoom() const {
+    const int bar = scroll_->Needed() ? ScrollBar::kWidth + 2 : 0;
+    return ItemsRect().w - bar - kPadding - kCheckRoom;
+}
+
+std::string CComboBox::ToolTip(const Point& pt) const {
+    CCanvas* canvas = MeasuringCanvas();
+    const int item = open_ ? ItemAt(pt) : selected_;
+    if (canvas == nullptr || item < 0) return {};
+    const std::string& text = items_[static_cast<size_t>(item)];
+    const bool fits = Measure(*canvas, text, LookOf(style_, enabled)).cx <= (open_ ? ItemTextRoom() : TextRoom());
+    return fits ? std::string() : text;
 }
 
 AccessibleInfo CComboBox::Accessibility() const {

@@ -23,6 +23,7 @@ class CComboBox : public CControl {
     void OnEvent(Event& ev) override;
     [[nodiscard]] bool IsOverlayPaint() const override;
     [[nodiscard]] AccessibleInfo Accessibility() const override;
+    [[nodiscard]] std::string ToolTip(const Point& pt) const override;
     bool DoAccessibleAction(AccessibleAction action, const std::string& text, int index) override;
 
     void SetItems(const std::vector<std::string>& items);
@@ -57,6 +58,9 @@ class CComboBox : public CControl {
     // Where the open list stands, and its part with the items.
     [[nodiscard]] Rect ListRect() const;
     [[nodiscard]] Rect ItemsRect() const;
+    // Pixels for the text of the box, and of an item of its list.
+    [[nodiscard]] int TextRoom() const;
+    [[nodiscard]] int ItemTextRoom() const;
     [[nodiscard]] int ItemAt(const Point& pt) const;
     void Arrange();
     void DrawList(CCanvas& canvas, const FieldLook& look);

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <string_view>
-#include <vector>
 
+#include "ui/Drawing.h"
 #include "ui/LxStyle.h"
 #include "ui/LxTheme.h"
 
@@ -75,19 +75,36 @@ AccessibleInfo CLabel::Accessibility() const {
     return info;
 }
 
+std::string CLabel::ToolTip(const Point& /*pt*/) const {
+    CCanvas* canvas = MeasuringCanvas();
+    if (canvas == nullptr || text.empty()) return {};
+    const Block block = Lay(*canvas);
+    const bool whole = block.lines == SplitLines(text) && block.Height() <= rect.h;
+    return whole ? std::string() : text;
+}
+
+CLabel::Block CLabel::Lay(CCanvas& canvas) const {
+    FieldLook look;
+    look.family = fontFamily;
+    look.fontSize = fontSize;
+    look.bold = bold;
+    look.italic = italic;
+    Block block;
+    for (const std::string& line : SplitLines(text)) {
+        const Size box = line.empty() ? Size{} : Measure(canvas, line, look);
+        const bool fits = box.cx <= rect.w;
+        block.lines.push_back(fits ? line : Elide(canvas, line, rect.w, look));
+        block.widths.push_back(fits ? box.cx : Measure(canvas, block.lines.back(), look).cx);
+        block.lineHeight = std::max(block.lineHeight, box.cy);
+    }
+    if (block.lineHeight < 1) block.lineHeight = fontSize;
+    return block;
+}
+
 void CLabel::OnPaint(CCanvas* canvas) {
     if (backColor.a > 0) canvas->FillRect(rect, backColor);
     if (text.empty()) return;
-    const std::vector<std::string> lines = SplitLines(text);
-    std::vector<int> widths;
-    int height = 0;
-    for (const std::string& line : lines) {
-        const Size box = line.empty() ? Size{} : canvas->MeasureText(line, fontFamily, fontSize, bold, italic);
-        widths.push_back(box.cx);
-        height = std::max(height, box.cy);
-    }
-    if (height < 1) height = fontSize;
-
+    const auto [lines, widths, height] = Lay(*canvas);
     Color color = ResolveTextColor();
     if (!enabled) color = ThemeColor(IsDark(color) ? ColorRole::DisabledDark : ColorRole::DisabledLight);
     // Too tall a block starts at the top of the label and loses its last lines. In 64 bits: both factors are free.

@@ -193,6 +193,7 @@ std::vector<int> CListView::ColumnWidths(int total) const {
 
 void CListView::OnPaint(CCanvas* canvas) {
     Arrange();
+    cut_.clear();
     FieldLook look = ListLook(enabled);
     if (mode_ == kCards && enabled) look.background = ThemeColor(ColorRole::CardGround);
     const bool focused = enabled && HasFocus();
@@ -215,6 +216,16 @@ void CListView::OnPaint(CCanvas* canvas) {
     canvas->DrawRoundRect(rect, look.radius, focused ? look.focus : look.border, focused ? 2.0F : 1.0F);
 }
 
+void CListView::Write(CCanvas& canvas, const std::string& text, const Rect& box, const FieldLook& look) const {
+    DrawLineOfText(canvas, text, box, look);
+    if (!text.empty() && Measure(canvas, text, look).cx > box.w) cut_.push_back({box, text});
+}
+
+std::string CListView::ToolTip(const Point& pt) const {
+    const auto hit = std::find_if(cut_.begin(), cut_.end(), [&pt](const Cut& one) { return one.box.Contains(pt); });
+    return hit != cut_.end() ? hit->text : std::string();
+}
+
 void CListView::DrawHeader(CCanvas& canvas, const FieldLook& look) const {
     const Rect header{rect.x, rect.y, rect.w, kHeaderHeight};
     canvas.FillRoundRect(header, look.radius, ThemeColor(ColorRole::ListHeader));
@@ -231,7 +242,7 @@ void CListView::DrawHeader(CCanvas& canvas, const FieldLook& look) const {
     for (size_t c = 0; c < columns_.size(); ++c) {
         if (c > 0) canvas.FillRect({x, header.y + 8, 1, header.h - 16}, look.border);
         const int room = std::min(widths[c], row.x + row.w - x) - 2 * kRowPadding;
-        DrawLineOfText(canvas, columns_[c].title, {x + kRowPadding, header.y, room, header.h}, title);
+        Write(canvas, columns_[c].title, {x + kRowPadding, header.y, room, header.h}, title);
         x += widths[c];
     }
 }
@@ -250,7 +261,7 @@ void CListView::DrawRow(CCanvas& canvas, int index, const FieldLook& look) const
     int x = row.x;
     for (size_t c = 0; c < std::min(columns_.size(), values.size()); ++c) {
         const int room = std::min(widths[c], row.x + row.w - x) - 2 * kRowPadding;
-        DrawLineOfText(canvas, values[c], {x + kRowPadding, row.y, room, row.h}, texts);
+        Write(canvas, values[c], {x + kRowPadding, row.y, room, row.h}, texts);
         x += widths[c];
     }
 }
@@ -281,14 +292,13 @@ void CListView::DrawCard(CCanvas& canvas, int index, const FieldLook& look) cons
     const int top = card.y + (card.h - kNameHeight - lines * kPieceHeight) / 2;
     const int pill = DrawPill(canvas, values, {box.x, top, box.w, kNameHeight}, selected || hovered);
     if (!values.empty()) {
-        DrawLineOfText(canvas, values[0], {box.x, top, box.w - pill, kNameHeight},
-                       With(look, look.fontSize, text, true));
+        Write(canvas, values[0], {box.x, top, box.w - pill, kNameHeight}, With(look, look.fontSize, text, true));
     }
     for (const Piece& piece : pieces) {
         const Rect line{piece.x, top + kNameHeight + piece.line * kPieceHeight, piece.width, kPieceHeight};
         DrawLineOfText(canvas, piece.caption, line, caption);
         const Rect value{line.x + piece.captionWidth, line.y, line.w - piece.captionWidth, line.h};
-        DrawLineOfText(canvas, piece.value, value, small);
+        Write(canvas, piece.value, value, small);
     }
 }
 
@@ -334,6 +344,7 @@ int CListView::DrawPill(CCanvas& canvas, const std::vector<std::string>& values,
     const Rect pill{box.x + box.w - width, box.y + (box.h - kPillHeight) / 2, width, kPillHeight};
     canvas.FillRoundRect(pill, kPillHeight / 2.0F, marked && enabled ? theme.background : ThemeColor(ColorRole::Pill));
     DrawLineOfText(canvas, shown, {pill.x + 9, pill.y, pill.w - 18, pill.h}, look);
+    if (shown != text) cut_.push_back({pill, text});
     return width + kPieceGap;
 }
 

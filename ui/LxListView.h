@@ -24,6 +24,7 @@ class CListView : public CControl {
     void OnPaint(CCanvas* canvas) override;
     void OnEvent(Event& ev) override;
     [[nodiscard]] AccessibleInfo Accessibility() const override;
+    [[nodiscard]] std::string ToolTip(const Point& pt) const override;
     bool DoAccessibleAction(AccessibleAction action, const std::string& text, int index) override;
 
     // `width` in pixels; 0 shares what the others leave. On a card it is the least that the column's text takes.
@@ -71,6 +72,10 @@ class CListView : public CControl {
         bool dimmed = false;
         std::string why;
     };
+    struct Cut {
+        Rect box;
+        std::string text;
+    };
     struct Piece;  // a column's title and text on a card
 
     void OnMouse(Event& ev);
@@ -90,6 +95,8 @@ class CListView : public CControl {
     [[nodiscard]] std::vector<int> ColumnWidths(int total) const;
     void Arrange();
     void Reveal(int index);
+    // One line in its box; what is cut is remembered for the tool tip.
+    void Write(CCanvas& canvas, const std::string& text, const Rect& box, const FieldLook& look) const;
     void DrawHeader(CCanvas& canvas, const FieldLook& look) const;
     void DrawRow(CCanvas& canvas, int index, const FieldLook& look) const;
     // What the item's texts are drawn in.
@@ -107,6 +114,7 @@ class CListView : public CControl {
     int hovered_ = -1;
     int armed_ = -1;  // the item that a second click activates
     std::unique_ptr<ScrollBar> scroll_;
+    mutable std::vector<Cut> cut_;  // texts that the last repaint cut, and where
 };
 
 }  // namespace Lx

@@ -393,6 +393,10 @@ void CPdfView::TurnTo(int page) {
     if (document && page != currentPage && page >= 0 && page < pageCount) GoToPage(page);
 }
 
+void CPdfView::OnThemeChanged() {
+    background = InThemeNow(background, {ColorRole::View, ColorRole::AppView});
+}
+
 AccessibleInfo CPdfView::Accessibility() const {
     AccessibleInfo info;
     info.role = AccessibleRole::Document;

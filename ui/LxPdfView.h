@@ -20,6 +20,7 @@ class CPdfView : public CControl {
     void OnPaint(CCanvas* canvas) override;
     void OnEvent(Event& ev) override;
     [[nodiscard]] AccessibleInfo Accessibility() const override;
+    void OnThemeChanged() override;
 
     // False, with the sentence in GetLastError, when the file can't be opened: the view is then empty.
     bool LoadDocument(const std::string& path);

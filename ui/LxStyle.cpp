@@ -281,9 +281,23 @@ void CStyleManager::InitDefaultTheme() {
     const std::string active = SheetOf({ButtonActive, ButtonActiveText, ButtonActive, true});
     const std::string disabled = SheetOf({ButtonDisabled, ButtonDisabledText, ButtonDisabledBorder, false});
     const std::string* const sheets[] = {&normal, &hover, &active, &normal, &disabled, &active, &active, &active};
+    last_ = default_;
     for (unsigned i = 0; i < std::size(sheets); ++i)
         default_.Get(static_cast<ButtonState>(i)) = CStyleSheet::Parse(*sheets[i]);
     styles_["default"] = default_;
+}
+
+void CStyleManager::Follow(CButtonStyle& style) const {
+    constexpr ButtonState kStates[] = {ButtonState::Normal,       ButtonState::Hover,         ButtonState::Pressed,
+                                       ButtonState::Focused,      ButtonState::Disabled,      ButtonState::Checked,
+                                       ButtonState::CheckedHover, ButtonState::CheckedPressed};
+    for (const ButtonState own : kStates) {
+        for (const ButtonState given : kStates) {
+            if (style.Get(own) != last_.Get(given)) continue;
+            style.Get(own) = default_.Get(given);
+            break;
+        }
+    }
 }
 
 double Luminance(const Color& color) {

@@ -37,6 +37,8 @@ class CStyleSheet {
     // "key: value; " for each entry, in no particular order.
     [[nodiscard]] std::string ToCSS() const;
 
+    bool operator==(const CStyleSheet&) const = default;
+
   private:
     template <class T>
     T Get(const std::string& key, const T& def) const {
@@ -76,6 +78,8 @@ class CStyleManager {
     static CStyleManager& Instance();
 
     [[nodiscard]] const CButtonStyle& DefaultButtonStyle() const { return default_; }
+    // The sheets of `style` that the last theme gave become those of the theme in force; its own stay.
+    void Follow(CButtonStyle& style) const;
     // The style of that name, the default one when there is none. "default" always is.
     [[nodiscard]] const CButtonStyle& GetStyle(const std::string& name) const;
 
@@ -86,7 +90,7 @@ class CStyleManager {
     CStyleManager();
 
     std::unordered_map<std::string, CButtonStyle> styles_;
-    CButtonStyle default_;
+    CButtonStyle default_, last_;
 };
 
 // 0.299 r + 0.587 g + 0.114 b.

@@ -40,14 +40,18 @@ constexpr struct {
     {AppOnFooter, Opaque(0xFFFFFF), Opaque(0xF2F5FA)},
     {AppOnCancel, Opaque(0xFFFFFF), Opaque(0xFFFFFF)},
     {AppView, Opaque(0xE2E6EE), Opaque(0x0E131C)},
+    {AppSubtitleText, Opaque(0x6D778A), Opaque(0x9AA8BE)},
+    {AppSuccessText, Opaque(0x1E814C), Opaque(0x4CC38A)},
+    {AppSuccessOnFooter, Opaque(0x54A77A), Opaque(0x4CC38A)},
+    {AppErrorOnFooter, Opaque(0xDA7C7C), Opaque(0xFF8A80)},
 
     {Window, Opaque(0xF0F0F0), Opaque(0x171D28)},
     {Accent, Opaque(0x0959CC), Opaque(0x6AA5FF)},
     {Selection, Opaque(0xE1ECFC), Opaque(0x22395F)},
     {SelectedText, Opaque(0xB9D4FA), Opaque(0x2F528C)},
     {Hover, Opaque(0xF2F5FA), Opaque(0x253041)},
-    {QuietText, Opaque(0x626C7E), Opaque(0xA7B3C6)},
-    {HintText, Opaque(0x788091), Opaque(0x95A1B5)},
+    {QuietText, Opaque(0x616B7D), Opaque(0xA7B3C6)},
+    {HintText, Opaque(0x6C7383), Opaque(0x95A1B5)},
     {Hairline, Opaque(0xE5E8EE), Opaque(0x2D3747)},
     {Field, Opaque(0xFFFFFF), Opaque(0x1B2330)},
     {ListHeader, Opaque(0xF6F7FA), Opaque(0x202938)},
@@ -66,6 +70,8 @@ constexpr struct {
     {PaperMessage, Opaque(0x788091), Opaque(0x5A687E)},
     {PaperBorder, Opaque(0xC6CCD8), Opaque(0x46536A)},
     {PaperShadow, {0, 0, 0, 45}, {0, 0, 0, 120}},
+    {DocMessage, Opaque(0x606775), Opaque(0x95A1B5)},
+    {DocPaperMessage, Opaque(0x6F7787), Opaque(0x5A687E)},
 
     {Button, Opaque(0xF0F0F2), Opaque(0x2A3445)},
     {ButtonText, Opaque(0x0D182C), Opaque(0xE7ECF4)},
@@ -89,6 +95,11 @@ constexpr struct {
     {LabelOnLight, Opaque(0x1E1E1E), Opaque(0x1E1E1E)},
     {DisabledLight, Opaque(0x96969B), Opaque(0x96969B)},
     {DisabledDark, Opaque(0x8C9098), Opaque(0x8C9098)},
+
+    {PageSelection, {38, 118, 236, 82}, {38, 118, 236, 90}},
+    {SearchHit, {255, 206, 0, 96}, {255, 206, 0, 96}},
+    {CurrentHit, {255, 122, 0, 140}, {255, 122, 0, 140}},
+    {FlashOutline, {9, 89, 204, 220}, {9, 89, 204, 220}},
 };
 
 constexpr bool InOrder() {
@@ -97,6 +108,57 @@ constexpr bool InOrder() {
     return std::size(kColors) == static_cast<size_t>(ColorRole::Count);
 }
 static_assert(InOrder());
+
+constexpr TextPair kTextPairs[] = {
+    {AppTitle, AppHeader},
+    {AppTitle, AppBackground},
+    {AppTitle, AppPanel},
+    {AppSubtitleText, AppHeader},
+    {AppBarText, AppBar},
+    {AppText, AppHeader},
+    {AppText, AppBackground},
+    {AppText, AppPanel},
+    {AppText, Selection},
+    {AppText, Field},
+    {AppQuietText, AppHeader},
+    {AppQuietText, AppBackground},
+    {AppQuietText, AppPanel},
+    {AppError, AppHeader},
+    {AppError, AppBackground},
+    {AppError, AppPanel},
+    {AppError, Field},
+    {AppErrorOnFooter, AppFooter},
+    {AppSuccessText, AppHeader},
+    {AppSuccessText, AppBackground},
+    {AppSuccessText, AppPanel},
+    {AppSuccessOnFooter, AppFooter},
+    {AppOnFooter, AppFooter},
+    {AppCredit, AppFooter},
+    {AppButtonText, AppButton},
+    {AppButtonText, AppButtonHover},
+    {AppOnCancel, AppCancel},
+    {ButtonText, Button},
+    {ButtonText, ButtonHover},
+    {ButtonText, Field},
+    {ButtonText, CardGround},
+    {ButtonText, Selection},
+    {ButtonText, SelectedText},
+    {ButtonText, Hover},
+    {ButtonActiveText, ButtonActive},
+    {HintText, Field},
+    {HintText, CardGround},
+    {QuietText, Field},
+    {QuietText, ListHeader},
+    {QuietText, CardGround},
+    {QuietText, Pill},
+    {QuietText, Selection},
+    {QuietText, Hover},
+    {QuietText, Window},
+    {QuietText, AppBackground},
+    {DocMessage, View},
+    {DocMessage, AppView},
+    {DocPaperMessage, Paper},
+};
 
 ThemeSet g_set = ThemeSet::Light;
 
@@ -113,6 +175,17 @@ ThemeSet CurrentTheme() {
 
 const Color& ThemeColor(ColorRole role) {
     return ThemeColor(role, g_set);
+}
+
+Color InThemeNow(const Color& color, std::initializer_list<ColorRole> roles) {
+    for (const ColorRole role : roles)
+        if (color == ThemeColor(role, ThemeSet::Light) || color == ThemeColor(role, ThemeSet::Dark))
+            return ThemeColor(role);
+    return color;
+}
+
+std::span<const TextPair> TextPairs() {
+    return kTextPairs;
 }
 
 void SetTheme(ThemeSet set) {

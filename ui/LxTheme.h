@@ -3,6 +3,8 @@
 #pragma once
 
 #include <cstddef>
+#include <initializer_list>
+#include <span>
 
 #include "ui/LxTypes.h"
 
@@ -33,6 +35,11 @@ enum class ColorRole : size_t {
     AppOnFooter,  // text of the status band
     AppOnCancel,  // text of a button that gives up
     AppView,      // around the page
+    // A colour of the palette as text where it couldn't be read: the same hue, as near as 4.5 to 1 allows.
+    AppSubtitleText,     // on the header
+    AppSuccessText,      // on the window, a panel, the header
+    AppSuccessOnFooter,  // on the status band
+    AppErrorOnFooter,
 
     Window,
     Accent,  // focus, marks
@@ -58,6 +65,8 @@ enum class ColorRole : size_t {
     PaperMessage,
     PaperBorder,
     PaperShadow,
+    DocMessage,  // of the document view: around its pages, and on one
+    DocPaperMessage,
 
     // Buttons, and what fields take from them.
     Button,
@@ -85,6 +94,12 @@ enum class ColorRole : size_t {
     DisabledLight,
     DisabledDark,
 
+    // Over a page, so that what lies under them is read.
+    PageSelection,
+    SearchHit,
+    CurrentHit,
+    FlashOutline,
+
     Count,
 };
 
@@ -94,6 +109,17 @@ enum class ThemeSet { Light, Dark };
 [[nodiscard]] ThemeSet CurrentTheme();
 // Of the set in force.
 [[nodiscard]] const Color& ThemeColor(ColorRole role);
+
+// A text and what it is drawn on, in either set. Of disabled controls only the shape is to be seen, so they aren't
+// here.
+struct TextPair {
+    ColorRole text, ground;
+};
+[[nodiscard]] std::span<const TextPair> TextPairs();
+
+// For a colour that is one of the roles' in either set, that of the set in force; any other stays.
+[[nodiscard]] Color InThemeNow(const Color& color, std::initializer_list<ColorRole> roles);
+
 // For what is made from now on: windows and controls take their colours when they are made. At the start it is Light.
 void SetTheme(ThemeSet set);
 

@@ -110,7 +110,7 @@ struct Event {
     EventType type = EventType::None;
     Point pt;                        // mouse events: client coordinates of the window
     uint8_t button = 0;              // MouseDown, MouseUp, MouseDoubleClick
-    uint16_t key = 0;                // KeyDown, KeyUp: a KeyCode. Char: the code. Shortcut: the letter, 'A' to 'Z'
+    uint16_t key = 0;                // KeyDown, KeyUp: a KeyCode. Char, Shortcut: the code
     uint32_t modifiers = 0;          // kShift and so on
     int32_t wheelDelta = 0;          // whole notches, never 0; positive away from the user
     bool handled = false;            // set by a control that consumed the event

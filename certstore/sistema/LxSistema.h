@@ -58,9 +58,11 @@ void ListarSistema(std::vector<Entrada>& lista, std::string& texto);
                                                        const std::vector<unsigned char>& datos, const std::string& pin,
                                                        bool opcion, std::string& error);
 
+inline constexpr int kIntentosClave = 3;
+
 // Asks the user for the password of `almacen` (a folder or a token's label) and puts it into `clave`, which is wiped
-// after use, on the job's thread. `intento` counts from 1, three at most; `ultimo` says that the token locks itself
-// after one more mistake. False: the user cancelled.
+// after use, on the job's thread. `intento` counts from 1, kIntentosClave at most; `ultimo` says that the token locks
+// itself after one more mistake. False: the user cancelled.
 using PreguntaClave = std::function<bool(const std::string& almacen, int intento, bool ultimo, std::string& clave)>;
 
 // What the system's store gave.

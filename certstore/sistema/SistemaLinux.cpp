@@ -15,7 +15,6 @@ namespace {
 
 using namespace Pkcs11;
 
-constexpr int kIntentos = 3;
 constexpr size_t kLargoClave = 256;  // room for any password, so that it is not moved while it grows
 // The first browser whose library encrypts a database in a way that an older library takes for a wrong password.
 constexpr int kNavegadorNuevo = 146;
@@ -113,7 +112,7 @@ struct Peticion {
     if ((Indicadores(token) & CKF_PROTECTED_AUTHENTICATION_PATH) != 0) return sesion.Entrar(usuario, nullptr);
     if (!p.pregunta) return CKR_USER_NOT_LOGGED_IN;
     CK_RV codigo = CKR_PIN_INCORRECT;
-    for (int intento = 1; intento <= kIntentos; ++intento) {
+    for (int intento = 1; intento <= kIntentosClave; ++intento) {
         Secreto clave;
         clave.Reservar(kLargoClave);
         if (!Preguntar(p, token, intento, clave.texto)) return CKR_FUNCTION_CANCELED;

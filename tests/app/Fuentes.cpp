@@ -36,6 +36,10 @@ Intentos ConsultarIntentos(const std::string&, Control& control) {
     return {3, {}};
 }
 
+Diagnostico Diagnosticar(const std::string&, Control&) {
+    return g_fuentes.diagnostico;
+}
+
 bool CDnie::PinAdmisible(const std::string&, std::string&) {
     return true;
 }

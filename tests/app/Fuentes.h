@@ -6,6 +6,7 @@
 #include <functional>
 #include <vector>
 
+#include "card/LxDnie.h"
 #include "certstore/LxCertStore.h"
 
 struct FuentesFalsas {
@@ -14,6 +15,7 @@ struct FuentesFalsas {
     // On the job's thread, while it lists, and while it asks the card for its tries.
     std::function<void(const Lx::CertStore::Contexto&, bool soloTarjeta, Lx::Control&)> alListar = {};
     std::function<void(Lx::Control&)> alConsultar = {};
+    Lx::Dnie::Diagnostico diagnostico = {};
     std::function<void()> tarjeta = {};  // a card was put in or taken out: what the last watcher is told
 };
 

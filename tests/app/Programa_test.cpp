@@ -349,7 +349,7 @@ TEST_F(Programa, UnPinMaloCuestaUnIntento) {
     FirmarConElPrimero();
     DarPin(kMalo);
     // The status line says why, the dialog that comes back what the card counts.
-    EXPECT_THAT(Ve("label.Queda 1 intento: si el PIN no es correcto, el DNIe se bloquea"),
+    EXPECT_THAT(Ve("label.PIN incorrecto. Queda 1 intento: si fallas, el DNIe se bloquea"),
                 HasSubstr("label|El PIN no era correcto: queda 1 intento."));
     EXPECT_EQ(Tarjeta().Verificaciones(), 1);
     EXPECT_FALSE(EstaEnMemoria(programa_->Pid(), kMalo));
@@ -359,6 +359,7 @@ TEST_F(Programa, UnPinMaloCuestaUnIntento) {
     Clic("button.Aceptar");
     Ve("label.Es el último intento");
     EXPECT_EQ(Tarjeta().Verificaciones(), 1);
+    usleep(600'000);
     Clic("button.Aceptar");
     Ve("label.contrato_firmao.pdf");
     EXPECT_EQ(Tarjeta().Verificaciones(), 2);
@@ -366,7 +367,7 @@ TEST_F(Programa, UnPinMaloCuestaUnIntento) {
     // While the card still accepts the PIN of before, it does not count.
     FirmarConElPrimero();
     DarPin(kMalo);
-    Ve("label.Queda 1 intento");
+    Ve("label.PIN incorrecto. Queda 1 intento");
     EXPECT_EQ(Tarjeta().Verificaciones(), 3);
 }
 
@@ -466,12 +467,12 @@ TEST_F(Programa, ElTeclado) {
         {"document frame.", "push button.Abrir PDF", "push button.Firmar", "text.", "push button.>", "push button.>>"});
     for (const char* tecla : {"Tab", "Tab", "space"}) pantalla_.Pulsar(tecla);
     Espera("Selecciona el certificado digital");
-    recorrer({"list.", "push button.Actualizar lista", "combo box.", "push button.Firmar", "push button.Cancelar",
-              "text.PKCS#12", "push button.Examinar", "password text.Contraseña"});
+    recorrer({"list.", "push button.Actualizar lista", "combo box.", "push button.Guardar como", "push button.Firmar",
+              "push button.Cancelar", "text.PKCS#12", "push button.Examinar", "password text.Contraseña"});
     pantalla_.Pulsar("Return");
     ElPin();
     recorrer({"password text.", "push button.Aceptar", "push button.Cancelar"});
-    for (const char* tecla : {"Tab", "Tab", "space"}) pantalla_.Pulsar(tecla);
+    for (const char* tecla : {"Tab", "Tab", "Return"}) pantalla_.Pulsar(tecla);
     ASSERT_TRUE(pantalla_.EsperarCierre("PIN del DNI"));
     pantalla_.Pulsar("ctrl+o");
     Espera("Abrir documento PDF");

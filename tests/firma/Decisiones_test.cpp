@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <set>
 
+#include "firma/LxExaminar.h"
 #include "firma/LxFirmar.h"
 #include "firma/LxListar.h"
 #include "firma/LxRecuerdo.h"
@@ -198,8 +199,13 @@ TEST(Firmar, UnTrabajoConUnaClaveDeVerdad) {
     Encargo vieja = encargo, aceptada = encargo;
     vieja.elegida.cert.notAfter = aceptada.elegida.cert.notAfter = 1;
     aceptada.aunque = {Motivo::Caducado};
-    const Apoyo::Filas<Encargo, bool, Motivo> filas = {
-        {vieja, false, Motivo::Caducado}, {encargo, true, Motivo::Cancelado}, {aceptada, false, Motivo::Ninguno}};
+    Encargo otras = encargo;
+    otras.paginasVistas = 2;
+    aceptada.paginasVistas = 1;
+    const Apoyo::Filas<Encargo, bool, Motivo> filas = {{vieja, false, Motivo::Caducado},
+                                                       {encargo, true, Motivo::Cancelado},
+                                                       {otras, false, Motivo::PaginasDistintas},
+                                                       {aceptada, false, Motivo::Ninguno}};
     for (const auto& [que, cancelar, motivo] : filas) {
         Control* control = nullptr;
         FirmarDocumentos trabajo(que, {},
@@ -210,6 +216,110 @@ TEST(Firmar, UnTrabajoConUnaClaveDeVerdad) {
         EXPECT_EQ(hecho.r.motivo, motivo) << hecho.r.error;
         EXPECT_EQ(fs::exists(carpeta / "a_firmao.pdf"), motivo == Motivo::Ninguno);
         EXPECT_EQ(control->Ver().etapa == Etapa::Guardar, motivo == Motivo::Ninguno);
+    }
+}
+
+// A document of one page with what is added to its catalogue, and objects from 4 on.
+std::string Hoja(const std::string& raiz, const std::vector<std::string>& mas = {}, const std::string& trailer = "") {
+    std::vector<std::string> objetos = {"<< /Type /Catalog /Pages 2 0 R " + raiz + " >>",
+                                        "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",
+                                        "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 595 842] >>"};
+    objetos.insert(objetos.end(), mas.begin(), mas.end());
+    return Apoyo::PdfDe(objetos, trailer);
+}
+
+TEST(Examen, LoQueSeDiceAlAbrir) {
+    using enum Motivo;
+    const Apoyo::CarpetaTemporal carpeta;
+    const std::string ruta = carpeta / "a.pdf", campo = "/AcroForm << /Fields [4 0 R] >>";
+    const auto firma = [](const std::string& dict) {
+        return std::vector<std::string>{"<< /FT /Sig /T (S) /Rect [1 1 9 9] /Subtype /Widget /P 3 0 R /V 5 0 R >>",
+                                        "<< /Type /Sig " + dict + " >>"};
+    };
+    const std::string raro = "/Name (Eva\\n\\007[2J) /M (D:20260131",
+                      girado =
+                          "/Name <FEFF"
+                          "0045202E0076"
+                          "200F00610020> /SubFilter /ETSI.RFC3161 /M (ayer)";
+    const std::string p1 = "/Reference [<< /TransformMethod /DocMDP /TransformParams << /P 1 >> >>]";
+    std::string roto = Hoja("");
+    roto.replace(roto.rfind("startxref"), 12, "startxref\n7\n");
+    using Visto = std::vector<std::string>;
+    // Why it can't be signed, what is worth knowing, and how its signatures read.
+    const Apoyo::Filas<std::string, Motivo, std::vector<Motivo>, Visto> filas = {
+        {Hoja(""), Ninguno, {}, {}},
+        {"texto", NoEsPdf, {}, {}},
+        {Hoja("", {}, "/Encrypt << >>"), Cifrado, {}, {}},
+        {Hoja("/Pages 2 0 R"), Ambiguo, {}, {}},
+        {roto, Ninguno, {Reconstruido}, {}},
+        {Apoyo::PdfDe({"<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Kids [] /Count 0 >>"}),
+         SinPaginas,
+         {},
+         {}},
+        {Hoja(campo, firma(raro + ")")), Ninguno, {}, {"Eva [2J|31/01/2026|0|"}},
+        {Hoja(campo, firma(raro + "093015)")), Ninguno, {}, {"Eva [2J|31/01/2026 09:30|0|"}},
+        {Hoja(campo, firma(raro + "235959-01'30')")), Ninguno, {}, {"Eva [2J|01/02/2026 01:29|0|"}},
+        {Hoja(campo, firma(girado)), Ninguno, {}, {"E v a||0|sello"}},
+        {Hoja(campo, firma("/Name (" + std::string(70, 'a') + ") " + p1)),
+         Certificado,
+         {},
+         {std::string(60, 'a') + "…||0|"}},
+        {Hoja(campo, {"<< /FT /Sig /T (S) >>"}), Ninguno, {CamposVacios}, {}},
+        {Hoja("/NeedsRendering true"), Ninguno, {FormularioXfa}, {}},
+    };
+    setenv("TZ", "UTC", 1);
+    tzset();
+    for (const auto& [pdf, impide, avisa, firmas] : filas) {
+        Apoyo::EscribirFichero(ruta, pdf);
+        Examinar trabajo(ruta);
+        trabajo.Hacer();
+        const Examen& e = trabajo.Respuesta();
+        SCOPED_TRACE(pdf.substr(0, 400) + e.impedimento.frase);
+        EXPECT_EQ(e.impedimento.motivo, impide);
+        EXPECT_THAT(e.impedimento.frase, testing::StartsWith(impide == Ninguno ? "" : "No se puede firmar. "));
+        std::vector<Motivo> dichos;
+        for (const Aviso& a : e.avisos) dichos.push_back(a.motivo);
+        EXPECT_EQ(dichos, avisa);
+        Visto vistas;
+        for (const FirmaAnterior& f : e.firmas)
+            vistas.push_back(f.nombre + "|" + f.momento + "|" + std::to_string(f.pagina) + (f.sello ? "|sello" : "|"));
+        EXPECT_EQ(vistas, firmas);
+    }
+    for (const std::string& malo : {carpeta / "no.pdf", carpeta.Ruta()}) {
+        Examinar trabajo(malo);
+        trabajo.Hacer();
+        EXPECT_EQ(trabajo.Respuesta().impedimento.motivo, NoSeLee);
+    }
+    Examinar cancelado(ruta);
+    cancelado.control.Cancelar();
+    cancelado.Hacer();
+    EXPECT_EQ(cancelado.Respuesta().impedimento.motivo, Cancelado);
+}
+
+TEST(Examen, LaListaDePaginas) {
+    const std::string muchas = "99999999999999999999";
+    const Apoyo::Filas<std::string, int32_t, int32_t, std::string> filas = {
+        {"2", 9, 1, "1 pagina"},
+        {"1, 3, 5-8", 9, 6, "6 paginas"},
+        {" 1-3,2 3,, ", 3, 3, "3 paginas"},
+        {"7-9", 0, 3, "3 paginas"},
+        {"", 9, 0, "Escribe las páginas"},
+        {", ", 9, 0, "Escribe las páginas"},
+        {"99", 2, 0, "La página \"99\" no existe: el documento tiene 2 páginas."},
+        {"0-1", 1, 0, "La página \"0\" no existe: el documento tiene 1 página."},
+        {"8-10", 9, 0, "La página \"10\" no existe"},
+        {muchas, 9, 0, "La página \"99999999999999999999\" no existe"},
+        {muchas, 0, 0, "La página \"99999999999999999999\" no existe."},
+        {"8-5", 9, 0, "\"8-5\" va al revés"},
+        {"1 - 3", 9, 0, "\"-\" no es una página"},
+        {"3-", 9, 0, "\"3-\" no es"},
+        {"1-2-3", 9, 0, "\"1-2-3\" no es"},
+        {"uno", 9, 0, "\"uno\" no es una página. Escribe números y tramos, por ejemplo: 1, 3, 5-8"},
+    };
+    for (const auto& [texto, total, cuantas, frase] : filas) {
+        const ListaPaginas lista = LeerLista(texto, total);
+        EXPECT_EQ(lista.cuantas, cuantas) << texto;
+        EXPECT_THAT(lista.frase, testing::StartsWith(frase)) << texto;
     }
 }
 

@@ -122,6 +122,10 @@ class PermisosDe : public testing::Test {
         for (const Lx::Aviso& aviso : e.avisos) frases += (frases.empty() ? "" : " ") + aviso.frase;
         EXPECT_EQ(frases, r.aviso);
         EXPECT_EQ(e.firmas.size(), firmas);
+        // The certificate has the word, whatever the document calls its signer.
+        if (firmas > 0) {
+            EXPECT_EQ(e.firmas.at(0).nombre, id_.certificado.subjectCN);
+        }
         EXPECT_EQ(e.paginas, 1);
     }
 

@@ -158,6 +158,10 @@ TEST_F(Boton, PaintsFillBorderTextAndRing) {
     boton->SetStyle("background-color:transparent");
     boton->hovered = false;
     EXPECT_EQ(Pintado(*boton), "DrawText \"Abrir\" 42,17 #0d182cff system 14;") << "nothing behind counts as light";
+    EXPECT_EQ(boton->ToolTip({}), "");
+    boton->SetText("Abrir un documento");
+    EXPECT_EQ(Pintado(*boton), "DrawText \"Abrir un doc…\" 14,17 #0d182cff system 14;");
+    EXPECT_EQ(boton->ToolTip({}), "Abrir un documento");
 }
 
 TEST_F(Boton, TheRingFollowsTheFocusOfTheWindow) {
@@ -175,7 +179,8 @@ TEST_F(Boton, TheRingFollowsTheFocusOfTheWindow) {
 
 // Lines are 17 pixels high and 7 pixels wide per character. The text reads on what is behind it.
 TEST(Etiqueta, PlacesItsLines) {
-    constexpr Lx::Rect kLinea = {0, 0, 100, 17}, kTres = {0, 0, 100, 71}, kEstrecha = {0, 5, 11, 30};
+    constexpr Lx::Rect kLinea = {0, 0, 100, 17}, kTres = {0, 0, 100, 71}, kEstrecha = {0, 5, 11, 30},
+                       kMedia = {0, 0, 60, 34};
     const Apoyo::Filas<const char*, const char*, Lx::Rect, int, std::string> casos = {
         {"uno\r\n\ndos", "text-align:right", kTres, 140,
          "DrawText \"uno\" 79,10 #1e1e1eff system 13;DrawText \"dos\" 79,44 #1e1e1eff system 13;"},
@@ -183,8 +188,11 @@ TEST(Etiqueta, PlacesItsLines) {
          "DrawText \"a\" 1,5 #ebeef4ff system 20 bold;DrawText \"b\" 1,29 #ebeef4ff system 20 bold;"},
         {"Añó", "background-color:#102030;font-family:Serif;font-style-italic:true", kLinea, 255,
          "FillRect 0,0,100,17 #102030ff;DrawText \"Añó\" 0,0 #ebeef4ff Serif 13 italic;"},
+        {"uno y medio\ndos", "text-align:right", kMedia, 255,
+         "DrawText \"uno y m…\" 4,0 #1e1e1eff system 13;DrawText \"dos\" 39,17 #1e1e1eff system 13;"},
         {"x", "text-align:center;text-align:otra;color:#123456", kLinea, 0, "DrawText \"x\" 0,0 #123456ff system 13;"},
     };
+    const Falso::Aplicacion app;
     for (const auto& [texto, css, donde, fondo, esperado] : casos) {
         Lx::CWindow ventana;
         const auto gris = static_cast<uint8_t>(fondo);
@@ -192,6 +200,9 @@ TEST(Etiqueta, PlacesItsLines) {
         Lx::CLabel* etiqueta = ventana.AddLabel(texto, donde);
         etiqueta->SetStyle(css);
         EXPECT_EQ(Pintado(*etiqueta), esperado) << texto;
+        // What isn't seen whole is told: a line too wide, lines too many.
+        const bool entera = esperado.find("…") == std::string::npos && donde != kEstrecha;
+        EXPECT_EQ(etiqueta->ToolTip({}), entera ? "" : texto);
         etiqueta->SetStyle("color:transparent");
         etiqueta->enabled = false;
         EXPECT_THAT(Falso::Pintar(*etiqueta).back(), HasSubstr("#96969bff"));

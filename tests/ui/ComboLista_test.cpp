@@ -121,6 +121,15 @@ TEST_F(Combo, Keys) {
 }
 
 TEST_F(Combo, TheListStaysInTheWindow) {
+    const std::string largo(60, 'x');
+    combo->SetItems({largo, std::string(23, 'y')});
+    for (const auto& [cual, texto] : {std::pair<int, std::string>{0, largo}, {1, ""}}) {
+        combo->SetSelected(cual);
+        EXPECT_EQ(combo->ToolTip({50, 20}), texto);
+    }
+    Clic(ventana, 50, 20);
+    EXPECT_EQ(combo->ToolTip({50, kPrimera}), largo);
+    Tecla(ventana, KeyCode::Escape);
     ventana.RemoveControl(ventana.HitTest({50, 100}), true);
     combo->SetItems(std::vector<std::string>(100, "elemento"));
     // Nine items below, above, seven that fit.
@@ -229,6 +238,9 @@ TEST_F(Lista, CardsShowTitledTextsAndExtras) {
     EXPECT_THAT(dibujo, Contains(HasSubstr("DrawText \"nombre 0\" 28,")));
     EXPECT_THAT(dibujo, Contains(HasSubstr("DrawText \"Origen: \" 28,")));
     EXPECT_THAT(dibujo, Contains(HasSubstr("DrawText \"" + std::string(44, 'n') + "…\"")));
+    EXPECT_EQ(lista->ToolTip({50, 110}), std::string(100, 'n'));
+    EXPECT_EQ(lista->ToolTip({120, 135}), std::string(100, 'o'));
+    EXPECT_EQ(lista->ToolTip({50, 40}), "");
     Clic(ventana, 50, 10 + 5 + 72 + 5);
     EXPECT_EQ(lista->GetSelected(), 1);
     const Lx::AccessibleInfo info = lista->Accessibility();

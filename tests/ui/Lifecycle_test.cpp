@@ -63,6 +63,54 @@ TEST(Aplicacion, RunGivesTheLoopsCodeOrWhatItsEndSays) {
     EXPECT_EQ(vacia->Run(), 1) << "without a main window";
 }
 
+TEST(Aplicacion, GoesOnUntilTheLastOfItsWindowsIsClosed) {
+    Falso::Aplicacion app;
+    Registro registro;
+    std::vector<VentanaTestigo*> v;
+    for (const char* nombre : {"a", "b", "c"}) {
+        v.push_back(new VentanaTestigo(registro));
+        v.back()->Poner(nombre, {});
+    }
+    const auto tomar = [&] { return std::exchange(registro, {}); };
+    using Abiertas = std::vector<Lx::CWindow*>;
+    app->mainWindow = v[0];
+    Falso::ElMundo().guion = {
+        [&] {
+            EXPECT_TRUE(app->AddWindow(v[1]) && app->AddWindow(v[2]));
+            EXPECT_EQ(app->Windows(), (Abiertas{v[0], v[1], v[2]}));
+            EXPECT_EQ(Falso::De(*v[1]).lineas, Falso::De(*v[0]).lineas);
+            Falso::ElMundo().aceptaVentanas = false;
+            EXPECT_FALSE(app->AddWindow(new VentanaTestigo(registro)));
+            Falso::ElMundo().aceptaVentanas = true;
+            v[0]->Close();
+            EXPECT_EQ(app->mainWindow, nullptr);
+            EXPECT_THAT(tomar(), ElementsAre("OnClose", "OnDestroy")) << "its handler may be at work";
+        },
+        [&] {
+            EXPECT_THAT(tomar(), ElementsAre("a borrado"));
+            Lx::CDialog dialogo(v[1]);
+            Falso::ElMundo().guion.push_front([&] { app->ChangeTheme(Lx::ThemeSet::Dark); });
+            Falso::ElMundo().guion.insert(Falso::ElMundo().guion.begin() + 1, [&] { dialogo.EndDialog(1); });
+            auto* nieto = new Testigo(registro, "d", {});
+            dialogo.AddControl(nieto);
+            EXPECT_EQ(dialogo.DoModal(), 1);
+            EXPECT_EQ(Lx::ThemeColor(Lx::ColorRole::Window), Lx::ThemeColor(Lx::ColorRole::Window, Lx::ThemeSet::Dark));
+            EXPECT_GT(Falso::De(*v[2]).invalidaciones, 0);
+            app->ChangeTheme(Lx::ThemeSet::Light);
+            EXPECT_THAT(tomar(), ElementsAre("OnThemeChanged", "b tema", "OnThemeChanged", "c tema", "d tema",
+                                             "OnThemeChanged", "b tema", "OnThemeChanged", "c tema"));
+            v[2]->Close();
+        },
+        [&] {
+            EXPECT_THAT(tomar(), ElementsAre("OnClose", "OnDestroy", "d borrado", "c borrado"));
+            v[1]->Close();
+        },
+    };
+    EXPECT_EQ(app->Run(), 0);
+    EXPECT_THAT(registro, ElementsAre("OnClose", "OnDestroy", "b borrado"));
+    EXPECT_TRUE(app->Windows().empty());
+}
+
 TEST(Escritorio, OpensOnlyPublicAddresses) {
     const Apoyo::Filas<std::string, bool> casos = {
         {"https://example.org/a?b#c", true},
@@ -116,6 +164,42 @@ TEST(Dialogo, EndsByCodeByItsCloseButtonOrNotAtAll) {
     dialogo.inicia = false;
     EXPECT_EQ(dialogo.DoModal(), -1);
     EXPECT_EQ(Falso::ElMundo().ventanasVivas, 1) << "the owner's alone";
+}
+
+TEST(Dialogo, ScrollsAboveItsButtonsOnASmallScreen) {
+    const Falso::Aplicacion app;
+    Registro registro;
+    VentanaTestigo dialogo(registro);
+    dialogo.keepAppOnClose = true;
+    Testigo* arriba = dialogo.Poner("arriba", {10, 20, 380, 30});
+    Testigo* abajo = dialogo.Poner("abajo", {10, 215, 380, 30});
+    auto* boton = dialogo.AddButton("Sí", {300, 260, 90, 30});
+    const auto y = [&] {
+        Falso::Pintar(dialogo);
+        return std::vector<int>{arriba->rect.y, abajo->rect.y, boton->rect.y};
+    };
+    Falso::ElMundo().areaDeTrabajo = {500, 220};
+    Falso::ElMundo().guion = {[&] {
+        EXPECT_THAT(Falso::De(dialogo).lineas, testing::Contains("Resize 400x220"));
+        EXPECT_THAT(y(), ElementsAre(20, 215, 180));
+        // The line is at 252, 8 above the button, and 172 are left above it.
+        EXPECT_EQ(dialogo.HitTest({350, 190}), boton);
+        EXPECT_EQ(dialogo.HitTest({50, 216}), nullptr) << "what lies under the buttons isn't there";
+        dialogo.SetFocusControl(abajo);
+        EXPECT_THAT(y(), ElementsAre(-60, 135, 180)) << "with 8 around it, but no farther than the end";
+        EXPECT_THAT(Falso::Pintar(dialogo), testing::Contains("ClipRect 0,0,400,172"));
+        Falso::Rueda(dialogo, 50, 100, 1);
+        EXPECT_THAT(y(), ElementsAre(-12, 183, 180));
+        abajo->rect.y = 150;
+        EXPECT_THAT(y(), ElementsAre(-12, 118, 180)) << "moved by the program, in a dialog of full size";
+        Falso::Raton(dialogo, Lx::EventType::MouseDown, 395, 170);
+        EXPECT_LT(y()[0], -12) << "a press in the bar's track";
+        dialogo.EndDialog(1);
+    }};
+    EXPECT_EQ(dialogo.DoModal(), 1);
+    EXPECT_EQ(arriba->rect, (Lx::Rect{10, 20, 380, 30}));
+    EXPECT_EQ(boton->rect.y, 260);
+    EXPECT_EQ(dialogo.rect.h, 300);
 }
 
 TEST(Dialogo, NestsAndTheOuterOneGoesOn) {

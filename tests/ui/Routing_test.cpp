@@ -46,6 +46,9 @@ TEST_F(Enrutado, WhatNobodyConsumesReachesTheWindow) {
         {EventType::Text, 0, {"a Text"}},
         {EventType::Command, 0, {"a Command"}},
         {EventType::Shortcut, 0, {"OnShortcut 79 2"}},
+        {EventType::Scroll, 0, {"a Scroll"}},
+        {EventType::Zoom, 0, {"a Zoom"}},
+        {EventType::ContextMenu, 0, {"a ContextMenu", "OnContextMenu 5 6"}},
     };
     for (const auto& caso : casos) {
         SCOPED_TRACE(static_cast<int>(caso.tipo));
@@ -134,6 +137,12 @@ TEST_F(Enrutado, TheOverlayIsOfferedMouseEventsFirst) {
     lista->consume = false;
     Raton(EventType::MouseDown, 150, 10);
     EXPECT_THAT(Tomar(), ElementsAre("lista MouseDown 150,10", "a KillFocus", "b SetFocus", "b MouseDown 150,10"));
+    // What lies under an open list doesn't scroll, nor does what was pressed.
+    Raton(EventType::Scroll, 150, 10);
+    ventana.SetOverlayControl(nullptr);
+    Raton(EventType::Scroll, 10, 10);
+    EXPECT_THAT(Tomar(), ElementsAre("lista Scroll", "a Scroll"));
+    ventana.SetOverlayControl(lista);
     // A release ends the capture even where the overlay takes it.
     lista->consume = true;
     Raton(EventType::MouseUp, 150, 10);

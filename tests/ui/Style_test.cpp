@@ -1,3 +1,4 @@
+#include "ui/LxButton.h"
 #include "ui/LxStyle.h"
 #include "ui/LxTheme.h"
 #include "ui/LxWindow.h"
@@ -92,48 +93,35 @@ TEST(Estilo, GivesTheDefaultForAnotherType) {
 }
 
 // WCAG 2.1, 1.4.3: text against what is behind it. Disabled controls are left out there too.
-TEST(Estilo, TheDarkSetCanBeRead) {
+TEST(Estilo, BothSetsCanBeRead) {
     using enum Lx::ColorRole;
-    const auto luz = [](Lx::ColorRole papel) {
-        const Color& c = Lx::ThemeColor(papel, Lx::ThemeSet::Dark);
+    const auto luz = [](const Color& c) {
         const auto lineal = [](uint8_t parte) {
             const double s = parte / 255.0;
             return s <= 0.04045 ? s / 12.92 : std::pow((s + 0.055) / 1.055, 2.4);
         };
         return 0.2126 * lineal(c.r) + 0.7152 * lineal(c.g) + 0.0722 * lineal(c.b) + 0.05;
     };
-    const struct {
-        std::vector<Lx::ColorRole> letra, fondo;
-    } filas[] = {
-        {{AppTitle, AppSubtitle}, {AppHeader}},
-        {{AppTitle, AppText, AppQuietText, AppError, LabelOnDark}, {AppBackground}},
-        {{AppText, AppSuccess, AppError, AppQuietText}, {AppPanel}},
-        {{AppBarText}, {AppBar}},
-        {{AppButtonText, AppSubtitle}, {AppButton}},
-        {{AppButtonText}, {AppButtonHover}},
-        {{AppOnCancel}, {AppCancel}},
-        {{AppOnFooter, AppError, AppCredit}, {AppFooter}},
-        {{ButtonText, HintText}, {Field}},
-        {{ButtonText, QuietText}, {Field, Selection, Hover, Pill}},
-        {{ButtonText}, {SelectedText, Button, ButtonHover}},
-        {{HintText}, {CardGround}},
-        {{QuietText}, {ListHeader}},
-        {{ButtonActiveText}, {ButtonActive}},
-        {{ViewMessage}, {View, AppView}},
-        {{PaperMessage}, {Paper}},
-        {{LabelOnDark}, {Window}},
-    };
-    for (const auto& [letras, fondos] : filas) {
-        for (const Lx::ColorRole letra : letras) {
-            for (const Lx::ColorRole fondo : fondos) {
-                const double a = luz(letra), b = luz(fondo);
-                EXPECT_GE(std::max(a, b) / std::min(a, b), 4.5)
-                    << static_cast<size_t>(letra) << " on " << static_cast<size_t>(fondo);
-            }
+    for (const Lx::ThemeSet set : {Lx::ThemeSet::Light, Lx::ThemeSet::Dark}) {
+        for (const auto& [texto, fondo] : Lx::TextPairs()) {
+            const double a = luz(Lx::ThemeColor(texto, set)), b = luz(Lx::ThemeColor(fondo, set));
+            EXPECT_GE(std::max(a, b) / std::min(a, b), 4.5)
+                << static_cast<size_t>(texto) << " on " << static_cast<size_t>(fondo);
         }
     }
     // What is made from now on takes the other set, and labels find out what they lie on.
+    Lx::CWindow antes;
+    Lx::CButton* boton = antes.AddButton("", {});
+    boton->style.Get(Lx::ButtonState::Checked).SetProperty("color", Color{1, 2, 3, 255});
     Lx::SetTheme(Lx::ThemeSet::Dark);
+    // What was made before follows when it is told, but for what is its own.
+    antes.OnThemeChanged();
+    boton->OnThemeChanged();
+    EXPECT_EQ(antes.backColor, Lx::ThemeColor(Window, Lx::ThemeSet::Dark));
+    EXPECT_EQ(Lx::InThemeNow({1, 2, 3, 255}, {Window}), (Color{1, 2, 3, 255}));
+    EXPECT_EQ(boton->style.Get(Lx::ButtonState::Checked).GetColor("color", {}), (Color{1, 2, 3, 255}));
+    EXPECT_EQ(boton->style.Get(Lx::ButtonState::Hover).GetColor("background-color", {}),
+              Lx::ThemeColor(ButtonHover, Lx::ThemeSet::Dark));
     const Lx::CWindow ventana;
     EXPECT_LT(Lx::Luminance(ventana.backColor), Lx::kDarkBelow);
     const CStyleSheet& hoja = Lx::CStyleManager::Instance().DefaultButtonStyle().Get(Lx::ButtonState::Normal);

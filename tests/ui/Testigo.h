@@ -23,9 +23,10 @@ class Testigo : public Lx::CControl {
     ~Testigo() override { registro_.push_back(nombre_ + " borrado"); }
 
     void OnEvent(Lx::Event& ev) override {
-        constexpr const char* kTipos[] = {"None",       "MouseMove", "MouseDown", "MouseUp", "MouseDoubleClick",
-                                          "MouseWheel", "KeyDown",   "KeyUp",     "Char",    "SetFocus",
-                                          "KillFocus",  "Text",      "Command",   "Shortcut"};
+        constexpr const char* kTipos[] = {"None",       "MouseMove",  "MouseDown", "MouseUp",  "MouseDoubleClick",
+                                          "MouseWheel", "KeyDown",    "KeyUp",     "Char",     "SetFocus",
+                                          "KillFocus",  "Text",       "Command",   "Shortcut", "Scroll",
+                                          "Zoom",       "ContextMenu"};
         registro_.push_back(
             nombre_ + " " + kTipos[static_cast<size_t>(ev.type)] +
             (Lx::IsMouseEvent(ev.type) ? " " + std::to_string(ev.pt.x) + "," + std::to_string(ev.pt.y) : ""));
@@ -35,6 +36,7 @@ class Testigo : public Lx::CControl {
         const auto accion = alRecibir;
         if (accion) accion(ev.type);
     }
+    void OnThemeChanged() override { registro_.push_back(nombre_ + " tema"); }
     void OnPaint(Lx::CCanvas* canvas) override { canvas->FillRect(rect, {1, 2, 3, 255}); }
     [[nodiscard]] bool IsOverlayPaint() const override { return encima; }
     using Lx::CControl::HasFocus;
@@ -89,6 +91,8 @@ class VentanaTestigo : public Lx::CDialog {
     void OnSetFocus() override { Apuntar("OnSetFocus"); }
     void OnKillFocus() override { Apuntar("OnKillFocus"); }
     void OnShortcut(char letter, unsigned m) override { Apuntar("OnShortcut", {letter, m}); }
+    void OnContextMenu(const Lx::Point& p) override { Apuntar("OnContextMenu", {p.x, p.y}); }
+    void OnThemeChanged() override { Apuntar("OnThemeChanged"); }
 
     std::function<void()> alTeclear;
     bool inicia = true;

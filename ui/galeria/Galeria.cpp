@@ -1,5 +1,8 @@
 #include "ui/galeria/Galeria.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstdarg>
 #include <cstdio>
@@ -7,6 +10,7 @@
 
 #include "ui/LxApp.h"
 #include "ui/LxFileDialog.h"
+#include "ui/galeria/Muestra.h"
 
 namespace Lx {
 
@@ -67,6 +71,10 @@ CGaleria::CGaleria(std::string documento) : documento_(std::move(documento)) {
     backColor = ThemeColor(ColorRole::AppBackground);
 }
 
+CGaleria::~CGaleria() {
+    Anotar("borrada");
+}
+
 CLabel* CGaleria::Titulo(const char* texto, int x, int y) {
     CLabel* titulo = AddLabel(texto, {x, y, 300, 20});
     titulo->bold = true;
@@ -83,6 +91,11 @@ bool CGaleria::OnInit() {
     PonerEdiciones();
     PonerListas();
     estado_ = AddLabel("Pulse, escriba o suelte aquí un fichero.", {kMargen, kAlto - 30, 560, 20});
+    AddControl(new CMuestra({kMargen + 500, 334, 100, 24}));
+    nota_ = new CNota("Aviso de muestra");
+    nota_->rect = {kMargen + 300, kAlto - 30, 200, 20};
+    nota_->visible = false;
+    AddControl(nota_);
     PonerPagina();
     Anotar("inicio");
     return true;
@@ -146,7 +159,7 @@ void CGaleria::PonerListas() {
         return l;
     };
     lista(kMargen, CListView::kRows)->OnSelectionChanged(this, &CGaleria::OnFila);
-    lista(kMargen + 2 * kColumna, CListView::kCards);
+    lista(kMargen + 2 * kColumna, CListView::kCards)->OnSelectionChanged(this, &CGaleria::OnFila);
 }
 
 void CGaleria::PonerPagina() {
@@ -207,9 +220,25 @@ void CGaleria::OnKeyDown(KeyCode key, unsigned modifiers) {
     if (key == KeyCode::F4) cerrable_ = !cerrable_;
     if (key == KeyCode::F5) throw 5;
     if (key == KeyCode::F6) OnMenu();
+    if (key == KeyCode::F10) {
+        nota_->visible = !nota_->visible;
+        InvalidateRect(nullptr);
+    }
     if (key == KeyCode::F7) Elegir("Guardar como", true);
     if (key == KeyCode::F8 && LxApp::s_pApp->backend->OpenAddress("https://example.org/")) Anotar("dirección");
     if (key == KeyCode::F9) LxApp::s_pApp->backend->ShowInFolder(documento_);
+    if (key == KeyCode::F11) SetFullScreen(!IsFullScreen());
+}
+
+// What is watched can be read for good: it is told once, for it is watched no more then.
+void CGaleria::Vigilar() {
+    int tubo[2];
+    if (pipe2(tubo, O_CLOEXEC) != 0 || write(tubo[1], "x", 1) != 1) return;
+    static unsigned vigilado;
+    vigilado = LxApp::s_pApp->backend->Watch(tubo[0], [] {
+        LxApp::s_pApp->backend->Unwatch(vigilado);
+        Anotar("avisado");
+    });
 }
 
 void CGaleria::OnKeyUp(KeyCode key, unsigned) {
@@ -228,6 +257,19 @@ void CGaleria::OnKillFocus() {
 void CGaleria::OnShortcut(char letter, unsigned modifiers) {
     Anotar("atajo %c %u", letter, modifiers);
     if (letter == 'Q') Close();
+    if (letter == 'J') Vigilar();
+    if (letter == 'K') LxApp::s_pApp->backend->SetClipboard("del portapapeles");
+    if (letter == 'T') LxApp::s_pApp->ChangeTheme(ThemeSet::Dark);
+    if (letter == 'N') {
+        auto* otra = new CGaleria("");
+        otra->title = "Otra galería";
+        const bool abierta = LxApp::s_pApp->AddWindow(otra);
+        Anotar("ventanas %d %zu", abierta ? 1 : 0, LxApp::s_pApp->Windows().size());
+    }
+}
+
+void CGaleria::OnContextMenu(const Point& pt) {
+    Anotar("menu %d %d", pt.x, pt.y);
 }
 
 void CGaleria::OnDropFile(const std::string& path) {

@@ -33,9 +33,21 @@ class CDialogoMuestra : public CDialog {
     CEdit* texto_ = nullptr;
 };
 
+// A notice, as assistive tools know one.
+class CNota : public CLabel {
+  public:
+    using CLabel::CLabel;
+    [[nodiscard]] AccessibleInfo Accessibility() const override {
+        AccessibleInfo info = CLabel::Accessibility();
+        info.role = AccessibleRole::Notification;
+        return info;
+    }
+};
+
 class CGaleria : public CWindow {
   public:
     explicit CGaleria(std::string documento);
+    ~CGaleria() override;
     bool OnInit() override;
     bool OnClose() override;
     void OnDestroy() override;
@@ -52,6 +64,7 @@ class CGaleria : public CWindow {
     void OnSetFocus() override;
     void OnKillFocus() override;
     void OnShortcut(char letter, unsigned modifiers) override;
+    void OnContextMenu(const Point& pt) override;
     void OnDropFile(const std::string& path) override;
     [[nodiscard]] bool AcceptsFiles() const override { return true; }
 
@@ -62,6 +75,7 @@ class CGaleria : public CWindow {
     void PonerPagina();
     CLabel* Titulo(const char* texto, int x, int y);
     CButton* Boton(const char* texto, int columna, int fila);
+    void Vigilar();
     void Estado(const std::string& texto);
     void OnPulsado();
     void OnMarcado();
@@ -78,6 +92,7 @@ class CGaleria : public CWindow {
     CButton* marcado_ = nullptr;
     CEdit* edicion_ = nullptr;
     CLabel* estado_ = nullptr;
+    CLabel* nota_ = nullptr;
     CPdfView* pagina_ = nullptr;
     bool cerrable_ = true;
 };

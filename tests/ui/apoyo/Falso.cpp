@@ -1,5 +1,7 @@
 #include "tests/ui/apoyo/Falso.h"
 
+#include "tests/ui/apoyo/Hojas.h"
+
 #include <poll.h>
 
 #include <algorithm>
@@ -23,8 +25,10 @@ class Backend : public Lx::CAppBackend {
     int RunLoop() override {
         fin_ = false;
         codigo_ = 0;
-        while (!fin_)
+        while (!fin_) {
             if (!RunPosted()) Turno();
+            Lx::LxApp::s_pApp->DeleteClosed();
+        }
         return codigo_;
     }
     void Quit(int code) override {
@@ -137,6 +141,7 @@ Aplicacion::~Aplicacion() {
     ElMundo().tareas.clear();
     ElMundo().ocupado = nullptr;
     ElMundo().abrirPdf = nullptr;
+    ElMundo().abrirPaginas = nullptr;
     ElMundo().elegirFichero = nullptr;
     ElMundo().elegirOrden = nullptr;
     ElMundo().imprimir = nullptr;
@@ -192,7 +197,7 @@ void Ventana::Destroy() {
 void Ventana::Desmontar() {
     if (std::exchange(cerrada, true)) return;
     duena_->OnDestroy();
-    if (!duena_->keepAppOnClose && Lx::LxApp::s_pApp) Lx::LxApp::s_pApp->Quit(0);
+    if (!duena_->keepAppOnClose && Lx::LxApp::s_pApp) Lx::LxApp::s_pApp->WindowClosed(duena_);
 }
 
 float Ventana::GetScale() const {
@@ -337,6 +342,18 @@ bool RunPlatformFileDialog(const FileDialogRequest& request, std::string& path) 
     const auto elegir = Falso::ElMundo().elegirFichero;
     return elegir && elegir(request, path);
 }
+
+std::unique_ptr<Pdf::IPages> Pdf::OpenPages(const std::string& path, OnOpened opened) {
+    if (const auto abrir = Falso::ElMundo().abrirPaginas) return abrir(path, std::move(opened));
+    const Opened damaged{Outcome::Damaged, "No se pudo abrir el PDF (archivo inexistente o dañado).", 0, {}};
+    auto pages = std::make_unique<Falso::Hojas>(damaged, std::move(opened));
+    LxApp::s_pApp->backend->CallLater(0, [vivo = pages->Vivo(), hojas = pages.get()] {
+        if (!vivo.expired()) hojas->Abrir();
+    });
+    return pages;
+}
+
+void Pdf::OpenAhead(const std::string&, int32_t) {}
 
 int RunPlatformMenu(CWindow* /*owner*/, const std::vector<MenuItem>& items, const Point& /*at*/) {
     const auto elegir = Falso::ElMundo().elegirOrden;

@@ -15,6 +15,7 @@
 #include "ui/LxApp.h"
 #include "ui/LxBackend.h"
 #include "ui/LxCanvas.h"
+#include "ui/LxPages.h"
 #include "ui/LxPdf.h"
 #include "ui/LxWindow.h"
 
@@ -106,6 +107,7 @@ class Ventana : public Lx::CWindowImpl, public Apuntes {
     void SetMinSize(const Lx::Size& s) override { Apuntar("SetMinSize", s); }
     void SetMaxSize(const Lx::Size& s) override { Apuntar("SetMaxSize", s); }
     void Center() override { Apuntar("Center"); }
+    void Resize(const Lx::Size& s) override { Apuntar("Resize", s); }
     [[nodiscard]] void* GetHandle() const override { return const_cast<Ventana*>(this); }
     bool SetTimer(unsigned, unsigned) override { return true; }
     bool KillTimer(unsigned) override { return true; }
@@ -145,6 +147,8 @@ struct Mundo {
 
     // Lx::Pdf::Open; unset it refuses every file.
     std::function<Lx::Pdf::IDocument*(const std::string& ruta, std::string& error)> abrirPdf;
+    // Lx::Pdf::OpenPages; unset every file is damaged, and says so when the tasks are run.
+    std::function<std::unique_ptr<Lx::Pdf::IPages>(const std::string& ruta, Lx::Pdf::OnOpened abierto)> abrirPaginas;
     // RunPlatformFileDialog; unset it is cancelled.
     std::function<bool(const Lx::FileDialogRequest& peticion, std::string& ruta)> elegirFichero;
     // RunPlatformMenu; unset nothing is chosen. Elegir(text) makes one that chooses by the text of the entry.

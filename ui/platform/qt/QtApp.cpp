@@ -12,6 +12,7 @@
 #include <QIcon>
 #include <QLibraryInfo>
 #include <QPointer>
+#include <QSettings>
 #include <QTimer>
 #include <algorithm>
 #include <climits>
@@ -21,6 +22,7 @@
 #include <string>
 #include <utility>
 
+#include "ui/LxApp.h"
 #include "ui/platform/qt/QtAccessible.h"
 
 namespace Lx {
@@ -92,6 +94,8 @@ std::unique_ptr<QApplication> NewApplication() {
     static char* arguments[] = {name, nullptr};
     static int count = 1;
     QGuiApplication::setHighDpiScaleFactorRoundingPolicy(Qt::HighDpiScaleFactorRoundingPolicy::PassThrough);
+    // Qt's file dialog would keep a history of what was opened, for all of its programs.
+    QSettings::setPath(QSettings::NativeFormat, QSettings::UserScope, "/dev/null");
     QCoreApplication::setApplicationName(name);
     QGuiApplication::setDesktopFileName(name);
     auto app = std::make_unique<QApplication>(count, arguments);
@@ -123,8 +127,11 @@ CQtApp::~CQtApp() {
 int CQtApp::RunLoop() {
     quit_ = false;
     code_ = 0;
-    std::atomic<bool> never = false;
-    RunModal(never);
+    QEventLoop loop;
+    while (!quit_) {
+        loop.processEvents(QEventLoop::WaitForMoreEvents);
+        if (LxApp::s_pApp != nullptr) LxApp::s_pApp->DeleteClosed();
+    }
     QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     return code_;
 }

@@ -48,6 +48,11 @@ bool IsChord(Qt::KeyboardModifiers m) {
     return !(m & Qt::GroupSwitchModifier) && (m & (Qt::ControlModifier | Qt::AltModifier | Qt::MetaModifier));
 }
 
+constexpr struct {
+    int key;
+    char shortcut;
+} kSigns[] = {{Qt::Key_Plus, '+'}, {Qt::Key_Equal, '+'}, {Qt::Key_Minus, '-'}, {Qt::Key_0, '0'}};
+
 bool IsControlAlone(Qt::KeyboardModifiers m) {
     return (m & Qt::ControlModifier) && !(m & (Qt::AltModifier | Qt::MetaModifier | Qt::GroupSwitchModifier));
 }
@@ -83,8 +88,17 @@ QString TypedBy(const QKeyEvent& e) {
 }
 
 uint16_t ShortcutOf(const QKeyEvent& e) {
-    const bool letter = e.key() >= Qt::Key_A && e.key() <= Qt::Key_Z;
-    return letter && IsControlAlone(e.modifiers()) ? static_cast<uint16_t>('A' + e.key() - Qt::Key_A) : uint16_t{0};
+    if (!IsControlAlone(e.modifiers())) return 0;
+    if (e.key() >= Qt::Key_A && e.key() <= Qt::Key_Z) return static_cast<uint16_t>('A' + e.key() - Qt::Key_A);
+    for (const auto& row : kSigns) {
+        if (row.key == e.key()) return static_cast<uint16_t>(row.shortcut);
+    }
+    return 0;
+}
+
+bool IsMenuKey(const QKeyEvent& e) {
+    const Qt::KeyboardModifiers m = e.modifiers() & ~Qt::KeypadModifier;
+    return (e.key() == Qt::Key_Menu && m == Qt::NoModifier) || (e.key() == Qt::Key_F10 && m == Qt::ShiftModifier);
 }
 
 Event TypedEvent(const QString& text, uint32_t modifiers) {

@@ -14,6 +14,7 @@ namespace Lx {
 namespace {
 
 constexpr int kTipFontSize = 12;
+constexpr int kTipReach = 10;
 
 constexpr struct {
     QPalette::ColorRole qt;
@@ -65,16 +66,19 @@ void FollowTheme() {
 void ShowToolTip(CQtView& view, const QHelpEvent& e) {
     const CWindow* window = view.Owner();
     const Point at{e.pos().x(), e.pos().y()};
-    const CControl* control = window != nullptr && window->overlay == nullptr ? ControlAt(*window, at) : nullptr;
+    const CControl* control = window == nullptr            ? nullptr
+                              : window->overlay != nullptr ? window->overlay
+                                                           : ControlAt(*window, at);
     std::string text;
     if (control != nullptr) Contain([&] { text = control->ToolTip(at); });
     if (text.empty()) return QToolTip::hideText();
     FollowTheme();
     QToolTip::setFont(CQtApp::s_pInstance->Fonts().Get("system", kTipFontSize, false, false).font);
-    const Rect& r = control->rect;
     // Rich text is broken into lines; what is shown is no markup.
     const QString shown = "<qt>" + QString::fromStdString(text).toHtmlEscaped().replace('\n', "<br>") + "</qt>";
-    QToolTip::showText(e.globalPos(), shown, &view, QRect(r.x, r.y, r.w, r.h));
+    // It goes when the pointer does: a list has another text one row on.
+    QToolTip::showText(e.globalPos(), shown, &view,
+                       QRect(at.x - kTipReach, at.y - kTipReach, 2 * kTipReach, 2 * kTipReach));
 }
 
 }  // namespace Lx

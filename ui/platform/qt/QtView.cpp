@@ -23,6 +23,7 @@ namespace Lx {
 namespace {
 
 constexpr int kNotch = 120;
+constexpr qreal kLine = 40;  // client pixels
 
 Point PointOf(const QPointF& p) {
     return {static_cast<int32_t>(std::floor(p.x())), static_cast<int32_t>(std::floor(p.y()))};
@@ -34,8 +35,9 @@ uint8_t ButtonOf(Qt::MouseButton b) {
 }
 
 Qt::CursorShape ShapeOf(CursorShape shape) {
-    if (shape == CursorShape::Text) return Qt::IBeamCursor;
-    return shape == CursorShape::Hand ? Qt::PointingHandCursor : Qt::ArrowCursor;
+    constexpr Qt::CursorShape kShapes[] = {Qt::ArrowCursor, Qt::IBeamCursor, Qt::PointingHandCursor, Qt::OpenHandCursor,
+                                           Qt::ClosedHandCursor};
+    return kShapes[static_cast<size_t>(shape)];
 }
 
 bool IsEdit(AccessibleRole role) {
@@ -61,6 +63,7 @@ CQtView::CQtView(CWindow* owner, const Size& clientSize) : owner_(owner) {
     setMouseTracking(true);
     setFocusPolicy(Qt::StrongFocus);
     setAcceptDrops(true);
+    setContextMenuPolicy(Qt::PreventContextMenu);
     setAttribute(Qt::WA_InputMethodEnabled, false);
     resize(clientSize.cx, clientSize.cy);
 }
@@ -130,7 +133,7 @@ void CQtView::Teardown() {
     CWindow* owner = Detach();
     hide();
     Contain([owner] { owner->OnDestroy(); });
-    if (quits && LxApp::s_pApp != nullptr) LxApp::s_pApp->Quit(0);
+    if (quits && LxApp::s_pApp != nullptr) LxApp::s_pApp->WindowClosed(owner);
 }
 
 bool CQtView::event(QEvent* e) {
@@ -145,11 +148,16 @@ bool CQtView::event(QEvent* e) {
             Call([](CWindow& window) { window.OnSetFocus(); });
             break;
         case QEvent::WindowDeactivate:
+            spaceHeld_ = false;
             Call([](CWindow& window) { window.OnKillFocus(); });
             break;
         case QEvent::WindowBlocked:
+            spaceHeld_ = false;
             EndPress();
             break;
+        case QEvent::NativeGesture:
+            RouteGesture(*static_cast<QNativeGestureEvent*>(e));
+            return true;
         default:
             break;
     }
@@ -205,7 +213,7 @@ void CQtView::RouteMouse(EventType type, const QPointF& at, Qt::KeyboardModifier
     ev.type = type;
     ev.pt = PointOf(at);
     ev.button = ButtonOf(button);
-    ev.modifiers = ModifiersOf(modifiers);
+    ev.modifiers = ModifiersOf(modifiers) | (spaceHeld_ ? kSpaceHeld : 0);
     inside_ = true;
     Route(ev);
 }
@@ -275,9 +283,36 @@ void CQtView::leaveEvent(QEvent*) {
     }
 }
 
+bool CQtView::RouteScroll(const QWheelEvent& e) {
+    // Under X the pixels are whatever a driver makes of them.
+    const bool exact = !e.pixelDelta().isNull() && QGuiApplication::platformName() != "xcb";
+    const qreal notch = kLine * std::max(1, QApplication::wheelScrollLines());
+    const QPointF by = exact ? QPointF(e.pixelDelta()) : QPointF(e.angleDelta()) * notch / kNotch;
+    Event ev;
+    ev.type = EventType::Scroll;
+    ev.pt = PointOf(e.position());
+    ev.modifiers = ModifiersOf(e.modifiers());
+    ev.scrollX = static_cast<float>(by.x());
+    ev.scrollY = static_cast<float>(by.y());
+    if (!by.isNull()) Route(ev);
+    return ev.handled;
+}
+
+void CQtView::RouteGesture(const QNativeGestureEvent& e) {
+    if (e.gestureType() != Qt::ZoomNativeGesture) return;
+    Event ev;
+    ev.type = EventType::Zoom;
+    ev.pt = PointOf(e.position());
+    ev.modifiers = ModifiersOf(e.modifiers());
+    // Each step out undoes the same step in.
+    ev.factor = static_cast<float>(std::exp(std::clamp(e.value(), -1.0, 1.0)));
+    Route(ev);
+}
+
 void CQtView::wheelEvent(QWheelEvent* e) {
-    const int delta = e->angleDelta().y();
     e->accept();
+    if (RouteScroll(*e)) return;
+    const int delta = e->angleDelta().y();
     // Part of a gesture that goes sideways.
     if (delta == 0) return;
     if (wheel_ != 0 && (wheel_ > 0) != (delta > 0)) wheel_ = 0;
@@ -328,7 +363,29 @@ void CQtView::OfferPrimary() {
     if (ev.handled && !ev.text.empty()) clipboard->setText(QString::fromStdString(ev.text), QClipboard::Selection);
 }
 
+// A mouse event, so that what is under the pointer knows before it moves.
+void CQtView::HoldSpace(bool held) {
+    if (std::exchange(spaceHeld_, held) == held || !inside_) return;
+    const QPointF at = mapFromGlobal(QPointF(QCursor::pos()));
+    RouteMouse(EventType::MouseMove, at, QGuiApplication::keyboardModifiers(), Qt::LeftButton);
+}
+
+void CQtView::AskForMenu(uint32_t modifiers) {
+    if (owner_ == nullptr) return;
+    const CControl* focus = owner_->focus;
+    const Rect& area = focus != nullptr ? focus->rect : owner_->rect;
+    Event ev;
+    ev.type = EventType::ContextMenu;
+    ev.modifiers = modifiers;
+    ev.pt = {area.x + area.w / 2, area.y + area.h / 2};
+    Rect caret;
+    if (focus != nullptr && focus->CaretRect(caret)) ev.pt = {caret.x, caret.y + caret.h};
+    Route(ev);
+}
+
 void CQtView::keyPressEvent(QKeyEvent* e) {
+    if (e->key() == Qt::Key_Space) HoldSpace(true);
+    if (IsMenuKey(*e)) return AskForMenu(ModifiersOf(e->modifiers()));
     const uint32_t modifiers = ModifiersOf(e->modifiers());
     const EditCommand command = CommandOf(*e);
     if (command != EditCommand::None) {
@@ -350,11 +407,13 @@ void CQtView::keyPressEvent(QKeyEvent* e) {
     shortcut.type = EventType::Shortcut;
     shortcut.key = command == EditCommand::None ? ShortcutOf(*e) : uint16_t{0};
     shortcut.modifiers = modifiers;
-    if (shortcut.key != 0 && !e->isAutoRepeat()) Route(shortcut);
+    const bool repeats = shortcut.key == '+' || shortcut.key == '-';
+    if (shortcut.key != 0 && (repeats || !e->isAutoRepeat())) Route(shortcut);
 }
 
 void CQtView::keyReleaseEvent(QKeyEvent* e) {
     if (e->isAutoRepeat()) return;
+    if (e->key() == Qt::Key_Space) HoldSpace(false);
     Event ev;
     ev.type = EventType::KeyUp;
     ev.key = static_cast<uint16_t>(KeyOf(e->key()));

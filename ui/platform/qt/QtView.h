@@ -32,7 +32,7 @@ class CQtView : public QWidget {
     void Flush();
     bool StartTimer(unsigned id, unsigned ms);
     bool StopTimer(unsigned id);
-    // What a close does once it is granted: OnDestroy and, but for dialogs, the end of the program.
+    // What a close does once it is granted: OnDestroy and, but for dialogs, word to the application.
     void Teardown();
     // The owner goes away: as a teardown, but it hears nothing.
     CWindow* Detach();
@@ -65,6 +65,11 @@ class CQtView : public QWidget {
 
   private:
     void RouteMouse(EventType type, const QPointF& at, Qt::KeyboardModifiers modifiers, Qt::MouseButton button);
+    // Whether the control under the pointer scrolled.
+    bool RouteScroll(const QWheelEvent& e);
+    void RouteGesture(const QNativeGestureEvent& e);
+    void HoldSpace(bool held);
+    void AskForMenu(uint32_t modifiers);
     void SendOutside();
     // A modal window took the pointer away in the middle of a press.
     void EndPress();
@@ -87,6 +92,7 @@ class CQtView : public QWidget {
     ulong lastPress_ = 0;
     QPointF lastPressAt_;
     int clicks_ = 0;
+    bool spaceHeld_ = false;
     int wheel_ = 0;  // eighths of a degree that make no whole notch yet
     CQtRasters rasters_;
     CQtAccessibleTree accessible_{*this};

@@ -1,0 +1,157 @@
+#include "ui/viewer/TileCache.h"
+
+#include <algorithm>
+#include <cstring>
+#include <tuple>
+
+namespace Lx {
+
+namespace {
+
+// Higher goes first; none for what stays.
+constexpr int64_t kStays = -1;
+constexpr int64_t kClass = int64_t{1} << 40;
+
+bool IsSmall(const Tile& tile) {
+    return tile.kind == Tile::Kind::Small;
+}
+
+int64_t Distance(int32_t page, const TileKeep& keep) {
+    const bool before = page < keep.first;
+    const int64_t away = before ? int64_t{keep.first} - page : page > keep.last ? int64_t{page} - keep.last : 0;
+    const bool behind = before == (keep.direction > 0);
+    return behind ? 2 * away : away;
+}
+
+int64_t RankOf(const Tile& tile, const TileKeep& keep) {
+    const int64_t away = Distance(tile.spec.page, keep);
+    if (tile.kind == Tile::Kind::Small) return away;
+    const bool current = !tile.old && tile.spec.width == keep.widthOf(tile.spec.page);
+    if (current && std::find(keep.visible.begin(), keep.visible.end(), tile.spec) != keep.visible.end()) return kStays;
+    // In sight what stands in is worth more than what may be seen later.
+    if (away == 0 && !current) return kClass / 2;
+    return (current ? kClass : 2 * kClass) + away;
+}
+
+}  // namespace
+
+void TileCache::Put(const Pdf::TileSpec& spec, const Pdf::Picture& picture, Tile::Kind kind) {
+    std::vector<Tile>& tiles = pages_[spec.page];
+    const bool small = kind == Tile::Kind::Small;
+    for (size_t i = tiles.size(); i-- > 0;) {
+        const Tile& tile = tiles[i];
+        const bool wasSmall = tile.kind == Tile::Kind::Small;
+        const bool sameTurn = tile.spec.turn == spec.turn;
+        const bool replaced = wasSmall == small && (small ? sameTurn : tile.spec == spec && !tile.old);
+        const bool outdated = tile.old && kind == Tile::Kind::Whole && sameTurn;
+        if (replaced || outdated) Drop(spec.page, i);
+    }
+    bytes_ += picture.Bytes();
+    smallBytes_ += small ? picture.Bytes() : 0;
+    pages_[spec.page].push_back({spec, picture, kind, false});
+}
+
+void TileCache::Drop(int32_t page, size_t index) {
+    std::vector<Tile>& tiles = pages_[page];
+    bytes_ -= tiles[index].picture.Bytes();
+    smallBytes_ -= tiles[index].kind == Tile::Kind::Small ? tiles[index].picture.Bytes() : 0;
+    tiles.erase(tiles.begin() + static_cast<std::ptrdiff_t>(index));
+}
+
+const Tile* TileCache::Find(const Pdf::TileSpec& spec) const {
+    for (const Tile& tile : Of(spec.page))
+        if (!tile.old && tile.kind != Tile::Kind::Small && tile.spec == spec) return &tile;
+    return nullptr;
+}
+
+const std::vector<Tile>& TileCache::Of(int32_t page) const {
+    static const std::vector<Tile> kNone;
+    const auto it = pages_.find(page);
+    return it == pages_.end() ? kNone : it->second;
+}
+
+const Tile* TileCache::SmallOf(int32_t page, int32_t turn) const {
+    for (const Tile& tile : Of(page))
+        if (tile.kind == Tile::Kind::Small && tile.spec.turn == turn) return &tile;
+    return nullptr;
+}
+
+void TileCache::Age() {
+    for (auto& [page, tiles] : pages_)
+        for (Tile& tile : tiles) tile.old = true;
+}
+
+void TileCache::Clear() {
+    pages_.clear();
+    bytes_ = smallBytes_ = 0;
+}
+
+void TileCache::Trim(size_t limit, const TileKeep& keep) {
+    TrimSmall(keep);
+    if (bytes_ <= limit) return;
+    std::vector<std::pair<int64_t, Tile>> order;
+    for (const auto& [page, tiles] : pages_)
+        for (const Tile& tile : tiles)
+            if (const int64_t rank = RankOf(tile, keep); rank != kStays) order.emplace_back(rank, tile);
+    std::sort(order.begin(), order.end(), [](const auto& a, const auto& b) {
+        return std::tuple(-a.first, a.second.spec.page) < std::tuple(-b.first, b.second.spec.page);
+    });
+    for (const auto& [rank, gone] : order) {
+        if (bytes_ <= limit) break;
+        const std::vector<Tile>& tiles = pages_[gone.spec.page];
+        for (size_t i = tiles.size(); i-- > 0;)
+            if (tiles[i].picture.data == gone.picture.data) Drop(gone.spec.page, i);
+        if (limit >= kLimit) LeaveSmall(gone);
+    }
+}
+
+void TileCache::LeaveSmall(const Tile& gone) {
+    if (gone.kind != Tile::Kind::Whole || gone.old || SmallOf(gone.spec.page, gone.spec.turn)) return;
+    const int32_t width = std::min(kSmallWidth, gone.spec.width);
+    const int64_t height = int64_t{gone.picture.height} * width / gone.picture.width;
+    if (height < 1 || height > 4 * kSmallWidth) return;
+    const Rect all{0, 0, width, static_cast<int32_t>(height)};
+    Put({gone.spec.page, width, gone.spec.turn, all}, Shrunk(gone.picture, width, all.h), Tile::Kind::Small);
+}
+
+void TileCache::TrimSmall(const TileKeep& keep) {
+    while (smallBytes_ > kSmallLimit) {
+        int64_t farthest = -1;
+        int32_t of = 0;
+        for (const auto& [page, tiles] : pages_) {
+            const bool has = std::any_of(tiles.begin(), tiles.end(), IsSmall);
+            if (has && Distance(page, keep) > farthest) std::tie(farthest, of) = std::tuple(Distance(page, keep), page);
+        }
+        if (farthest < 0) return;
+        for (size_t i = Of(of).size(); i-- > 0;)
+            if (IsSmall(Of(of)[i])) Drop(of, i);
+    }
+}
+
+Pdf::Picture Shrunk(const Pdf::Picture& picture, int32_t width, int32_t height) {
+    auto rows =
+        std::make_shared<std::vector<unsigned char>>(static_cast<size_t>(width) * 4 * static_cast<size_t>(height));
+    for (int32_t y = 0; y < height; ++y) {
+        const int64_t top = int64_t{y} * picture.height / height;
+        const int64_t bottom = std::max(top + 1, int64_t{y + 1} * picture.height / height);
+        for (int32_t x = 0; x < width; ++x) {
+            const int64_t left = int64_t{x} * picture.width / width;
+            const int64_t right = std::max(left + 1, int64_t{x + 1} * picture.width / width);
+            uint64_t sum[3] = {};
+            for (int64_t row = top; row < bottom; ++row) {
+                const unsigned char* from = picture.data + row * picture.stride + left * 4;
+                for (int64_t column = left; column < right; ++column, from += 4)
+                    for (int part = 0; part < 3; ++part) sum[part] += from[part];
+            }
+            unsigned char* to =
+                rows->data() + (static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 4;
+            const auto count = static_cast<uint64_t>((bottom - top) * (right - left));
+            for (int part = 0; part < 3; ++part) to[part] = static_cast<unsigned char>(sum[part] / count);
+            to[3] = 255;
+        }
+    }
+    const unsigned char* data = rows->data();
+    return {data, width, height, width * 4, std::move(rows)};
+}
+
+}  // namespace Lx
