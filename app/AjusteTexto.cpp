@@ -24,35 +24,8 @@ namespace {
     return fin == texto.npos ? texto.size() : fin;
 }
 
-}  // namespace
-
-size_t FinDeCaracteres(std::string_view texto, size_t cuantos) {
-    size_t vistos = 0;
-    for (size_t i = 0; i < texto.size(); ++i) {
-        if (EsContinuacion(texto[i])) continue;
-        if (vistos == cuantos) return i;
-        ++vistos;
-    }
-    return vistos == cuantos ? texto.size() : texto.npos;
-}
-
-std::string ConFinal(const std::string& texto, size_t cuantos) {
-    size_t total = 0;
-    for (const char c : texto) total += EsContinuacion(c) ? 0 : 1;
-    return total <= cuantos ? texto : "…" + texto.substr(FinDeCaracteres(texto, total - cuantos));
-}
-
-std::string NombreFichero(const std::string& ruta) {
-    const size_t barra = ruta.find_last_of("/\\");
-    return barra == ruta.npos ? ruta : ruta.substr(barra + 1);
-}
-
-bool Cabe(const std::string& texto, int tamano, int ancho) {
-    Lx::CCanvas* c = Lx::MeasuringCanvas();
-    return c == nullptr || c->MeasureText(texto, "system", tamano, false, false).cx <= ancho;
-}
-
-std::string EnLineas(const std::string& texto, int tamano, int ancho) {
+// Of a text without line feeds.
+[[nodiscard]] std::string ParrafoEnLineas(const std::string& texto, int tamano, int ancho) {
     std::string salida, linea;
     const auto cerrar = [&] {
         if (!salida.empty()) salida += '\n';
@@ -81,6 +54,62 @@ std::string EnLineas(const std::string& texto, int tamano, int ancho) {
         linea = std::move(palabra);
     }
     if (!linea.empty()) cerrar();
+    return salida;
+}
+
+}  // namespace
+
+size_t FinDeCaracteres(std::string_view texto, size_t cuantos) {
+    size_t vistos = 0;
+    for (size_t i = 0; i < texto.size(); ++i) {
+        if (EsContinuacion(texto[i])) continue;
+        if (vistos == cuantos) return i;
+        ++vistos;
+    }
+    return vistos == cuantos ? texto.size() : texto.npos;
+}
+
+std::string ConFinal(const std::string& texto, size_t cuantos) {
+    size_t total = 0;
+    for (const char c : texto) total += EsContinuacion(c) ? 0 : 1;
+    return total <= cuantos ? texto : "…" + texto.substr(FinDeCaracteres(texto, total - cuantos));
+}
+
+std::string NombreFichero(const std::string& ruta) {
+    const size_t barra = ruta.find_last_of("/\\");
+    return barra == ruta.npos ? ruta : ruta.substr(barra + 1);
+}
+
+std::string SinControl(std::string texto) {
+    for (char& c : texto)
+        if (static_cast<unsigned char>(c) < ' ' || c == '\x7f') c = ' ';
+    return texto;
+}
+
+bool Cabe(const std::string& texto, int tamano, int ancho) {
+    Lx::CCanvas* c = Lx::MeasuringCanvas();
+    return c == nullptr || c->MeasureText(texto, "system", tamano, false, false).cx <= ancho;
+}
+
+std::string Recortado(const std::string& texto, int tamano, int ancho) {
+    if (Cabe(texto, tamano, ancho)) return texto;
+    size_t caben = 0, sobran = texto.size();  // characters: the bounds of what is looked for
+    while (sobran - caben > 1) {
+        const size_t medio = caben + (sobran - caben) / 2;
+        const size_t fin = FinDeCaracteres(texto, medio);
+        (fin != texto.npos && Cabe(texto.substr(0, fin) + "…", tamano, ancho) ? caben : sobran) = medio;
+    }
+    return texto.substr(0, FinDeCaracteres(texto, caben)) + "…";
+}
+
+std::string EnLineas(const std::string& texto, int tamano, int ancho) {
+    std::string salida;
+    for (size_t i = 0; i <= texto.size();) {
+        const size_t fin = std::min(texto.find('\n', i), texto.size());
+        if (i > 0) salida += '\n';
+        salida += ParrafoEnLineas(texto.substr(i, fin - i), tamano, ancho);
+        i = fin + 1;
+    }
     return salida;
 }
 

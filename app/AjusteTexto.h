@@ -16,8 +16,14 @@ namespace Orvanta {
 // What stands after the last "/" or "\"; the whole path without one.
 [[nodiscard]] std::string NombreFichero(const std::string& ruta);
 
+// What a name that others gave is shown as: without line feeds and the like.
+[[nodiscard]] std::string SinControl(std::string texto);
+
 // Whether the text is at most `ancho` pixels wide on one line in the system's font.
 [[nodiscard]] bool Cabe(const std::string& texto, int tamano, int ancho);
+
+// The text, or as much of its beginning as fits before "…".
+[[nodiscard]] std::string Recortado(const std::string& texto, int tamano, int ancho);
 
 // The text in lines of at most `ancho` pixels, broken at blanks; a longer word is broken where it must.
 [[nodiscard]] std::string EnLineas(const std::string& texto, int tamano, int ancho);

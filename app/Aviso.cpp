@@ -1,6 +1,7 @@
 #include "app/Aviso.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "app/AjusteTexto.h"
 #include "ui/LxWindow.h"
@@ -16,6 +17,7 @@ constexpr int kFranja = 4;  // the coloured edge at the left
 constexpr int kCruz = 8;    // side of the mark that closes it
 constexpr int kBarra = 6;
 constexpr int kAnchoBoton = 94;
+constexpr int kAnchoAccion = 170;
 constexpr int kAltoBoton = 30;
 constexpr float kRadio = 6;
 constexpr int kPasos = 20;  // of a bar without an end, from side to side
@@ -76,7 +78,7 @@ void CAviso::OnEvent(Lx::Event& ev) {
 
 Lx::AccessibleInfo CAviso::Accessibility() const {
     Lx::AccessibleInfo info;
-    info.role = progreso_ ? Lx::AccessibleRole::Label : Lx::AccessibleRole::Button;
+    info.role = Lx::AccessibleRole::Notification;
     info.name = texto_;
     if (!progreso_) info.description = "Cerrar el aviso";
     return info;
@@ -88,14 +90,32 @@ bool CAviso::DoAccessibleAction(Lx::AccessibleAction action, const std::string&,
     return true;
 }
 
+void CAviso::OnThemeChanged() {
+    paleta_ = Paleta::DelTema();
+    if (boton_ != nullptr) Paleta::VestirCancelar(*boton_, paleta_);
+    if (botonAccion_ != nullptr) Paleta::VestirBoton(*botonAccion_, paleta_, false);
+}
+
 void CAviso::PonerBoton(Lx::CButton* boton) {
     boton_ = boton;
     boton_->visible = false;
 }
 
-void CAviso::Mostrar(const std::string& texto, bool error) {
+void CAviso::PonerBotonAccion(Lx::CButton* boton) {
+    botonAccion_ = boton;
+    botonAccion_->visible = false;
+    botonAccion_->onClick = [this] {
+        const auto hacer = accion_.hacer;
+        Quitar();
+        if (hacer) hacer();
+    };
+}
+
+void CAviso::Mostrar(const std::string& texto, bool error, Accion accion) {
     error_ = error;
     progreso_ = false;
+    accion_ = std::move(accion);
+    if (botonAccion_ != nullptr) botonAccion_->SetText(accion_.texto);
     Ensenar(texto);
 }
 
@@ -110,7 +130,7 @@ void CAviso::MostrarProgreso(const std::string& texto, double parte) {
 void CAviso::Ensenar(const std::string& texto) {
     texto_ = texto;
     visible = true;
-    Colocar(franja_);
+    Colocar(franja_, arriba_);
 }
 
 void CAviso::Quitar() {
@@ -118,23 +138,33 @@ void CAviso::Quitar() {
     visible = progreso_ = false;
     Invalidate(nullptr);
     auto* ventana = dynamic_cast<Lx::CWindow*>(parent);
-    const bool tenia =
-        ventana != nullptr && (ventana->focus == this || (boton_ != nullptr && ventana->focus == boton_));
-    if (boton_ != nullptr) boton_->visible = false;
+    bool tenia = ventana != nullptr && ventana->focus == this;
+    for (Lx::CButton* boton : {boton_, botonAccion_}) {
+        if (boton == nullptr) continue;
+        tenia = tenia || (ventana != nullptr && ventana->focus == boton);
+        boton->visible = false;
+    }
     if (tenia) ventana->SetFocusControl(despues_);
 }
 
-void CAviso::Colocar(const Lx::Rect& franja) {
+void CAviso::Colocar(const Lx::Rect& franja, bool arriba) {
     franja_ = franja;
-    const int derecha = !progreso_ ? kMargen + kCruz : boton_ == nullptr ? 0 : kMargen + kAnchoBoton;
-    lineas_ = Orvanta::EnLineas(texto_, kTamano, franja.w - 2 * kMargen - kFranja - derecha);
+    arriba_ = arriba;
+    const bool conAccion = !progreso_ && botonAccion_ != nullptr && !accion_.texto.empty();
+    const int boton = progreso_ && boton_ != nullptr ? kAnchoBoton : conAccion ? kAnchoAccion : 0;
+    const int cruz = progreso_ ? 0 : kMargen + kCruz;
+    lineas_ =
+        Orvanta::EnLineas(texto_, kTamano, franja.w - 2 * kMargen - kFranja - cruz - (boton > 0 ? boton + kMargen : 0));
     const int lineas = static_cast<int>(std::count(lineas_.begin(), lineas_.end(), '\n')) + 1;
     const int alto = lineas * kAlto + 2 * kMargen - 4 + (progreso_ ? kBarra + 8 : 0);
-    rect = {franja.x, franja.y + franja.h - alto, franja.w, alto};
-    if (boton_ != nullptr) {
-        boton_->visible = EnProgreso();
-        boton_->rect = {rect.x + rect.w - kMargen - kAnchoBoton, rect.y + (rect.h - kAltoBoton) / 2, kAnchoBoton,
-                        kAltoBoton};
-    }
+    rect = {franja.x, arriba ? franja.y : franja.y + franja.h - alto, franja.w, alto};
+    ColocarBoton(boton_, EnProgreso(), kAnchoBoton, kMargen);
+    ColocarBoton(botonAccion_, visible && conAccion, kAnchoAccion, 2 * kMargen + kCruz);
     Invalidate(nullptr);
+}
+
+void CAviso::ColocarBoton(Lx::CButton* boton, bool toca, int ancho, int derecha) const {
+    if (boton == nullptr) return;
+    boton->visible = toca;
+    boton->rect = {rect.x + rect.w - derecha - ancho, rect.y + (rect.h - kAltoBoton) / 2, ancho, kAltoBoton};
 }

@@ -24,6 +24,7 @@ CDlgFirmar::CDlgFirmar(Lx::CWindow* padre, const Paleta::Colores& paleta, const 
       correo_(std::make_shared<Correo>()) {
     title = "Selecciona el certificado digital";
     rect = {0, 0, 660, 520};
+    footer = 520 - 397;  // from above "Firmar" on
     backColor = paleta_[Paleta::kFondo];
     seleccion_.origen = Origen::Personal;
 }

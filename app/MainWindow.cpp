@@ -1,59 +1,53 @@
 #include "app/MainWindow.h"
 
-#include <charconv>
-#include <climits>
-#include <system_error>
-
-#include "app/AjusteTexto.h"
 #include "app/Teclado.h"
-#include "crypto/LxApi.h"
 #include "ui/LxButton.h"
 #include "ui/LxEdit.h"
-#include "ui/LxFileDialog.h"
 #include "ui/LxLabel.h"
-#include "ui/LxPdfView.h"
 
 namespace Paleta = Orvanta::Paleta;
 
 namespace {
 
+constexpr int kAncho = 900, kAlto = 680;
 constexpr int kMargen = 14;
 constexpr int kAltoCabecera = 46;
 constexpr int kAltoBarra = 44;
 constexpr int kAltoPie = 28;
-
-// The number at the start of a text, as scanf's %d reads it; one that is too large counts as the largest.
-[[nodiscard]] bool LeerNumero(const std::string& texto, int& n) {
-    const size_t i = texto.find_first_not_of(" \t\n\v\f\r");
-    if (i == texto.npos) return false;
-    const char* inicio = texto.data() + i;
-    const char* fin = texto.data() + texto.size();
-    if (*inicio == '+' && inicio + 1 < fin && inicio[1] != '-') ++inicio;
-    const auto [hasta, fallo] = std::from_chars(inicio, fin, n);
-    if (fallo == std::errc::result_out_of_range) n = *inicio == '-' ? INT_MIN : INT_MAX;
-    return fallo != std::errc::invalid_argument;
-}
+constexpr int kArriba = 100, kAbajo = 36;  // of the view: what is above and below it
+constexpr int kAnchoPanel = 220;
+constexpr int kHueco = 6;
 
 }  // namespace
 
-CMainWindow::CMainWindow() : paleta_(Paleta::DelTema()), correo_(std::make_shared<Correo>()) {
+CMainWindow::CMainWindow() : paleta_(Paleta::DelTema()), correo_(std::make_shared<Correo>()), cambios_(correo_) {
     title = "Velmora 2026";
-    rect = {0, 0, 900, 680};
+    rect = {0, 0, kAncho, kAlto};
     backColor = paleta_[Paleta::kFondo];
 }
 
 CMainWindow::~CMainWindow() {
     correo_->Cerrar();
+    if (firmante_ == this) firmante_ = nullptr;
+}
+
+int CMainWindow::AnchoInicial() {
+    return kAncho - 2 * kMargen;
 }
 
 // --- Building
 
+// The order is that of Tab, and of what an assistive tool reads.
 bool CMainWindow::OnInit() {
     SetResizable(true);
     SetMinSize({720, 520});
     MontarBotones();
+    MontarVista();
     MontarEstado();
+    Vestir();
+    Colocar();
     SetFocusControl(visor_);
+    CargarInicial();
     return true;
 }
 
@@ -62,23 +56,22 @@ void CMainWindow::MontarBotones() {
         Lx::CButton* CMainWindow::*donde;
         const char* texto;
         Lx::Rect rect;
-        bool negrita;
         bool activo;
         void (CMainWindow::*alPulsar)();
     };
     static constexpr Boton kAntes[] = {
-        {&CMainWindow::abrir_, "Abrir PDF", {14, 53, 104, 30}, false, true, &CMainWindow::OnAbrir},
-        {&CMainWindow::firmar_, "Firmar", {126, 53, 96, 30}, true, true, &CMainWindow::OnFirmar},
-        {&CMainWindow::primero_, "<<", {0, 53, 44, 30}, false, false, &CMainWindow::OnPrimero},
-        {&CMainWindow::anterior_, "<", {0, 53, 44, 30}, false, false, &CMainWindow::OnAnterior},
+        {&CMainWindow::abrir_, "Abrir PDF", {14, 53, 104, 30}, true, &CMainWindow::OnAbrir},
+        {&CMainWindow::firmar_, "Firmar", {126, 53, 96, 30}, true, &CMainWindow::OnFirmar},
+        {&CMainWindow::menu_, "Menú", {230, 53, 72, 30}, true, &CMainWindow::OnMenu},
+        {&CMainWindow::primero_, "<<", {0, 53, 44, 30}, false, &CMainWindow::OnPrimero},
+        {&CMainWindow::anterior_, "<", {0, 53, 44, 30}, false, &CMainWindow::OnAnterior},
     };
     static constexpr Boton kDespues[] = {
-        {&CMainWindow::siguiente_, ">", {0, 53, 44, 30}, false, false, &CMainWindow::OnSiguiente},
-        {&CMainWindow::ultimo_, ">>", {0, 53, 44, 30}, false, false, &CMainWindow::OnUltimo},
+        {&CMainWindow::siguiente_, ">", {0, 53, 44, 30}, false, &CMainWindow::OnSiguiente},
+        {&CMainWindow::ultimo_, ">>", {0, 53, 44, 30}, false, &CMainWindow::OnUltimo},
     };
     const auto montar = [this](const Boton& b) {
         Lx::CButton* boton = AddButton(b.texto, b.rect);
-        Paleta::VestirBoton(*boton, paleta_, b.negrita);
         boton->SetEnabled(b.activo);
         boton->OnClick(this, b.alPulsar);
         this->*b.donde = boton;
@@ -91,41 +84,116 @@ void CMainWindow::MontarBotones() {
     for (const Boton& b : kDespues) montar(b);
 }
 
+void CMainWindow::MontarVista() {
+    barraFirmas_ = new CBarraFirmas(paleta_);
+    AddControl(barraFirmas_);
+    busqueda_ = new CBarraBusqueda(*this, correo_, [this] { Colocar(); });
+    visor_ = new Lx::CDocView;
+    busqueda_->PonerVista(visor_);
+    panel_ = new Lx::CSidePane(visor_);
+    panel_->visible = false;
+    AddControl(panel_);
+    AddControl(visor_);
+    visor_->onOpened = [this](const Lx::Pdf::Opened& como) { OnAbierto(como); };
+    visor_->onReloaded = [this](const Lx::Pdf::Opened& como) { OnRecargado(como); };
+    visor_->onFirstPage = [this] { AlVerse(); };
+    visor_->onPageChanged = [this](int actual, int total) { OnPagina(actual, total); };
+    visor_->onZoomChanged = [this] { ColocarAviso(); };
+    visor_->onSearch = [this] { busqueda_->AlBuscar(); };
+    visor_->onAddress = [this](const std::string& direccion) { OnEnlace(direccion); };
+    visor_->onContextMenu = [this](const Lx::Point& pt) { OnContexto(pt); };
+    panel_->onSave = [this](int cual, const Lx::Pdf::Attachment& adjunto) { OnGuardarAdjunto(cual, adjunto); };
+}
+
 void CMainWindow::MontarEstado() {
-    visor_ = AddPdfView({kMargen, 100, 100, 100});
-    visor_->background = Lx::ThemeColor(Lx::ColorRole::AppView);
-    visor_->OnPageChanged(this, &CMainWindow::OnPagina);
     estado_ = AddLabel("", {kMargen, 0, 100, 14});
     estado_->fontSize = 11;
-    estado_->SetTextColor(Lx::ThemeColor(Lx::ColorRole::AppOnFooter));
     credito_ = AddLabel("Creado por Zerbin  :", {0, 0, 200, 14});
     credito_->fontSize = 11;
     credito_->bold = true;
     credito_->align = 2;
-    credito_->SetTextColor(paleta_[Paleta::kCredito]);
     aviso_ = new CAviso(paleta_, visor_);
     AddControl(aviso_);
+    aviso_->PonerBotonAccion(AddButton("", {}));
     Lx::CButton* cancelar = AddButton("Cancelar", {});
-    Paleta::VestirCancelar(*cancelar, paleta_);
     cancelar->OnClick(this, &CMainWindow::OnCancelar);
     aviso_->PonerBoton(cancelar);
 }
 
-void CMainWindow::OnSize(unsigned, const Lx::Size& size) {
-    const int w = size.cx, h = size.cy;
+void CMainWindow::Vestir() {
+    backColor = paleta_[Paleta::kFondo];
+    for (Lx::CButton* b : {abrir_, menu_, primero_, anterior_, siguiente_, ultimo_})
+        Paleta::VestirBoton(*b, paleta_, false);
+    Paleta::VestirBoton(*firmar_, paleta_, true);
+    credito_->SetTextColor(paleta_[Paleta::kCredito]);
+    busqueda_->Vestir(paleta_);
+    aviso_->OnThemeChanged();
+    PonerEstado(estado_->text, estadoError_);
+}
+
+void CMainWindow::OnThemeChanged() {
+    paleta_ = Paleta::DelTema();
+    Vestir();
+    Invalidate(nullptr);
+}
+
+// --- Places
+
+void CMainWindow::OnSize(unsigned, const Lx::Size&) {
+    Colocar();
+}
+
+Lx::Rect CMainWindow::SitioDeLaVista() const {
+    if (IsFullScreen()) return {0, 0, rect.w, rect.h};
+    return {kMargen, kArriba, rect.w - 2 * kMargen, rect.h - kArriba - kAbajo};
+}
+
+void CMainWindow::Colocar() {
+    const int w = rect.w, h = rect.h;
+    const bool completa = IsFullScreen();
     ultimo_->rect = {w - 58, 53, 44, 30};
     siguiente_->rect = {w - 106, 53, 44, 30};
     hoja_->rect = {w - 206, 54, 90, 28};
     anterior_->rect = {w - 260, 53, 44, 30};
     primero_->rect = {w - 308, 53, 44, 30};
-    visor_->rect = {kMargen, 100, w - 28, h - 136};
+    for (Lx::CControl* c : std::initializer_list<Lx::CControl*>{abrir_, firmar_, menu_, primero_, anterior_, hoja_,
+                                                                siguiente_, ultimo_, estado_, credito_})
+        c->visible = !completa;
+    Lx::Rect sitio = SitioDeLaVista();
+    const auto quitarDeArriba = [&sitio](int alto) {
+        const Lx::Rect franja{sitio.x, sitio.y, sitio.w, alto};
+        sitio.y += alto + kHueco;
+        sitio.h -= alto + kHueco;
+        return franja;
+    };
+    if (barraFirmas_->visible) barraFirmas_->rect = quitarDeArriba(CBarraFirmas::kAlto);
+    if (busqueda_->visible) busqueda_->Colocar(quitarDeArriba(CBarraBusqueda::kAlto));
+    if (panel_->visible) {
+        panel_->rect = {sitio.x, sitio.y, kAnchoPanel, sitio.h};
+        sitio.x += kAnchoPanel + kHueco;
+        sitio.w -= kAnchoPanel + kHueco;
+    }
+    visor_->rect = sitio;
     estado_->rect = {kMargen, h - 22, w - 230, 14};
     credito_->rect = {w - 220, h - 22, 206, 14};
-    aviso_->Colocar({visor_->rect.x + 12, visor_->rect.y, visor_->rect.w - 36, visor_->rect.h - 12});
+    ColocarAviso();
     Invalidate(nullptr);
 }
 
+// At the bottom of the document, unless it would stand on the signature's stamp there.
+void CMainWindow::ColocarAviso() {
+    const Lx::Rect& v = visor_->rect;
+    const Lx::Rect franja{v.x + 12, v.y + 12, v.w - 36, v.h - 24};
+    aviso_->Colocar(franja);
+    if (!aviso_->visible || estampa_.pagina < 0) return;
+    const Lx::Pdf::Box caja{static_cast<float>(estampa_.izquierda), static_cast<float>(estampa_.arriba),
+                            static_cast<float>(estampa_.derecha), static_cast<float>(estampa_.abajo)};
+    const Lx::Rect sello = visor_->RectOf(estampa_.pagina, caja);
+    if (sello.h > 0 && sello.y + sello.h > aviso_->rect.y) aviso_->Colocar(franja, true);
+}
+
 void CMainWindow::OnPaint(Lx::CCanvas* canvas) {
+    if (IsFullScreen()) return;
     const int w = rect.w, h = rect.h;
     canvas->FillRect({0, 0, w, kAltoCabecera}, paleta_[Paleta::kCabecera]);
     canvas->DrawText("Velmora", {18, 2}, paleta_[Paleta::kTitulo], "system", 24, true, false);
@@ -134,12 +202,22 @@ void CMainWindow::OnPaint(Lx::CCanvas* canvas) {
     canvas->DrawLine({0, kAltoCabecera - 1}, {w, kAltoCabecera - 1}, paleta_[Paleta::kLinea], 1.0F);
     canvas->FillRect({0, kAltoCabecera, w, kAltoBarra}, paleta_[Paleta::kBarra]);
     canvas->FillRect({0, h - kAltoPie, w, kAltoPie}, paleta_[Paleta::kPie]);
-    if (!inicio_) CargarLuego();
 }
 
-// Whatever has the focus, the keys that turn pages do, unless it wanted them itself.
+// --- Keys
+
+// Whatever has the focus, the commands' keys and those that turn pages do, unless it wanted them itself.
 void CMainWindow::OnKeyDown(Lx::KeyCode key, unsigned modifiers) {
-    if (key == Lx::KeyCode::Escape) tarea_.EnMarcha() ? OnCancelar() : aviso_->Quitar();
+    const unsigned con = modifiers & (Lx::kShift | Lx::kControl | Lx::kOption);
+    if (MandarTecla({key, 0, con})) return;
+    if (key == Lx::KeyCode::Escape) {
+        if (busqueda_->visible) return busqueda_->Cerrar();
+        if (aviso_->visible && !aviso_->EnProgreso()) return aviso_->Quitar();
+        if (IsFullScreen()) return OnPantallaCompleta();
+        if (tarea_.EnMarcha()) return OnCancelar();
+    }
+    if (key == Lx::KeyCode::Enter && busqueda_->TieneElFoco())
+        return (con & Lx::kShift) != 0 ? busqueda_->Anterior() : busqueda_->Siguiente();
     if (focus == visor_) return;
     Lx::Event ev;
     ev.type = Lx::EventType::KeyDown;
@@ -152,129 +230,11 @@ void CMainWindow::OnChar(unsigned ch) {
     if (ch == ' ') Orvanta::PulsarFoco(*this);
 }
 
-// --- The document
-
-// Opening a document may take its time: the window is there before.
-void CMainWindow::CargarLuego() {
-    inicio_ = true;
-    visor_->visible = false;
-    correo_->Luego(0, [this] {
-        visor_->visible = true;
-        CargarInicial();
-    });
+void CMainWindow::OnShortcut(char letter, unsigned modifiers) {
+    const bool esLetra = letter >= 'A' && letter <= 'Z';
+    MandarTecla({Lx::KeyCode::Unknown, letter, esLetra ? modifiers & Lx::kShift : 0});
 }
 
-void CMainWindow::CargarInicial() {
-    if (!inicial_.empty()) {
-        CargarDocumento(inicial_);
-        visor_->SetCurrentPage(0);
-        return;
-    }
-    const std::string carpeta = Lx::Api::ExeDirectory();
-    // The first one is no path on this platform; it keeps its place.
-    const std::string candidatos[] = {carpeta + "\\Velmora.pdf", carpeta + "/Velmora.pdf",
-                                      carpeta + "/../Resources/Velmora.pdf", "Velmora.pdf"};
-    for (const std::string& ruta : candidatos) {
-        if (!Lx::Api::FileExists(ruta)) continue;
-        CargarDocumento(ruta);
-        visor_->SetCurrentPage(0);
-        return;
-    }
-    MostrarEstado("Pulsa 'Abrir PDF' para cargar un documento.", false);
-}
-
-void CMainWindow::Abrir(const std::string& ruta) {
-    CargarDocumento(ruta);
-    visor_->SetCurrentPage(0);
-    SetFocusControl(visor_);
-}
-
-void CMainWindow::OnAbrir() {
-    if (!Libre()) return;
-    Lx::CFileDialog dialogo(this);
-    dialogo.SetTitle("Abrir documento PDF");
-    dialogo.SetFilter("*.pdf");
-    dialogo.SetInitialPath(documento_);
-    if (dialogo.DoModal() == Lx::kAccepted) Abrir(dialogo.GetPath());
-}
-
-void CMainWindow::OnDropFile(const std::string& path) {
-    if (Libre()) Abrir(path);
-}
-
-bool CMainWindow::AcceptsFiles() const {
-    return true;
-}
-
-void CMainWindow::OnShortcut(char letter, unsigned) {
-    if (letter == 'O') OnAbrir();
-    if (letter == 'W' || letter == 'Q') Close();
-}
-
-void CMainWindow::CargarDocumento(const std::string& ruta) {
-    aviso_->Quitar();
-    if (visor_->LoadDocument(ruta)) {
-        documento_ = ruta;
-        PonerEstado(ruta, Lx::ThemeColor(Lx::ColorRole::AppOnFooter));
-        PonerHoja();
-    } else {
-        MostrarEstado("Error al abrir " + ruta + ": " + visor_->GetLastError(), true);
-    }
-    Invalidate(nullptr);
-}
-
-void CMainWindow::PonerEstado(const std::string& texto, const Lx::Color& color) {
-    estado_->SetTextColor(color);
-    estado_->SetText(texto);
-}
-
-void CMainWindow::MostrarEstado(const std::string& texto, bool error) {
-    if (error) {
-        PonerEstado(texto, Lx::ThemeColor(Lx::ColorRole::AppErrorOnFooter));
-        aviso_->Mostrar(texto, true);
-    } else {
-        PonerEstado(documento_.empty() ? texto : documento_, Lx::ThemeColor(Lx::ColorRole::AppOnFooter));
-        aviso_->Quitar();
-    }
-    Invalidate(nullptr);
-}
-
-// --- Pages
-
-void CMainWindow::OnPrimero() {
-    visor_->SetCurrentPage(0);
-}
-
-void CMainWindow::OnAnterior() {
-    visor_->SetCurrentPage(visor_->GetCurrentPage() - 1);
-}
-
-void CMainWindow::OnSiguiente() {
-    visor_->SetCurrentPage(visor_->GetCurrentPage() + 1);
-}
-
-void CMainWindow::OnUltimo() {
-    visor_->SetCurrentPage(visor_->GetPageCount() - 1);
-}
-
-void CMainWindow::OnIrHoja(const std::string& texto) {
-    if (paginas_ < 1) return;
-    int n = 0;
-    if (LeerNumero(texto, n) && n >= 1) visor_->SetCurrentPage((n < paginas_ ? n : paginas_) - 1);
-    PonerHoja();
-}
-
-void CMainWindow::OnPagina(int actual, int total) {
-    pagina_ = actual;
-    paginas_ = total;
-    if (!aviso_->EnProgreso()) aviso_->Quitar();
-    PonerHoja();
-    Invalidate(nullptr);
-}
-
-void CMainWindow::PonerHoja() {
-    const bool hay = paginas_ >= 1;
-    hoja_->SetText(hay ? std::to_string(pagina_ + 1) + " / " + std::to_string(paginas_) : "0 / 0");
-    for (Lx::CButton* b : {primero_, anterior_}) b->SetEnabled(pagina_ > 0);
-    for (Lx::CButton* b : {siguiente_, ultimo_}) b->SetEnabled(hay && pagina_ < paginas_ - 1);
+void CMainWindow::OnContextMenu(const Lx::Point& pt) {
+    OnContexto(pt);
 }

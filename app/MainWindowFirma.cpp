@@ -9,8 +9,8 @@
 #include "app/MainWindow.h"
 #include "app/PinDialog.h"
 #include "app/Pregunta.h"
+#include "ui/LxApp.h"
 #include "ui/LxLabel.h"
-#include "ui/LxPdfView.h"
 
 namespace Paleta = Orvanta::Paleta;
 namespace Firma = Lx::Firma;
@@ -18,11 +18,9 @@ using Lx::CertStore::Origen;
 
 namespace {
 
-constexpr const char* kProtegido =
-    "El documento está protegido contra cambios: se abre sin contraseña, pero no se puede firmar. Pide a quien lo hizo "
-    "una copia sin protección o, si te está permitido, imprímelo a un PDF nuevo y firma ese.";
 constexpr const char* kCancelada = "Firma cancelada por el usuario.";
 constexpr const char* kHayOtra = "Ya hay una firma en marcha: espera a que acabe, o cancélala.";
+constexpr const char* kOtraVentana = "Otra ventana de Velmora está firmando: espera a que acabe, o cancela esa firma.";
 constexpr unsigned kPaciencia = 800;  // ms that a job has to end when the program is told to
 
 [[nodiscard]] std::string Quedan(int intentos) {
@@ -31,11 +29,12 @@ constexpr unsigned kPaciencia = 800;  // ms that a job has to end when the progr
            (intentos == 1 ? std::string("queda 1 intento.") : "quedan " + std::to_string(intentos) + " intentos.");
 }
 
-}  // namespace
-
-bool CMainWindow::HayDocumento() const {
-    return visor_->HasDocument() && !documento_.empty();
+[[nodiscard]] Lx::Pdf::Box CajaDe(const LxPdfSigner::Estampa& e) {
+    return {static_cast<float>(e.izquierda), static_cast<float>(e.arriba), static_cast<float>(e.derecha),
+            static_cast<float>(e.abajo)};
 }
+
+}  // namespace
 
 std::string CMainWindow::RutaSalida(const std::string& ruta) {
     return LxPdfSigner::RutaSalida(ruta);
@@ -45,10 +44,12 @@ std::string CMainWindow::RutaSalida(const std::string& ruta) {
 
 void CMainWindow::OnFirmar() {
     if (!Libre()) return;
+    if (firmante_ != nullptr) return Avisar(kOtraVentana, true);
+    aviso_->Quitar();
+    if (!HayDocumento()) return PonerEstado("No hay ningun documento abierto.", false);
     firmando_ = true;
-    HacerFirma();
-    firmando_ = false;
-    if (cerrarAlAcabar_) Close();
+    firmante_ = this;
+    examen_ ? SeguirFirma() : Examinar([this] { SeguirFirma(); });
 }
 
 bool CMainWindow::Libre() {
@@ -58,24 +59,50 @@ bool CMainWindow::Libre() {
     return false;
 }
 
-void CMainWindow::HacerFirma() {
-    aviso_->Quitar();
-    if (!HayDocumento()) {
-        PonerEstado("No hay ningun documento abierto.", Lx::ThemeColor(Lx::ColorRole::AppOnFooter));
-        return;
+// Whether it is what is shown that would be signed, and can be: told before anything is asked for.
+bool CMainWindow::PuedeFirmarse() {
+    if (cambios_.HayCambio()) {
+        Avisar("El documento ha cambiado en el disco después de que se leyera: míralo otra vez antes de firmarlo.",
+               true);
+        return false;
     }
+    if (examen_->impedimento) {
+        AvisarDelExamen();
+        return false;
+    }
+    if (examen_->paginas > 0 && examen_->paginas != visor_->GetPageCount()) {
+        Avisar("No se firma: se ven " + std::to_string(visor_->GetPageCount()) + " páginas, pero el documento tiene " +
+                   std::to_string(examen_->paginas) + ". Pide otra copia a quien lo hizo.",
+               true);
+        return false;
+    }
+    return true;
+}
+
+void CMainWindow::SeguirFirma() {
     Firma::Encargo encargo;
-    if (!ElegirCertificado(encargo)) return;
+    if (!PuedeFirmarse() || !ElegirCertificado(encargo)) return AcabarFirma();
     const bool conTarjeta = encargo.elegida.origen == Origen::Dnie;
     const std::string quien = encargo.elegida.cert.subjectCN;
-    auto trabajo = std::make_shared<Firma::FirmarDocumentos>(std::move(encargo), Preguntas(quien));
+    const auto trabajo = std::make_shared<Firma::FirmarDocumentos>(std::move(encargo), Preguntas(quien));
     if (!conTarjeta) MostrarEstado("Firmando con " + quien + " ...", false);
     recado_.clear();
     tarea_.Empezar(
-        trabajo, [this](const auto& estado) { MostrarProgreso(estado); }, [this] { aviso_->Quitar(); });
-    if (!tarea_.Esperar()) return;
-    if (conTarjeta) Recordar(*trabajo);
-    ContarResultado(trabajo->Respuesta());
+        trabajo, [this](const auto& estado) { MostrarProgreso(estado); },
+        [this, trabajo, conTarjeta, quien] {
+            aviso_->Quitar();
+            if (conTarjeta) Recordar(*trabajo);
+            ContarResultado(trabajo->Respuesta(), quien);
+            AcabarFirma();
+        });
+}
+
+void CMainWindow::AcabarFirma() {
+    firmando_ = false;
+    firmante_ = nullptr;
+    if (cerrarAlAcabar_) return correo_->Enviar([this] { Close(); });
+    // What the file became meanwhile, unless it is another one now.
+    if (!reemplazo_ && cambios_.HayCambio()) AlCambiarEnDisco();
 }
 
 bool CMainWindow::ElegirCertificado(Firma::Encargo& encargo) {
@@ -97,24 +124,55 @@ bool CMainWindow::ElegirCertificado(Firma::Encargo& encargo) {
     return true;
 }
 
-void CMainWindow::ContarResultado(const Firma::Firmados& firmados) {
+void CMainWindow::ContarResultado(const Firma::Firmados& firmados, const std::string& quien) {
     const LxPdfSigner::Resultado& r = firmados.documentos.front().r;
     if (!r.firmado) {
         if (r.motivo == Lx::Motivo::Cancelado) {
             MostrarEstado(kCancelada, false);
-            return aviso_->Mostrar(kCancelada, false);
+            return Avisar(kCancelada, false);
         }
-        // The document is on the screen: it opens without a password.
-        const std::string motivo = r.motivo == Lx::Motivo::Cifrado ? kProtegido : r.error;
-        MostrarEstado(motivo.empty() ? "No se pudo firmar." : motivo, true);
-        if (r.motivo == Lx::Motivo::PinIncorrecto) aviso_->Mostrar(Quedan(firmados.intentos), true);
+        MostrarEstado(r.error.empty() ? "No se pudo firmar." : r.error, true);
+        if (r.motivo == Lx::Motivo::PinIncorrecto) Avisar(Quedan(firmados.intentos), true);
         return;
     }
-    CargarDocumento(r.salida);
+    GuardarLugar();
+    firmadoAqui_.push_back(quien);
+    reemplazo_ = r;
+    pedido_ = {.ruta = r.salida, .marca = CCambiosDisco::MarcaDe(r.salida)};
+    cambios_.Dejar();
+    visor_->Replace(r.salida);
+}
+
+// The signed document is in the view, where the one without the signature was.
+void CMainWindow::OnReemplazado(const Lx::Pdf::Opened& como) {
+    const LxPdfSigner::Resultado r = *std::exchange(reemplazo_, std::nullopt);
     std::string frase = "Firmado: " + r.salida + "  (" + std::to_string(r.bytes) + " bytes)";
     if (!r.nota.empty()) frase += "  [" + r.nota + "]";
-    MostrarEstado(frase, false);
-    aviso_->Mostrar(r.aviso.empty() ? frase : frase + " " + r.aviso, false);
+    if (!r.aviso.empty()) frase += " " + r.aviso;
+    const CAviso::Accion mostrar{"Mostrar en la carpeta",
+                                 [ruta = r.salida] { Lx::LxApp::s_pApp->backend->ShowInFolder(ruta); }};
+    if (como.outcome != Lx::Pdf::Outcome::Good) {
+        firmadoAqui_.clear();
+        return Avisar(frase + "\nSe sigue viendo el original: la copia firmada no se puede mostrar. " + como.sentence,
+                      true, mostrar);
+    }
+    documento_ = r.salida;
+    bienvenida_ = false;
+    MostrarEstado("", false);
+    cambios_.Vigilar(documento_, pedido_.marca, [this] { AlCambiarEnDisco(); });
+    AnotarReciente();
+    estampa_ = r.estampa;
+    if (estampa_.pagina >= 0) {
+        const Lx::Pdf::Box caja = CajaDe(estampa_);
+        visor_->Reveal(estampa_.pagina, caja);
+        visor_->Flash(estampa_.pagina, caja);
+    }
+    if (panel_->visible) panel_->Rebuild();
+    OnPagina(visor_->GetCurrentPage(), visor_->GetPageCount());
+    Avisar(frase, false, mostrar);
+    examen_.reset();
+    Examinar(nullptr);
+    PonerFirmas();
 }
 
 // --- What the job asks, on its own thread
@@ -162,7 +220,7 @@ bool CMainWindow::PedirClave(const std::string& almacen, int intento, bool ultim
 
 int CMainWindow::Preguntar(Lx::CDialog& dialogo) {
     dialogos_.push_back(&dialogo);
-    const int resultado = dialogo.DoModal();
+    const int resultado = EnModal([&] { return dialogo.DoModal(); });
     dialogos_.pop_back();
     return resultado;
 }
@@ -181,31 +239,38 @@ void CMainWindow::OnCancelar() {
 }
 
 bool CMainWindow::OnClose() {
-    if (!firmando_) return true;
-    if (!tarea_.Cancelar() && !cerrarAlAcabar_) {
-        CPregunta pregunta(this, paleta_,
-                           {"Firma en marcha",
-                            "La clave se está usando y la firma no se puede dejar a medias. ¿Cerrar el "
-                            "programa cuando acabe?",
-                            "Cerrar al acabar", "Seguir abierto"});
-        if (Preguntar(pregunta) != Lx::kAccepted) return false;
+    if (tarea_.EnMarcha()) {
+        if (!tarea_.Cancelar() && !cerrarAlAcabar_) {
+            CPregunta pregunta(this, paleta_,
+                               {"Firma en marcha",
+                                "La clave se está usando y la firma no se puede dejar a medias. ¿Cerrar la "
+                                "ventana cuando acabe?",
+                                "Cerrar al acabar", "Seguir abierto"});
+            if (Preguntar(pregunta) != Lx::kAccepted) return false;
+        }
+        cerrarAlAcabar_ = true;
+        if (tarea_.EnMarcha()) return false;
     }
-    cerrarAlAcabar_ = true;
-    return false;
+    if (modales_ > 0) {
+        cerrarAlAcabar_ = true;
+        return false;
+    }
+    GuardarLugar();
+    return true;
 }
 
 void CMainWindow::Terminar(const std::function<void()>& alFinal) {
     cerrarAlAcabar_ = true;
     tarea_.Cancelar();
+    examinando_.Abandonar();
     correo_->Luego(kPaciencia, [this, alFinal] {
         if (tarea_.Ver().comprometido) return;
-        if (tarea_.EnMarcha())
-            tarea_.Abandonar();
-        else
-            alFinal();
+        if (!tarea_.EnMarcha()) return alFinal();
+        tarea_.Abandonar();
+        AcabarFirma();
     });
     for (auto i = dialogos_.rbegin(); i != dialogos_.rend(); ++i) (*i)->EndDialog(Lx::kCancelled);
-    if (!firmando_) Close();
+    Close();
 }
 
 // --- What is remembered

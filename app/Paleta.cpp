@@ -35,6 +35,11 @@ void VestirBoton(Lx::CButton& boton, const Colores& c, bool negrita) {
     boton.style.Get(Lx::ButtonState::Disabled).SetProperty("color", c[kSubtitulo]);
 }
 
+void VestirMarcado(Lx::CButton& boton, const Colores& c) {
+    boton.style.Get(Lx::ButtonState::Checked)
+        .ParseCSS(Css(c[kBotonEncima], c[kBotonTexto], c[kTitulo], true, kTamanoBoton));
+}
+
 void VestirCancelar(Lx::CButton& boton, const Colores& c) {
     const std::string hoja =
         Css(c[kCancelar], Lx::ThemeColor(Lx::ColorRole::AppOnCancel), c[kCancelar], false, kTamanoBoton);

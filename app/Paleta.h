@@ -45,6 +45,8 @@ using Colores = std::array<Lx::Color, kCuantos>;
 
 // The look of a button that does something, and of one that gives up.
 void VestirBoton(Lx::CButton& boton, const Colores& c, bool negrita);
+// The look that tells a toggle that is on, after VestirBoton.
+void VestirMarcado(Lx::CButton& boton, const Colores& c);
 void VestirCancelar(Lx::CButton& boton, const Colores& c);
 
 }  // namespace Orvanta::Paleta

@@ -39,6 +39,20 @@ void CWindow::OnPaint(CCanvas* /*canvas*/) {}
 void CWindow::OnThemeChanged() {
     backColor = InThemeNow(backColor, {ColorRole::Window, ColorRole::AppBackground});
 }
+Rect CWindow::ClipOf(const CControl& control) const {
+    return control.rect;
+}
+void CWindow::PaintGround(CCanvas* canvas) {
+    OnPaint(canvas);
+}
+void CWindow::PaintAbove(CCanvas* /*canvas*/) {}
+bool CWindow::OfferFirst(Event& /*ev*/) {
+    return false;
+}
+bool CWindow::OfferWheel(const Event& /*ev*/) {
+    return false;
+}
+void CWindow::FocusMoved() {}
 bool CWindow::OnInit() {
     return true;
 }
@@ -81,7 +95,16 @@ bool CWindow::Create() {
         delete std::exchange(impl, nullptr);
         return false;
     }
+    FitScreen();
     return OnInit();
+}
+
+void CWindow::FitScreen() {
+    const Size room = impl->WorkArea();
+    if (room.cx < 1 || room.cy < 1 || (rect.w <= room.cx && rect.h <= room.cy)) return;
+    rect.w = std::min(rect.w, room.cx);
+    rect.h = std::min(rect.h, room.cy);
+    impl->Resize({rect.w, rect.h});
 }
 
 void CWindow::Show() {
@@ -113,7 +136,10 @@ void CWindow::SetResizable(bool resizable) {
 }
 
 void CWindow::SetMinSize(const Size& size) {
-    if (impl) impl->SetMinSize(size);
+    if (!impl) return;
+    const Size room = impl->WorkArea();
+    const bool known = room.cx > 0 && room.cy > 0;
+    impl->SetMinSize(known ? Size{std::min(size.cx, room.cx), std::min(size.cy, room.cy)} : size);
 }
 
 void CWindow::SetMaxSize(const Size& size) {
@@ -191,6 +217,7 @@ void CWindow::RemoveControl(CControl* control, bool destroy) {
 
 void CWindow::SetFocusControl(CControl* control) {
     focus = control;
+    FocusMoved();
     // The old and the new control look different now, and neither is told.
     InvalidateRect(nullptr);
 }
@@ -201,7 +228,7 @@ void CWindow::SetOverlayControl(CControl* control) {
 
 CControl* CWindow::HitTest(const Point& pt) const {
     for (auto it = controls.rbegin(); it != controls.rend(); ++it)
-        if (TakesInput(**it) && (*it)->rect.Contains(pt)) return *it;
+        if (TakesInput(**it) && (*it)->rect.Contains(pt) && ClipOf(**it).Contains(pt)) return *it;
     return nullptr;
 }
 
@@ -210,7 +237,7 @@ bool CWindow::Owns(const CControl* control) const {
 }
 
 void CWindow::RouteEvent(Event& ev) {
-    if (OfferToOverlay(ev)) return;
+    if (OfferFirst(ev) || OfferToOverlay(ev)) return;
     CControl* target = PickTarget(ev);
     target = TrackHover(ev, target);
     if (Deliver(ev, target)) return;
@@ -254,6 +281,7 @@ bool CWindow::GiveFocus(CControl* control) {
     if (focus) SendFocusEvent(focus, EventType::KillFocus);
     if (!Owns(control)) return false;
     focus = control;
+    FocusMoved();
     SendFocusEvent(control, EventType::SetFocus);
     InvalidateRect(nullptr);
     return Owns(control);
@@ -305,7 +333,7 @@ void CWindow::DispatchToOwner(Event& ev) {
         case EventType::MouseDoubleClick:
             return OnMouseDoubleClick(ev.modifiers, ev.pt);
         case EventType::MouseWheel:
-            return OnMouseWheel(ev.modifiers, ev.wheelDelta, ev.pt);
+            return OfferWheel(ev) ? void() : OnMouseWheel(ev.modifiers, ev.wheelDelta, ev.pt);
         case EventType::KeyDown:
             return OnKeyDown(key, ev.modifiers);
         case EventType::KeyUp:
@@ -333,17 +361,20 @@ void CWindow::PaintAll(CCanvas* canvas) {
     if (!canvas) return;
     const Rect everything{-1, -1, rect.w + 2, rect.h + 2};
     canvas->FillRect(everything, backColor);
-    OnPaint(canvas);
+    PaintGround(canvas);
     for (const bool above : {false, true}) {
         // By index: painting may add a control.
         for (size_t i = 0; i < controls.size(); ++i) {
             CControl* control = controls[i];
             if (!control->visible || control->IsOverlayPaint() != above) continue;
             const CCanvasState state(*canvas);
+            const Rect clip = ClipOf(*control);
+            if (!above && clip != control->rect) canvas->ClipRect(clip);
             canvas->ClipRect(above ? everything : control->rect);
             control->OnPaint(canvas);
         }
     }
+    PaintAbove(canvas);
 }
 
 void CWindow::HandleResize(const Size& size) {

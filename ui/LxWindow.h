@@ -115,7 +115,20 @@ class CWindow : public CControl {
     CControl* overlay = nullptr;  // offered mouse events first: the control with an open drop-down list
     bool keepAppOnClose = false;  // when false, the application quits as this window closes
 
+  protected:
+    // For a window that shows its controls through an opening of its own: what of the client area shows one, what is
+    // painted below them all and above them all, who is offered events before any control and a wheel that none took,
+    // and that `focus` changed.
+    [[nodiscard]] virtual Rect ClipOf(const CControl& control) const;
+    virtual void PaintGround(CCanvas* canvas);
+    virtual void PaintAbove(CCanvas* canvas);
+    virtual bool OfferFirst(Event& ev);
+    virtual bool OfferWheel(const Event& ev);
+    virtual void FocusMoved();
+
   private:
+    // A platform window larger than its screen has room for becomes smaller.
+    void FitScreen();
     // The stages of RouteEvent. A handler may remove any control, so that each stage gives what is left of the target.
     bool OfferToOverlay(Event& ev);
     CControl* PickTarget(const Event& ev);

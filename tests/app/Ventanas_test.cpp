@@ -1,158 +1,18 @@
-// The windows' own logic, without a display, a card or a store.
-#include <gmock/gmock.h>
+// The dialogs' own logic, without a display, a card or a store.
+#include "tests/app/Ventanas.h"
 
 #include <atomic>
-#include <future>
-#include <memory>
 #include <thread>
 
 #include "app/AjusteTexto.h"
 #include "app/DiagnosticoDialog.h"
-#include "app/DlgFirmar.h"
 #include "app/Etapas.h"
-#include "app/MainWindow.h"
 #include "app/PinDialog.h"
-#include "tests/apoyo/Apoyo.h"
-#include "tests/app/Fuentes.h"
-#include "tests/ui/apoyo/Falso.h"
-#include "ui/LxButton.h"
 #include "ui/LxComboBox.h"
 #include "ui/LxEdit.h"
-#include "ui/LxLabel.h"
 #include "ui/LxListView.h"
 
-namespace {
-
-namespace Paleta = Orvanta::Paleta;
-using Lx::KeyCode;
-using Lx::CertStore::Entrada;
-using Lx::CertStore::Origen;
-using testing::ElementsAre;
-
-struct Documento : Lx::Pdf::IDocument {
-    explicit Documento(int n) : paginas(n) {}
-    [[nodiscard]] int GetPageCount() const override { return paginas; }
-    bool RenderPage(int, int width, Lx::Pdf::Raster& out, std::string&) override {
-        out = {width, width, std::vector<unsigned char>(static_cast<size_t>(4 * width * width), 255)};
-        return true;
-    }
-    int paginas;
-};
-
-// The n-th control of a kind, in the order in which the window made them.
-template <class T>
-T& Control(const Lx::CWindow& v, size_t n) {
-    std::vector<T*> todos;
-    for (Lx::CControl* c : v.controls)
-        if (auto* t = dynamic_cast<T*>(c)) todos.push_back(t);
-    return *todos.at(n);
-}
-
-void Pulsar(Lx::CWindow& v, const std::string& boton) {
-    for (Lx::CControl* c : v.controls) {
-        const auto* b = dynamic_cast<Lx::CButton*>(c);
-        if (b != nullptr && b->visible && b->text == boton) {
-            Falso::Clic(v, b->rect.x + 5, b->rect.y + 5);
-            return;
-        }
-    }
-    ADD_FAILURE() << "no button " << boton;
-}
-
-// A certificate that is fit to sign with.
-Entrada Apta(Origen origen, const std::string& cn, const std::string& emisor = "CA") {
-    Entrada e{origen, "", origen == Origen::Dnie ? "lector" : "", Apoyo::IdentidadComun().certificado, true};
-    e.cert.subjectCN = e.cert.serial = cn;
-    e.cert.issuerCN = emisor;
-    e.cert.contentCommitment = true;
-    return e;
-}
-
-// On the window's thread, from a job's.
-void EnVentana(const std::function<void()>& hacer) {
-    std::promise<void> hecho;
-    Lx::LxApp::s_pApp->backend->Post([&] {
-        hacer();
-        hecho.set_value();
-    });
-    hecho.get_future().wait();
-}
-
-class Ventanas : public testing::Test {
-  protected:
-    Ventanas() {
-        g_fuentes = {};
-        Falso::ElMundo().ocupado = [] { return CTarea::Hilos() > 0; };
-        Falso::ElMundo().abrirPdf = [this](const std::string&, std::string& error) -> Lx::Pdf::IDocument* {
-            error = "motivo";
-            return paginas_ > 0 ? new Documento(paginas_) : nullptr;
-        };
-    }
-    // A main window with a document of so many pages; 0: one that can't be opened.
-    CMainWindow& Abrir(int paginas) {
-        paginas_ = paginas;
-        ventana_ = std::make_unique<CMainWindow>();
-        ventana_->PonerDocumentoInicial(ruta_);
-        ventana_->keepAppOnClose = true;  // another may follow
-        EXPECT_TRUE(ventana_->Create());
-        ventana_->HandleResize({900, 680});
-        // The window is there before its document.
-        EXPECT_EQ(Control<Lx::CLabel>(*ventana_, 0).text, "");
-        Falso::Pintar(*ventana_);
-        EXPECT_EQ(Control<Lx::CLabel>(*ventana_, 0).text, "");
-        Falso::HacerTareas();
-        EXPECT_NE(Control<Lx::CLabel>(*ventana_, 0).text, "");
-        return *ventana_;
-    }
-    // A dialog whose list is complete.
-    std::unique_ptr<CDlgFirmar> Elegir(const Lx::CertStore::Contexto& ctx = {}) {
-        auto d = std::make_unique<CDlgFirmar>(nullptr, Paleta::DelTema(), "doc.pdf", ctx, 9);
-        EXPECT_TRUE(d->Create());
-        Listo(*d);
-        return d;
-    }
-    static void Listo(const CDlgFirmar& d) {
-        Falso::HastaQue([&d] { return CTarea::Hilos() == 0 && Control<Lx::CButton>(d, 4).enabled; });
-    }
-    int paginas_ = 0;
-    std::string ruta_ = "/a/doc.pdf";
-    Falso::Aplicacion app_;
-    std::unique_ptr<CMainWindow> ventana_;
-};
-
-TEST_F(Ventanas, IrAUnaHoja) {
-    CMainWindow& v = Abrir(12);
-    auto& hoja = Control<Lx::CEdit>(v, 0);
-    const Apoyo::Filas<std::string, std::string> filas = {
-        {" +7 x", "7 / 12"}, {"0", "7 / 12"},      {"-3", "7 / 12"},
-        {"", "7 / 12"},      {"5 / 12", "5 / 12"}, {"99999999999", "12 / 12"},
-    };
-    for (const auto& [escrito, queda] : filas) {
-        SCOPED_TRACE(escrito);
-        v.SetFocusControl(&hoja);
-        hoja.SetText(escrito);
-        Falso::Tecla(v, KeyCode::Enter);
-        EXPECT_EQ(hoja.GetText(), queda);
-    }
-}
-
-TEST_F(Ventanas, LaLineaDeEstado) {
-    CMainWindow& v = Abrir(0);
-    auto& estado = Control<Lx::CLabel>(v, 0);
-    EXPECT_EQ(estado.text, "Error al abrir /a/doc.pdf: motivo");
-    EXPECT_EQ(estado.textColor, Lx::ThemeColor(Lx::ColorRole::AppErrorOnFooter));
-    paginas_ = 1;
-    v.OnDropFile("/b/otro.pdf");
-    v.MostrarEstado("algo", false);
-    EXPECT_EQ(estado.text, "/b/otro.pdf");
-    EXPECT_EQ(estado.textColor, Lx::ThemeColor(Lx::ColorRole::AppOnFooter));
-    auto& aviso = Control<CAviso>(v, 0);
-    v.MostrarEstado(std::string(80, 'a') + " " + std::string(80, 'b'), true);
-    EXPECT_TRUE(aviso.visible);
-    EXPECT_THAT(Falso::Pintar(aviso), testing::Contains(testing::HasSubstr("\"" + std::string(80, 'b') + "\"")));
-    Falso::Tecla(v, KeyCode::Escape);
-    EXPECT_FALSE(aviso.visible);
-}
+namespace PruebaApp {
 
 TEST_F(Ventanas, LasFilasDelDialogo) {
     std::string n43;
@@ -473,102 +333,6 @@ TEST_F(Ventanas, ElDiagnosticoVaConLaTarjeta) {
     EXPECT_TRUE(d.done);
 }
 
-TEST_F(Ventanas, MientrasFirma) {
-    const Apoyo::CarpetaTemporal carpeta;
-    ruta_ = carpeta / "doc.pdf";
-    Apoyo::EscribirFichero(ruta_, "x");
-    g_fuentes.entradas = {Apta(Origen::Dnie, "Ana")};
-    const auto cerrar = [](CMainWindow& v, const std::string& respuesta) {
-        if (!respuesta.empty()) Lx::LxApp::s_pApp->backend->Post([respuesta] { Pulsar(Falso::Arriba(), respuesta); });
-        v.Close();
-    };
-    using Accion = std::function<void(CMainWindow&)>;
-    const Apoyo::Filas<bool, Accion, bool, bool> casos = {
-        {false, [](CMainWindow& v) { Falso::Tecla(v, KeyCode::Escape); }, true, false},
-        {false, [](CMainWindow& v) { Pulsar(v, "Cancelar"); }, true, false},
-        {false, [&](CMainWindow& v) { cerrar(v, ""); }, true, true},
-        {false, [](CMainWindow& v) { v.Terminar([] { ADD_FAILURE(); }); }, true, true},
-        {true, [&](CMainWindow& v) { cerrar(v, "Seguir abierto"); }, false, false},
-        {true, [&](CMainWindow& v) { cerrar(v, "Cerrar al acabar"); }, false, true},
-        {true,
-         [](CMainWindow& v) {
-             v.Terminar([] { ADD_FAILURE(); });
-             Falso::HacerTareas();
-         },
-         false, true},
-    };
-    int caso = 0;
-    for (const auto& [enUso, accion, cancela, cierra] : casos) {
-        SCOPED_TRACE(caso++);
-        CMainWindow& v = Abrir(3);
-        g_fuentes.alConsultar = [&, enUso = enUso, accion = accion, cancela = cancela](Lx::Control& control) {
-            control.Pasar(Lx::Etapa::Copia, 100);
-            control.Avanzar(62);
-            if (enUso) static_cast<void>(control.Comprometer());
-            EnVentana([&] {
-                Falso::HacerTareas();
-                const auto& aviso = Control<CAviso>(v, 0);
-                EXPECT_EQ(aviso.Accessibility().name, "Firmando 62 %");
-                EXPECT_THAT(Falso::Pintar(v), testing::Contains(testing::HasSubstr("\"Firmando 62 %\"")));
-                // The pages turn, another document is not opened, and no other signature begins.
-                Falso::Tecla(v, KeyCode::PageDown);
-                EXPECT_EQ(Control<Lx::CEdit>(v, 0).GetText(), "2 / 3");
-                Falso::Clic(v, aviso.rect.x + 5, aviso.rect.y + 5);
-                EXPECT_TRUE(aviso.visible);
-                v.OnDropFile("/otro.pdf");
-                Pulsar(v, "Firmar");
-                EXPECT_THAT(aviso.Accessibility().name, testing::HasSubstr("Ya hay una firma en marcha"));
-                accion(v);
-            });
-            EXPECT_EQ(control.Cancelado(), cancela);
-            control.Soltar();
-            // What was asked for while the key was in use counts now.
-            if (!control.Cancelado()) control.Cancelar();
-        };
-        Falso::ElMundo().guion.push_back([] { Falso::Tecla(Falso::Arriba(), KeyCode::Enter); });
-        Pulsar(v, "Firmar");
-        EXPECT_EQ(Control<Lx::CLabel>(v, 0).text, ruta_);
-        EXPECT_EQ(Control<CAviso>(v, 0).Accessibility().name, "Firma cancelada por el usuario.");
-        EXPECT_EQ(Falso::De(v).cerrada, cierra);
-        Falso::HastaQue([] { return CTarea::Hilos() == 0; });
-    }
-}
-
-// The program is told to end while a device doesn't answer.
-TEST_F(Ventanas, ElFinNoEspera) {
-    const Apoyo::CarpetaTemporal carpeta;
-    ruta_ = carpeta / "doc.pdf";
-    Apoyo::EscribirFichero(ruta_, "x");
-    g_fuentes.entradas = {Apta(Origen::Dnie, "Ana")};
-    CMainWindow& v = Abrir(1);
-    std::promise<void> soltar;
-    g_fuentes.alConsultar = [&](Lx::Control&) {
-        EnVentana([&] {
-            Falso::ElMundo().tareas.clear();
-            v.Terminar([] { ADD_FAILURE(); });
-            Falso::HacerTareas();
-        });
-        soltar.get_future().wait();
-    };
-    Falso::ElMundo().guion.push_back([] { Falso::Tecla(Falso::Arriba(), KeyCode::Enter); });
-    Pulsar(v, "Firmar");
-    EXPECT_TRUE(Falso::De(v).cerrada);
-    EXPECT_FALSE(Control<CAviso>(v, 0).visible) << "there is no result";
-    EXPECT_EQ(CTarea::Hilos(), 1);
-    soltar.set_value();
-    Falso::HastaQue([] { return CTarea::Hilos() == 0; });
-    CMainWindow& ultima = Abrir(1);
-    g_fuentes.alConsultar = [](Lx::Control& control) {
-        EnVentana([] { Lx::LxApp::s_pApp->Quit(0); });
-        while (!control.Cancelado()) {
-        }
-    };
-    Falso::ElMundo().guion.push_back([] { Falso::Tecla(Falso::Arriba(), KeyCode::Enter); });
-    Pulsar(ultima, "Firmar");
-    EXPECT_FALSE(Control<CAviso>(ultima, 0).visible);
-    Falso::HastaQue([] { return CTarea::Hilos() == 0; });
-}
-
 // What is sent to a window that is no more is not done, and nobody waits for it.
 TEST_F(Ventanas, ElCorreoSeCierra) {
     const auto correo = std::make_shared<Correo>();
@@ -654,8 +418,9 @@ TEST(Texto, EnLineas) {
         {"uno dos tres", 49, "uno dos\ntres"},
         {"/muy/largo/y/sin/blancos ñññ", 42, "/muy/l\nargo/y\n/sin/b\nlancos\nñññ"},
         {"ñab", -1, "ñ\na\nb"},
+        {"uno\n\ndos tres", 49, "uno\n\ndos\ntres"},
     };
     for (const auto& [texto, ancho, lineas] : filas) EXPECT_EQ(Orvanta::EnLineas(texto, 11, ancho), lineas);
 }
 
-}  // namespace
+}  // namespace PruebaApp

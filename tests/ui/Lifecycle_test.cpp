@@ -166,6 +166,42 @@ TEST(Dialogo, EndsByCodeByItsCloseButtonOrNotAtAll) {
     EXPECT_EQ(Falso::ElMundo().ventanasVivas, 1) << "the owner's alone";
 }
 
+TEST(Dialogo, ScrollsAboveItsButtonsOnASmallScreen) {
+    const Falso::Aplicacion app;
+    Registro registro;
+    VentanaTestigo dialogo(registro);
+    dialogo.keepAppOnClose = true;
+    Testigo* arriba = dialogo.Poner("arriba", {10, 20, 380, 30});
+    Testigo* abajo = dialogo.Poner("abajo", {10, 215, 380, 30});
+    auto* boton = dialogo.AddButton("Sí", {300, 260, 90, 30});
+    const auto y = [&] {
+        Falso::Pintar(dialogo);
+        return std::vector<int>{arriba->rect.y, abajo->rect.y, boton->rect.y};
+    };
+    Falso::ElMundo().areaDeTrabajo = {500, 220};
+    Falso::ElMundo().guion = {[&] {
+        EXPECT_THAT(Falso::De(dialogo).lineas, testing::Contains("Resize 400x220"));
+        EXPECT_THAT(y(), ElementsAre(20, 215, 180));
+        // The line is at 252, 8 above the button, and 172 are left above it.
+        EXPECT_EQ(dialogo.HitTest({350, 190}), boton);
+        EXPECT_EQ(dialogo.HitTest({50, 216}), nullptr) << "what lies under the buttons isn't there";
+        dialogo.SetFocusControl(abajo);
+        EXPECT_THAT(y(), ElementsAre(-60, 135, 180)) << "with 8 around it, but no farther than the end";
+        EXPECT_THAT(Falso::Pintar(dialogo), testing::Contains("ClipRect 0,0,400,172"));
+        Falso::Rueda(dialogo, 50, 100, 1);
+        EXPECT_THAT(y(), ElementsAre(-12, 183, 180));
+        abajo->rect.y = 150;
+        EXPECT_THAT(y(), ElementsAre(-12, 118, 180)) << "moved by the program, in a dialog of full size";
+        Falso::Raton(dialogo, Lx::EventType::MouseDown, 395, 170);
+        EXPECT_LT(y()[0], -12) << "a press in the bar's track";
+        dialogo.EndDialog(1);
+    }};
+    EXPECT_EQ(dialogo.DoModal(), 1);
+    EXPECT_EQ(arriba->rect, (Lx::Rect{10, 20, 380, 30}));
+    EXPECT_EQ(boton->rect.y, 260);
+    EXPECT_EQ(dialogo.rect.h, 300);
+}
+
 TEST(Dialogo, NestsAndTheOuterOneGoesOn) {
     const Falso::Aplicacion app;
     Registro registro;

@@ -92,6 +92,10 @@ bool CGaleria::OnInit() {
     PonerListas();
     estado_ = AddLabel("Pulse, escriba o suelte aquí un fichero.", {kMargen, kAlto - 30, 560, 20});
     AddControl(new CMuestra({kMargen + 500, 334, 100, 24}));
+    nota_ = new CNota("Aviso de muestra");
+    nota_->rect = {kMargen + 300, kAlto - 30, 200, 20};
+    nota_->visible = false;
+    AddControl(nota_);
     PonerPagina();
     Anotar("inicio");
     return true;
@@ -155,7 +159,7 @@ void CGaleria::PonerListas() {
         return l;
     };
     lista(kMargen, CListView::kRows)->OnSelectionChanged(this, &CGaleria::OnFila);
-    lista(kMargen + 2 * kColumna, CListView::kCards);
+    lista(kMargen + 2 * kColumna, CListView::kCards)->OnSelectionChanged(this, &CGaleria::OnFila);
 }
 
 void CGaleria::PonerPagina() {
@@ -216,6 +220,11 @@ void CGaleria::OnKeyDown(KeyCode key, unsigned modifiers) {
     if (key == KeyCode::F4) cerrable_ = !cerrable_;
     if (key == KeyCode::F5) throw 5;
     if (key == KeyCode::F6) OnMenu();
+    if (key == KeyCode::F11) OnImprimir();
+    if (key == KeyCode::F10) {
+        nota_->visible = !nota_->visible;
+        InvalidateRect(nullptr);
+    }
     if (key == KeyCode::F7) Elegir("Guardar como", true);
     if (key == KeyCode::F8 && LxApp::s_pApp->backend->OpenAddress("https://example.org/")) Anotar("dirección");
     if (key == KeyCode::F9) LxApp::s_pApp->backend->ShowInFolder(documento_);
@@ -291,6 +300,21 @@ void CGaleria::OnMenu() {
                                      {.text = "Imprimir…", .enabled = false, .command = 3},
                                      {.text = "Página & página", .checkable = true, .checked = true, .command = 4}};
     Anotar("menu %d", RunPlatformMenu(this, ordenes, {kMargen, 48}));
+}
+
+void CGaleria::OnImprimir() {
+    std::string error;
+    const auto obra = RunPlatformPrintDialog({.owner = this, .title = "Galería", .pages = 3, .current = 1}, error);
+    if (obra == nullptr) return Anotar("sin imprimir %s", error.c_str());
+    for (const int pagina : obra->Pages()) {
+        Size papel;
+        int giro = 0;
+        if (!obra->BeginPage(300, 200, papel, giro)) return Anotar("sin papel");
+        const std::vector<unsigned char> fila(static_cast<size_t>(papel.cx) * 4);
+        const bool pintada = obra->DrawBand(fila.data(), papel.cx, 1, papel.cx * 4, pagina);
+        Anotar("impresa %d %d", pagina + 1, pintada ? 1 : 0);
+    }
+    Anotar("imprimir %d", obra->Finish() ? 1 : 0);
 }
 
 void CGaleria::OnFichero() {

@@ -33,6 +33,17 @@ class CDialogoMuestra : public CDialog {
     CEdit* texto_ = nullptr;
 };
 
+// A notice, as assistive tools know one.
+class CNota : public CLabel {
+  public:
+    using CLabel::CLabel;
+    [[nodiscard]] AccessibleInfo Accessibility() const override {
+        AccessibleInfo info = CLabel::Accessibility();
+        info.role = AccessibleRole::Notification;
+        return info;
+    }
+};
+
 class CGaleria : public CWindow {
   public:
     explicit CGaleria(std::string documento);
@@ -71,6 +82,7 @@ class CGaleria : public CWindow {
     void OnDialogo();
     void OnFichero();
     void OnMenu();
+    void OnImprimir();
     void Elegir(const char* titulo, bool guardar);
     void OnEdicion(const std::string& texto);
     void OnCombo(int indice);
@@ -81,6 +93,7 @@ class CGaleria : public CWindow {
     CButton* marcado_ = nullptr;
     CEdit* edicion_ = nullptr;
     CLabel* estado_ = nullptr;
+    CLabel* nota_ = nullptr;
     CPdfView* pagina_ = nullptr;
     bool cerrable_ = true;
 };

@@ -132,7 +132,7 @@ struct CDocView::Inside {
     unsigned zoomStep = 0;
     Pdf::IPages::Id askingSizes = 0;
     bool firstPageDue = false;
-    std::vector<std::function<void(int32_t)>> onPicture;  // for who shows small ones
+    std::pair<int32_t, int32_t> thumbnails{0, -1};  // the first and last that are seen beside the view
 
     [[nodiscard]] bool IsSliced(int32_t page) const;
     [[nodiscard]] WantedTiles Plan() const;

@@ -18,7 +18,7 @@ constexpr size_t kPlanned = TileCache::kLimit - TileCache::kSmallLimit;
 bool CDocView::Inside::IsSliced(int32_t page) const {
     const auto [w, h] = layout.PixelsOf(page);
     const int64_t pixels = int64_t{w} * h;
-    if (pixels > kWholePixels)
+    if (pixels > kWholePixels || std::max(w, h) > kLongestSide)
         sliced.insert(page);
     else if (pixels <= kWholeAgain)
         sliced.erase(page);
@@ -45,7 +45,7 @@ void CDocView::Inside::Pump() {
         if (!wanted) pages->Cancel(it->first);
         it = wanted ? std::next(it) : drawing.erase(it);
     }
-    bool seenAll = true;
+    bool seenAll = plan.visible > 0;
     for (size_t i = 0; i < plan.tiles.size(); ++i) {
         const Pdf::TileSpec& tile = plan.tiles[i];
         if (IsThere(tile)) continue;
@@ -79,15 +79,15 @@ void CDocView::Inside::OnTile(const Pdf::TileSpec& tile, Pdf::Outcome outcome, c
     const Rect changed = OnClient(place);
     if (changed.w > 0) view.Invalidate(&changed);
     Pump();
-    for (const auto& told : onPicture) told(tile.page);
 }
 
 void CDocView::Inside::TrimTo(size_t limit) {
     WantedTiles plan = Plan();
     plan.tiles.resize(plan.visible);
     const auto [first, last] = layout.PagesBetween(scrollY, scrollY + height);
-    cache.Trim(limit, {first, last, direction, std::move(plan.tiles),
-                       [this](int32_t page) { return page < layout.Count() ? layout.PixelsOf(page).first : 0; }});
+    cache.Trim(limit,
+               {first, last, direction, std::move(plan.tiles),
+                [this](int32_t page) { return page < layout.Count() ? layout.PixelsOf(page).first : 0; }, thumbnails});
 }
 
 // The sizes of the pages that are seen, and of those around them.

@@ -8,7 +8,7 @@ namespace Lx {
 namespace {
 
 constexpr Pdf::PageSize kGuess{595, 842};
-constexpr float kSmallest = 0.01F, kLargest = 2e6F;  // points; what goes beyond is no page
+constexpr float kSmallest = 1e-3F, kLargest = 1e7F;  // points; what goes beyond is no page
 constexpr double kPixelsToPoint = 96.0 / 72;
 constexpr double kMostPixels = 1e9;
 

@@ -23,9 +23,13 @@ int64_t Distance(int32_t page, const TileKeep& keep) {
     return behind ? 2 * away : away;
 }
 
+int64_t SmallDistance(int32_t page, const TileKeep& keep) {
+    return page >= keep.thumbnails.first && page <= keep.thumbnails.second ? 0 : Distance(page, keep);
+}
+
 int64_t RankOf(const Tile& tile, const TileKeep& keep) {
     const int64_t away = Distance(tile.spec.page, keep);
-    if (tile.kind == Tile::Kind::Small) return away;
+    if (tile.kind == Tile::Kind::Small) return SmallDistance(tile.spec.page, keep);
     const bool current = !tile.old && tile.spec.width == keep.widthOf(tile.spec.page);
     if (current && std::find(keep.visible.begin(), keep.visible.end(), tile.spec) != keep.visible.end()) return kStays;
     // In sight what stands in is worth more than what may be seen later.
@@ -116,13 +120,14 @@ void TileCache::LeaveSmall(const Tile& gone) {
 
 void TileCache::TrimSmall(const TileKeep& keep) {
     while (smallBytes_ > kSmallLimit) {
-        int64_t farthest = -1;
+        int64_t farthest = 0;
         int32_t of = 0;
         for (const auto& [page, tiles] : pages_) {
             const bool has = std::any_of(tiles.begin(), tiles.end(), IsSmall);
-            if (has && Distance(page, keep) > farthest) std::tie(farthest, of) = std::tuple(Distance(page, keep), page);
+            const int64_t away = SmallDistance(page, keep);
+            if (has && away > farthest) std::tie(farthest, of) = std::tuple(away, page);
         }
-        if (farthest < 0) return;
+        if (farthest == 0) return;
         for (size_t i = Of(of).size(); i-- > 0;)
             if (IsSmall(Of(of)[i])) Drop(of, i);
     }

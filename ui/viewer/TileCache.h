@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <functional>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "ui/LxPages.h"
@@ -25,7 +26,8 @@ struct TileKeep {
     int32_t first = 0, last = -1;  // the pages that are seen
     int direction = 1;             // of the last scroll
     std::vector<Pdf::TileSpec> visible;
-    std::function<int32_t(int32_t page)> widthOf;  // what the page is shown at
+    std::function<int32_t(int32_t page)> widthOf;   // what the page is shown at
+    std::pair<int32_t, int32_t> thumbnails{0, -1};  // the first and the last that are seen elsewhere
 };
 
 class TileCache {

@@ -65,6 +65,8 @@ class CPantalla {
     Salida EjecutarAqui(const std::vector<std::string>& argumentos) const;
     // What an assistive tool sees of the program: textos.py with these arguments.
     Salida Textos(std::vector<std::string> argumentos) const;
+    // Writes "listo" when it listens, then the line of what is shown and matches.
+    [[nodiscard]] CPrograma Oyente(const std::string& patron, int segundos) const;
 
   private:
     // The pointer goes there; what else it does follows.

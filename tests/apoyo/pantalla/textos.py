@@ -1,6 +1,7 @@
 #!/usr/bin/python3
-"""textos.py REGEX SECONDS [donde | ORDER...]: waits until a line of what an assistive tool sees of the program matches,
-and prints all lines or, with "donde", the middle of the last that matches, as "x y" of the screen.
+"""textos.py REGEX SECONDS [donde | oye | ORDER...]: waits until a line of what an assistive tool sees of the program matches,
+and prints all lines or, with "donde", the middle of the last that matches, as "x y" of the screen. With "oye" it waits
+for something that says that it is shown, and prints the line of that.
 
 A line is "role|name|states|text". An ORDER, press=NAME, text=NAME=VALUE or focus=NAME, is done then, one after the
 other, before the lines are read again. Ends with 1 when none matched in time."""
@@ -12,9 +13,9 @@ import time
 import gi
 
 gi.require_version("Atspi", "2.0")
-from gi.repository import Atspi  # noqa: E402
+from gi.repository import Atspi, GLib  # noqa: E402
 
-ESTADOS = {"CHECKED", "EDITABLE", "ENABLED", "FOCUSABLE", "FOCUSED", "SELECTED"}
+ESTADOS = {"CHECKED", "EDITABLE", "ENABLED", "FOCUSABLE", "FOCUSED", "MODAL", "SELECTED"}
 
 
 def todos(objeto):
@@ -50,7 +51,22 @@ def actuar(orden):
     accion.do_action(nombres.index({"press": "press", "focus": "setfocus"}[que]))
 
 
+def oir(patron, segundos):
+    def llega(suceso):
+        if suceso.detail1 and patron.search(linea(suceso.source)):
+            print(linea(suceso.source))
+            Atspi.event_quit()
+
+    Atspi.EventListener.new(llega).register("object:state-changed:showing")
+    GLib.timeout_add(int(segundos * 1000), Atspi.event_quit)
+    print("listo", flush=True)
+    Atspi.event_main()
+
+
 patron, fin = re.compile(sys.argv[1]), time.monotonic() + float(sys.argv[2])
+if sys.argv[3:] == ["oye"]:
+    oir(patron, float(sys.argv[2]))
+    sys.exit(0)
 lineas = []
 while True:
     try:

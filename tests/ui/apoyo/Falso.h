@@ -107,6 +107,7 @@ class Ventana : public Lx::CWindowImpl, public Apuntes {
     void SetMinSize(const Lx::Size& s) override { Apuntar("SetMinSize", s); }
     void SetMaxSize(const Lx::Size& s) override { Apuntar("SetMaxSize", s); }
     void Center() override { Apuntar("Center"); }
+    void Resize(const Lx::Size& s) override { Apuntar("Resize", s); }
     [[nodiscard]] void* GetHandle() const override { return const_cast<Ventana*>(this); }
     bool SetTimer(unsigned, unsigned) override { return true; }
     bool KillTimer(unsigned) override { return true; }

@@ -3,7 +3,11 @@
 #include <poll.h>
 
 #include <chrono>
+#include <cmath>
+#include <codecvt>
 #include <cstring>
+#include <filesystem>
+#include <locale>
 #include <memory>
 
 #include "tests/apoyo/Apoyo.h"
@@ -54,11 +58,31 @@ class Documento : public testing::Test {
     std::unique_ptr<Pages> doc;
 };
 
-std::string UnaHoja(const std::string& entradas, const std::string& contenido) {
-    return Apoyo::PdfDe(
-        {"<< /Type /Catalog /Pages 2 0 R >>", "<< /Type /Pages /Count 1 /Kids [3 0 R] >>",
-         "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 200 100] /Contents 4 0 R " + entradas + " >>",
-         "<< /Length " + std::to_string(contenido.size()) + " >>\nstream\n" + contenido + "\nendstream"});
+std::string Flujo(const std::string& contenido) {
+    return "<< /Length " + std::to_string(contenido.size()) + " >>\nstream\n" + contenido + "\nendstream";
+}
+
+// One page with these letters to write with, /F and /H (its "a" is an alef, and so on); other objects come from 7 on.
+std::string UnaHoja(const std::string& entradas, const std::string& contenido, const std::string& catalogo = {},
+                    const std::vector<std::string>& otros = {}) {
+    std::vector<std::string> objetos{
+        "<< /Type /Catalog /Pages 2 0 R " + catalogo + " >>",
+        "<< /Type /Pages /Count 1 /Kids [3 0 R] >>",
+        "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 200 100] /Contents 4 0 R /Resources << /Font << /F << /Type /Font "
+        "/Subtype /Type1 /BaseFont /Helvetica /Encoding /WinAnsiEncoding >> /H 5 0 R >> >> " +
+            entradas + " >>",
+        Flujo(contenido),
+        "<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica /ToUnicode 6 0 R >>",
+        Flujo("begincmap 1 begincodespacerange <00> <FF> endcodespacerange 1 beginbfrange <61> <7A> <05D0> endbfrange "
+              "endcmap")};
+    objetos.insert(objetos.end(), otros.begin(), otros.end());
+    return Apoyo::PdfDe(objetos);
+}
+
+std::string Utf8(const PageText& texto, size_t desde = 0, size_t cuantos = SIZE_MAX) {
+    std::u32string letras;
+    for (size_t i = desde; i < texto.glyphs.size() && i - desde < cuantos; ++i) letras += texto.glyphs[i].code;
+    return std::wstring_convert<std::codecvt_utf8<char32_t>, char32_t>().to_bytes(letras);
 }
 
 // 0xffRRGGBB
@@ -95,6 +119,138 @@ TEST_F(Documento, DaCadaTrozoDeUnaHojaGirada) {
                                          {{0, 10, 0, {0, 0, 0, 5}}, Outcome::BadSize},
                                          {{0, 90'000, 0, {0, 0, 20'000, 9'000}}, Outcome::NoMemory}})
         EXPECT_EQ(Dibujar(trozo).first, espera);
+}
+
+// Where letters stand on a page as it is seen, whatever way it is kept.
+TEST_F(Documento, CadaLetraEstaDondeSeVe) {
+    // The "l" is at (50, 70) of user space, 4 points wide and about 20 high.
+    const Apoyo::Filas<std::string, Box> casos{
+        {"", {50, 15, 54, 35}},
+        {"/CropBox [40 20 140 90]", {10, 5, 14, 25}},
+        {"/Rotate 90 /CropBox [40 20 140 90]", {45, 10, 65, 14}},
+        {"/Rotate 180", {146, 65, 150, 85}},
+        {"/Rotate 270", {15, 146, 35, 150}},
+    };
+    for (const auto& [entradas, caja] : casos) {
+        SCOPED_TRACE(entradas);
+        Abrir(UnaHoja(entradas, "BT /F 20 Tf 50 70 Td (ll ajos) Tj ET"));
+        const auto [como, texto] = Pedir<PageText>([&](auto hecho) { doc->Text(0, hecho); });
+        ASSERT_EQ(Utf8(texto), "ll ajos\n");
+        EXPECT_EQ(texto.glyphs.back().box, Box{});
+        const Box &hay = texto.glyphs[0].box, &blanco = texto.glyphs[2].box;
+        for (const float Box::*lado : {&Box::left, &Box::top, &Box::right, &Box::bottom})
+            EXPECT_NEAR(hay.*lado, caja.*lado, 5);
+        // The blank begins where the letter ends.
+        EXPECT_LT(std::abs((blanco.right - blanco.left) * (blanco.bottom - blanco.top)), 200);
+    }
+}
+
+TEST_F(Documento, SeLeeEnSuOrden) {
+    const Apoyo::Filas<std::string, std::string> casos{
+        // From the right, with words from the left among them.
+        {"BT /H 20 Tf 10 60 Td (dcba) Tj /F 20 Tf ( un dos ) Tj /H 20 Tf (hgfe) Tj 0 -30 Td (ba) Tj ET",
+         "הוזח un dos אבגד\nאב\n"},
+        {"BT /F 12 Tf 5 60 Td (el ) Tj /H 12 Tf (ba) Tj /F 12 Tf ( ) Tj /H 12 Tf (dc) Tj /F 12 Tf ( siempre largo) Tj "
+         "ET",
+         "el גד אב siempre largo\n"},
+        // Two columns, written line by line.
+        {"BT /F 9 Tf 5 80 Td (uno) Tj 120 0 Td (tres) Tj -120 -10 Td (dos) Tj 120 0 Td (cuatro) Tj ET",
+         "uno\ndos\ntres\ncuatro\n"},
+    };
+    for (const auto& [contenido, espera] : casos) {
+        Abrir(UnaHoja("", contenido));
+        const auto [como, texto] = Pedir<PageText>([&](auto hecho) { doc->Text(0, hecho); });
+        EXPECT_EQ(Utf8(texto), espera);
+        // Letters of a word that is read from the right stand ever farther left.
+        for (size_t i = 1; i < texto.glyphs.size(); ++i) {
+            const Glyph &antes = texto.glyphs[i - 1], &esta = texto.glyphs[i];
+            EXPECT_TRUE(antes.code < 0x5D0 || esta.code < 0x5D0 || esta.box.left < antes.box.left);
+        }
+    }
+}
+
+TEST_F(Documento, BuscaComoTeclea) {
+    const std::string hoja = UnaHoja("",
+                                     "BT /F 9 Tf 5 80 Td (La P\\341gina de Espa\\361a en una pa-) Tj 0 -10 Td "
+                                     "(labra: Stra\\337e, y otra p\\301GINA. A-) Tj 0 -10 Td (B) Tj ET");
+    Abrir(hoja);
+    const auto [como, texto] = Pedir<PageText>([&](auto hecho) { doc->Text(0, hecho); });
+    using Halladas = std::vector<std::string>;
+    const Apoyo::Filas<std::string, bool, Halladas> casos{
+        {"pagina", false, {"Página", "pÁGINA"}},
+        {"PÁGINA", false, {"Página", "pÁGINA"}},
+        {"Pa\u0301gina", true, {"Página"}},
+        {"pagina", true, {}},
+        {"espana", false, {"España"}},
+        {"palabra", false, {"pa-\nlabra"}},
+        {"STRASSE", false, {"Straße"}},
+        {"asse,", false, {"aße,"}},
+        {"a-b", false, {}},
+        {"a- b", false, {"A-\nB"}},
+        {"\u0301", false, {}},
+        {std::string(2000, 'a'), false, {}},
+    };
+    for (const auto& [patron, exacta, espera] : casos) {
+        SCOPED_TRACE(patron);
+        for (int vez = 0; vez < 2; ++vez) {
+            const auto [como2, noticia] = Pedir<SearchNews>([&](auto hecho) {
+                doc->Search({patron, exacta, 0}, hecho);
+            });
+            Halladas halladas;
+            for (const Hit& h : noticia.hits)
+                halladas.push_back(Utf8(texto, static_cast<size_t>(h.first), static_cast<size_t>(h.count)));
+            EXPECT_EQ(halladas, espera);
+            EXPECT_TRUE(noticia.finished && noticia.pagesDone == 1);
+        }
+    }
+}
+
+TEST_F(Documento, SoloOfreceLoQueLlevaAAlgunSitio) {
+    const auto enlace = [](const std::string& accion, int x) {
+        return "<< /Type /Annot /Subtype /Link /Rect [" + std::to_string(x) + " 10 " + std::to_string(x + 10) +
+               " 20] " + accion + " >>";
+    };
+    const std::string catalogo =
+        "/Outlines 7 0 R /Dests << /Alli [3 0 R /XYZ 0 60 null] >> /Names << /EmbeddedFiles << "
+        "/Names [(a) 10 0 R (b) 12 0 R] >> >>";
+    const std::string hoja = "/CropBox [10 10 190 90] /Annots [" + enlace("/Dest /Alli", 20) +
+                             enlace("/A << /S /URI /URI (https://ejemplo.es/a) >>", 40) +
+                             enlace("/A << /S /Launch /F (/bin/sh) >>", 60) +
+                             enlace("/A << /S /JavaScript /JS (app.alert\\(1\\)) >>", 80) +
+                             enlace("/A << /S /GoToR /F (otro.pdf) /D [0 /Fit] >>", 100) + "]";
+    Abrir(UnaHoja(hoja, "", catalogo,
+                  {"<< /Type /Outlines /First 8 0 R /Last 8 0 R >>",
+                   // Its own parent, child and next.
+                   "<< /Title (Uno) /Dest [3 0 R /FitH 80] /Parent 7 0 R /First 9 0 R /Last 9 0 R /Next 8 0 R >>",
+                   "<< /Title (Do\\007s) /Dest (nada) /Parent 8 0 R /First 8 0 R /Last 8 0 R >>",
+                   "<< /Type /Filespec /F (../.bash\\007rc) /EF << /F 11 0 R >> >>", Flujo("contenido"),
+                   "<< /Type /Filespec /F (/) /EF << /F 99 0 R >> >>"}));
+    const auto enlaces = Pedir<std::vector<Link>>([&](auto hecho) { doc->Links(0, hecho); }).second;
+    ASSERT_EQ(enlaces.size(), 2U);
+    EXPECT_EQ(enlaces[1].box, (Box{10, 70, 20, 80}));
+    EXPECT_TRUE(enlaces[1].target.kind == Target::Kind::Page && enlaces[1].target.page == 0);
+    EXPECT_NEAR(enlaces[1].target.top, 30, 0.1);
+    EXPECT_EQ(enlaces[0].target.address, "https://ejemplo.es/a");
+
+    const auto indice = Pedir<std::vector<OutlineItem>>([&](auto hecho) { doc->Outline(hecho); }).second;
+    ASSERT_GE(indice.size(), 2U);
+    EXPECT_LT(indice.size(), 100U);
+    EXPECT_TRUE(indice[0].title == "Uno" && indice[0].depth == 0 && indice[0].target.top == 10);
+    EXPECT_TRUE(indice[1].title == "Dos" && indice[1].depth == 1 && indice[1].target.kind == Target::Kind::None);
+
+    const auto adjuntos = Pedir<std::vector<Attachment>>([&](auto hecho) { doc->Attachments(hecho); }).second;
+    ASSERT_GE(adjuntos.size(), 1U);
+    EXPECT_EQ(adjuntos[0].name, "bashrc");
+    const std::string destino = carpeta / "adjunto";
+    const auto guardar = [&](int cual) {
+        return Pedir<std::string>([&](auto hecho) { doc->SaveAttachment(cual, destino, hecho); });
+    };
+    EXPECT_NE(guardar(7).first, Outcome::Good);
+    EXPECT_FALSE(std::filesystem::exists(destino));
+    EXPECT_EQ(guardar(0), std::pair(Outcome::Good, std::string()));
+    EXPECT_EQ(Apoyo::LeerFichero(destino), "contenido");
+    EXPECT_EQ(std::filesystem::status(destino).permissions(), std::filesystem::perms{0600});
+    EXPECT_EQ(guardar(0).first, Outcome::Unreadable) << "written over";
 }
 
 }  // namespace

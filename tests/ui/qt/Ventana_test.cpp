@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -248,13 +249,26 @@ TEST(Ventana, LasAyudasTecnicasVenYActuan) {
                               "combo box||ENABLED FOCUSABLE|Última página"}) {
         EXPECT_THAT(visto, HasSubstr(std::string(linea) + (linea[0] == 'f' ? "" : "\n")));
     }
+    const auto tras = [&visto](const char* uno, const char* otro) { return visto.find(otro) > visto.find(uno); };
+    EXPECT_TRUE(tras("|Botones|", "|Página|") && tras("|Página|", "|Normal|")) << "read as it stands:\n" << visto;
     for (const char* linea : {"marcado 1", "texto hóla €", "fila 2", "combo 2"}) EXPECT_TRUE(g.Ve(linea)) << linea;
     EXPECT_THAT(visto, HasSubstr("password text||EDITABLE ENABLED FOCUSABLE|\n")) << "a secret is not told";
-    arbol({"press=Diálogo…", "press=Normal"});
+    EXPECT_THAT(arbol({"press=Diálogo…", "press=Normal"}),
+                testing::ContainsRegex("dialog\\|Diálogo de muestra\\|[A-Z ]*MODAL"));
     EXPECT_TRUE(g.Calla("pulsado")) << "the window below a dialog is blocked";
     arbol({"press=Aceptar", "press=Normal"});
     EXPECT_TRUE(g.Ve("dialogo 1"));
     EXPECT_TRUE(g.Ve("pulsado"));
+    std::istringstream sitio(g.Textos({"item.María Quispe, Emisor: Autoridad 3", "5", "donde"}).texto);
+    std::string x, y;
+    sitio >> x >> y;
+    g.Raton({"mousemove", x, y, "click", "1"});
+    EXPECT_TRUE(g.Ve("fila 2")) << "a row says where it is: " << x << " " << y;
+    CPrograma oyente = g.Oyente("Aviso de muestra", 15);
+    for (int i = 0; i < 300 && oyente.Texto().empty(); ++i) Pausa(30);
+    g.Pulsar("F10");
+    EXPECT_EQ(oyente.Esperar(20000), 0) << oyente.Errores();
+    EXPECT_THAT(oyente.Texto(), HasSubstr("notification|Aviso de muestra|"));
 }
 
 TEST(Ventana, SeAbreEnWayland) {

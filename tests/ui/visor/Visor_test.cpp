@@ -103,4 +103,212 @@ TEST_F(Visor, PideLoQueSeVeYLoQueViene) {
     EXPECT_THAT(doc->Tomar(), IsEmpty()) << "everything is there";
 }
 
+TEST_F(Visor, CorrerSoloCopia) {
+    Abrir();
+    Correr(100.5F);
+    EXPECT_THAT(Hechas("DrawPixels"), ElementsAre("DrawPixels 600x800 0,86,600,400 24,20,600,400"));
+    Correr(0.5F);
+    EXPECT_THAT(Hechas("DrawPixels"), ElementsAre("DrawPixels 600x800 0,87,600,400 24,20,600,400")) << "halves add up";
+    Falso::Rueda(ventana, 300, 200, -2);
+    EXPECT_THAT(Hechas("DrawPixels"), ElementsAre("DrawPixels 600x800 0,167,600,400 24,20,600,400"));
+    EXPECT_THAT(doc->Tomar(), IsEmpty()) << "nothing is drawn anew";
+    // Into the next page: what comes then is asked for, and two are under way at most.
+    Correr(600);
+    EXPECT_THAT(cambios, ElementsAre("1/5"));
+    EXPECT_THAT(doc->Tomar(), ElementsAre("dibujar 3 600 0,0,600,800", "texto 1", "enlaces 1"));
+    Correr(2400);
+    EXPECT_THAT(doc->Tomar(), ElementsAre("dibujar 4 600 0,0,600,800"));
+    // A jump leaves behind what nobody needs any more.
+    ventana.SetFocusControl(vista);
+    Falso::Tecla(ventana, KeyCode::Home);
+    EXPECT_THAT(doc->Tomar(), ElementsAre(StartsWith("cancelar"), StartsWith("cancelar")));
+}
+
+TEST_F(Visor, EscalasQueNoSonEnteras) {
+    // Window pixels are 1.25 device pixels: every edge lies on a whole one, and nothing is scaled.
+    Falso::ElMundo().escala = 1.25;
+    Abrir();
+    EXPECT_EQ(Lx::CDocView::FirstWidth(vista->rect, 1.25), 748);
+    EXPECT_THAT(Hechas("DrawPixels"), ElementsAre("DrawPixels 748x997 0,0,748,482 31,43,748,482"));
+    // Another screen: what is there stands in until what is sharp has come.
+    Falso::ElMundo().escala = 2;
+    EXPECT_THAT(Hechas("DrawPixels"), ElementsAre("DrawPixels 748x997 0,0,748,482 48,68,1200,774"));
+    EXPECT_THAT(doc->Tomar(), ElementsAre("dibujar 0 1200 0,0,1200,1600", "dibujar 1 1200 0,0,1200,1600"));
+    doc->Contestar();
+    EXPECT_THAT(Hechas("DrawPixels"), ElementsAre("DrawPixels 1200x1600 0,0,1200,772 48,68,1200,772"));
+}
+
+TEST_F(Visor, ElZoomNoMueveLoQueSeSenala) {
+    Abrir();
+    // The point of the page under each of these stays there.
+    for (const Lx::Point donde : {Lx::Point{30, 40}, {600, 40}, {300, 400}, {600, 400}}) {
+        vista->SetPlace({});
+        Correr(300);
+        const auto x = static_cast<float>(donde.x - 24), y = static_cast<float>(donde.y - 34 + 300);
+        const Lx::Pdf::Box punto{x, y, x + 1, y + 1};
+        EXPECT_EQ(vista->RectOf(0, punto), (Rect{donde.x, donde.y, 1, 1}));
+        Correr(-277.26F, Lx::kControl, donde);  // doubles it
+        const Rect despues = vista->RectOf(0, punto);
+        EXPECT_NEAR(despues.x, donde.x, 2) << donde.x << "," << donde.y;
+        EXPECT_NEAR(despues.y, donde.y, 2) << donde.x << "," << donde.y;
+        EXPECT_NEAR(vista->GetZoom(), 1.5, 0.01);
+        EXPECT_EQ(vista->GetFit(), Fit::Free);
+    }
+}
+
+TEST_F(Visor, ElZoomEsperaAQueAcabenLosPasos) {
+    Abrir();
+    vista->ZoomBy(1);
+    EXPECT_NEAR(vista->GetZoom(), 0.9, 1e-9);
+    EXPECT_THAT(doc->Tomar(), ElementsAre("dibujar 0 720 0,0,720,960", "dibujar 1 720 0,0,720,960"));
+    vista->ZoomBy(1);
+    vista->ZoomBy(1);
+    EXPECT_NEAR(vista->GetZoom(), 1.1, 1e-9);
+    EXPECT_THAT(doc->Tomar(), IsEmpty()) << "while there are more steps, nothing is begun";
+    EXPECT_THAT(Hechas("DrawPixels 600x800"), SizeIs(1)) << "what is there is shown larger";
+    Esperar(90);
+    EXPECT_THAT(doc->Tomar(), ElementsAre(StartsWith("cancelar"), StartsWith("cancelar"), "dibujar 0 880 0,0,880,1173",
+                                          "dibujar 1 880 0,0,880,1173"));
+    vista->SetZoom(99);
+    EXPECT_EQ(vista->GetZoom(), 8);
+    vista->ZoomBy(-50);
+    EXPECT_EQ(vista->GetZoom(), 0.1);
+    vista->SetFit(Fit::Width);
+    EXPECT_NEAR(vista->GetZoom(), 0.75, 1e-9);
+}
+
+TEST_F(Visor, SinNadaQueMostrar) {
+    EXPECT_THAT(Hechas("DrawText"), ElementsAre(StartsWith("DrawText \"Sin documento PDF cargado.\"")));
+    vista->Open("a.pdf");
+    doc->Abrir();
+    EXPECT_THAT(Hechas("DrawText"), IsEmpty());
+    Esperar(299);
+    EXPECT_THAT(Hechas("DrawText"), IsEmpty()) << "no word about waiting before it is long";
+    Esperar(300);
+    EXPECT_THAT(Hechas("DrawText"), ElementsAre(StartsWith("DrawText \"Dibujando la pagina...\"")));
+    doc->fallo = Outcome::BadSize;
+    doc->Contestar();
+    EXPECT_THAT(Hechas("DrawText"), ElementsAre(StartsWith("DrawText \"La pagina tiene un tamano invalido.\"")));
+    doc->Tomar();
+    Correr(1);
+    EXPECT_THAT(doc->Tomar(), Not(Contains(StartsWith("dibujar 0")))) << "it isn't asked again and again";
+    // What can't be opened takes what was shown with it.
+    vista->Open("roto.pdf");
+    EXPECT_TRUE(vista->HasDocument());
+    doc->listo = {Outcome::Damaged, "Roto.", 0, {}};
+    cambios.clear();
+    doc->Abrir();
+    EXPECT_THAT(cambios, ElementsAre("-1/0", "abierto Roto."));
+    EXPECT_THAT(Hechas("DrawText"), ElementsAre(StartsWith("DrawText \"Roto.\"")));
+    EXPECT_EQ(vista->Pages(), nullptr);
+}
+
+TEST_F(Visor, ConClave) {
+    vista->Open("a.pdf");
+    doc->clave = "si";
+    const Lx::Pdf::Opened buena = doc->listo;
+    doc->listo.outcome = Outcome::Locked;
+    doc->Abrir();
+    EXPECT_FALSE(vista->HasDocument());
+    EXPECT_FALSE(vista->IsOpening());
+    for (const bool acierta : {false, true}) {
+        vista->Unlock(acierta ? "si" : "no");
+        EXPECT_TRUE(vista->IsOpening());
+        doc->Contestar();
+        EXPECT_EQ(vista->HasDocument(), acierta);
+    }
+    EXPECT_EQ(vista->GetPath(), "a.pdf");
+}
+
+TEST_F(Visor, OtraVezSinDestello) {
+    Abrir();
+    Correr(1000);
+    const Lx::ViewPlace sitio = vista->GetPlace();
+    const auto antes = Hechas("DrawPixels");
+    doc->Tomar();
+    vista->Reload();
+    EXPECT_EQ(Hechas("DrawPixels"), antes);
+    doc->Abrir();
+    EXPECT_EQ(vista->GetPlace(), sitio);
+    EXPECT_EQ(Hechas("DrawPixels"), antes) << "the old picture stays until the new one is there";
+    EXPECT_THAT(doc->Tomar(), Contains("dibujar 1 600 0,0,600,800"));
+    doc->ContestarTodo();
+    EXPECT_EQ(Hechas("DrawPixels"), antes);
+    EXPECT_THAT(cambios, Contains("otra vez "));
+    // What can't be opened any more stays as it is.
+    Hojas* const viejo = doc;
+    vista->Replace("b.pdf");
+    doc->listo = {Outcome::Damaged, "Roto.", 0, {}};
+    doc->Abrir();
+    EXPECT_EQ(vista->Pages(), viejo);
+    EXPECT_EQ(cambios.back(), "otra vez Roto.");
+    EXPECT_EQ(vista->GetPath(), "a.pdf");
+    EXPECT_EQ(Hechas("DrawPixels"), antes);
+    EXPECT_THAT(rutas, ElementsAre("a.pdf", "a.pdf", "b.pdf"));
+    vista->Close();
+    EXPECT_FALSE(vista->HasDocument());
+    EXPECT_EQ(cambios.back(), "-1/0");
+}
+
+TEST_F(Visor, CienMilHojas) {
+    hojas = 100'000;
+    vista->Open("a.pdf");
+    doc->medida = {600, 400};
+    doc->Abrir();
+    doc->ContestarTodo();
+    doc->Tomar();
+    ventana.SetFocusControl(vista);
+    Falso::Tecla(ventana, KeyCode::End);
+    EXPECT_EQ(vista->GetCurrentPage(), 99'999);
+    EXPECT_THAT(doc->Tomar(), ElementsAre("medidas 99840 160")) << "nothing is drawn before its size is known";
+    vista->SetCurrentPage(50'000);
+    const Rect antes = vista->RectOf(50'000, {0, 0, 600, 100});
+    doc->Contestar();
+    EXPECT_THAT(doc->Tomar(), ElementsAre("medidas 49920 256"));
+    EXPECT_EQ(vista->RectOf(50'000, {0, 0, 600, 100}).y, antes.y) << "pages far away have moved, not this one";
+    doc->Contestar();
+    EXPECT_EQ(vista->RectOf(50'000, {0, 0, 600, 100}).y, antes.y);
+    EXPECT_EQ(vista->GetCurrentPage(), 50'000);
+    EXPECT_THAT(doc->Tomar(), ElementsAre("dibujar 50000 600 0,0,600,400", "dibujar 49999 600 0,0,600,400"));
+    EXPECT_LT(Hechas("").size(), 40U);
+    // A place that was remembered, while all of it is guessed.
+    const Lx::ViewPlace sitio{70'000, 0.25, 0, 2, Fit::Free};
+    vista->SetPlace(sitio);
+    doc->ContestarTodo();
+    EXPECT_EQ(vista->GetPlace().page, 70'000);
+    EXPECT_NEAR(vista->GetPlace().down, 0.25, 0.01);
+}
+
+TEST_F(Visor, TeclasYHojas) {
+    Abrir();
+    ventana.SetFocusControl(vista);
+    const Filas<KeyCode, int, int, bool> teclas{{KeyCode::PageDown, 1, 2, true}, {KeyCode::PageUp, 1, 0, true},
+                                                {KeyCode::End, 1, 4, true},      {KeyCode::Home, 3, 0, true},
+                                                {KeyCode::PageDown, 4, 4, true}, {KeyCode::Left, 1, 1, false}};
+    for (const auto& [tecla, antes, despues, atendida] : teclas) {
+        for (const bool sola : {false, true}) {
+            vista->SetSingle(sola);
+            EXPECT_TRUE(vista->SetCurrentPage(antes));
+            EXPECT_EQ(Falso::Tecla(ventana, tecla), atendida);
+            EXPECT_EQ(vista->GetCurrentPage(), despues) << static_cast<int>(tecla) << sola;
+        }
+    }
+    EXPECT_FALSE(vista->SetCurrentPage(5));
+    // One page at a time: past its end comes the next, at its start, and back at the end.
+    vista->SetSingle(true);
+    vista->SetFit(Fit::Page);
+    vista->SetCurrentPage(1);
+    for (const auto& [por, hoja] : {std::pair(30, 1), {15, 2}, {-40, 1}, {-40, 0}, {-80, 0}}) {
+        Correr(static_cast<float>(por));
+        EXPECT_EQ(vista->GetCurrentPage(), hoja) << por;
+    }
+    // So many small pages that the last can't reach the top: each of them can be gone to all the same.
+    vista->SetSingle(false);
+    vista->SetZoom(0.1);
+    for (const int hoja : {4, 3}) {
+        vista->SetCurrentPage(hoja);
+        EXPECT_EQ(vista->GetCurrentPage(), hoja);
+    }
+}
+
 }  // namespace

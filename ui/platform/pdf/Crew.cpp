@@ -181,7 +181,7 @@ void Crew::Answered() {
     underway_.pop_front();
     since_ = Clock::now();
     unwantedSince_ = !underway_.empty() && underway_.front().isUnwanted ? since_ : Clock::time_point::max();
-    const Respuesta& answer = program_->Ultima();
+    const Respuesta answer = program_->Ultima();
     const Outcome outcome = OutcomeOf(answer.estado);
     if (job.request.orden == Ayudante::Orden::Abrir) {
         isOpened_ = isOpened_ || outcome == Outcome::Good;

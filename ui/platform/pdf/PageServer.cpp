@@ -51,11 +51,46 @@ Respuesta PageServer::Answer(const Peticion& request, const std::vector<int>& fd
         answer.estado = Estado::Danado;
     } else if (request.orden == Orden::Dibujar) {
         answer.estado = renderer_.Draw(request, slot, answer.valor);
-    } else if (request.orden == Orden::Medidas) {
-        answer.estado = Estado::Bien;
-        answer.bytes = WriteSizes(request.pagina, request.cuantos, slot, request.bytes);
+    } else {
+        Read(request, slot, answer);
     }
     return answer;
+}
+
+void PageServer::Read(const Peticion& request, unsigned char* slot, Respuesta& answer) {
+    Ayudante::Escritor writer(slot, request.bytes);
+    answer.estado = Estado::Bien;
+    bool end = false;
+    switch (request.orden) {
+        case Orden::Medidas:
+            answer.bytes = WriteSizes(request.pagina, request.cuantos, slot, request.bytes);
+            return;
+        case Orden::Texto:
+            if (const SheetRef sheet = renderer_.Sheet(request.pagina))
+                for (const Glyph& glyph : TextOf(sheet.get(), true).glyphs)
+                    if (!writer.Poner(glyph)) break;
+            break;
+        case Orden::Buscar:
+            answer.valor = search_.Search(renderer_, request, slot, answer.bytes);
+            return;
+        case Orden::Enlaces:
+            WriteLinks(renderer_, request.pagina, writer);
+            break;
+        case Orden::Indice:
+            WriteOutline(renderer_, writer);
+            break;
+        case Orden::Adjuntos:
+            files_.Write(renderer_, writer);
+            break;
+        case Orden::Adjunto:
+            answer.estado =
+                files_.Read(renderer_, request.pagina, request.desde, slot, request.bytes, answer.bytes, end);
+            answer.valor = end ? 1 : 0;
+            return;
+        default:
+            answer.estado = Estado::SinDibujar;
+    }
+    answer.bytes = writer.Escritos();
 }
 
 void PageServer::Open(const Peticion& request, const std::vector<int>& fds, Respuesta& answer) {

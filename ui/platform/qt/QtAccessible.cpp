@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "ui/LxDialog.h"
 #include "ui/platform/qt/QtApp.h"
 #include "ui/platform/qt/QtControlAccessible.h"
 #include "ui/platform/qt/QtView.h"
@@ -33,10 +34,46 @@ class CQtAccessibleWindow : public QAccessibleWidget {
         return nullptr;
     }
     QAccessibleInterface* focusChild() const override { return view_.accessible_.Focused(); }
+    QAccessible::Role role() const override { return IsDialog() ? QAccessible::Dialog : QAccessible::Window; }
+    QAccessible::State state() const override {
+        QAccessible::State s = QAccessibleWidget::state();
+        s.modal = IsDialog();
+        return s;
+    }
 
   private:
+    [[nodiscard]] bool IsDialog() const { return dynamic_cast<const CDialog*>(view_.Owner()) != nullptr; }
+
     CQtView& view_;
 };
+
+namespace {
+
+// As it is read: from the top to the bottom, what stands beside each other from the left to the right. A control stands
+// beside another when it begins within the upper half of it.
+void SortAsRead(std::vector<CControl*>& controls) {
+    const auto above = [](const CControl* a, const CControl* b) { return a->rect.y < b->rect.y; };
+    std::stable_sort(controls.begin(), controls.end(), above);
+    for (auto row = controls.begin(); row != controls.end();) {
+        const int top = (*row)->rect.y;
+        int half = (*row)->rect.h / 2;
+        auto end = row + 1;
+        for (; end != controls.end() && (*end)->rect.y - top < half; ++end) half = std::min(half, (*end)->rect.h / 2);
+        std::stable_sort(row, end, [](const CControl* a, const CControl* b) { return a->rect.x < b->rect.x; });
+        row = end;
+    }
+}
+
+bool IsNotice(const AccessibleInfo& info) {
+    return info.role == AccessibleRole::Notification;
+}
+
+void TellShown(QAccessibleInterface* object) {
+    QAccessibleEvent shown(object, QAccessible::ObjectShow);
+    QAccessible::updateAccessibility(&shown);
+}
+
+}  // namespace
 
 void InstallAccessibility() {
     QAccessible::installFactory([](const QString&, QObject* object) -> QAccessibleInterface* {
@@ -60,6 +97,7 @@ std::vector<CControl*> CQtAccessibleTree::Controls() const {
     if (window == nullptr) return found;
     std::copy_if(window->controls.begin(), window->controls.end(), std::back_inserter(found),
                  [](const CControl* c) { return c->visible && c->Accessibility().role != AccessibleRole::None; });
+    SortAsRead(found);
     return found;
 }
 
@@ -125,6 +163,7 @@ void CQtAccessibleTree::Sync() {
             known.told = control->Accessibility();
             QAccessibleEvent created(object, QAccessible::ObjectCreated);
             QAccessible::updateAccessibility(&created);
+            if (IsNotice(known.told)) TellShown(object);
         } else {
             Tell(control, known);
         }
@@ -156,7 +195,9 @@ void CQtAccessibleTree::Tell(CControl* control, Known& known) {
         QAccessibleStateChangeEvent event(object, changed);
         QAccessible::updateAccessibility(&event);
     }
-    if (now.role == AccessibleRole::Edit) TellEdit(object, before, now);
+    // Another notice in the place of the last.
+    if (IsNotice(now) && now.name != before.name) TellShown(object);
+    if (now.role == AccessibleRole::Edit || now.role == AccessibleRole::Document) TellText(object, before, now);
     if (now.role == AccessibleRole::ComboBox && now.value != before.value) {
         QAccessibleValueChangeEvent event(object, QString::fromStdString(now.value));
         QAccessible::updateAccessibility(&event);
@@ -168,7 +209,7 @@ void CQtAccessibleTree::Tell(CControl* control, Known& known) {
     }
 }
 
-void CQtAccessibleTree::TellEdit(QAccessibleInterface* object, const AccessibleInfo& before,
+void CQtAccessibleTree::TellText(QAccessibleInterface* object, const AccessibleInfo& before,
                                  const AccessibleInfo& now) {
     if (now.value != before.value) {
         QAccessibleTextUpdateEvent event(object, 0, QString::fromStdString(before.value),
@@ -177,6 +218,13 @@ void CQtAccessibleTree::TellEdit(QAccessibleInterface* object, const AccessibleI
     }
     if (now.caret != before.caret && object->textInterface() != nullptr) {
         QAccessibleTextCursorEvent event(object, object->textInterface()->cursorPosition());
+        QAccessible::updateAccessibility(&event);
+    }
+    const bool selected = now.selectionStart != before.selectionStart || now.selectionEnd != before.selectionEnd;
+    if (selected && object->textInterface() != nullptr) {
+        int start = 0, end = 0;
+        object->textInterface()->selection(0, &start, &end);
+        QAccessibleTextSelectionEvent event(object, start, end);
         QAccessible::updateAccessibility(&event);
     }
 }

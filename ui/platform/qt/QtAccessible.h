@@ -34,7 +34,7 @@ class CQtAccessibleTree {
     [[nodiscard]] CQtView& View() const { return view_; }
     // The window while it is open.
     [[nodiscard]] CWindow* Window() const;
-    // Visible ones that tell a role, in the window's order.
+    // Visible ones that tell a role, as they are read.
     [[nodiscard]] std::vector<CControl*> Controls() const;
     [[nodiscard]] bool Holds(const CControl* control) const;
     // Row -1 is the control itself.
@@ -48,7 +48,7 @@ class CQtAccessibleTree {
         AccessibleInfo told;
     };
     void Tell(CControl* control, Known& known);
-    void TellEdit(QAccessibleInterface* object, const AccessibleInfo& before, const AccessibleInfo& now);
+    void TellText(QAccessibleInterface* object, const AccessibleInfo& before, const AccessibleInfo& now);
     void Bury(Known& known);
 
     CQtView& view_;

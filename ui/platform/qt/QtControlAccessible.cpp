@@ -23,6 +23,7 @@ constexpr struct {
     {AccessibleRole::ComboBox, QAccessible::ComboBox},
     {AccessibleRole::List, QAccessible::List},
     {AccessibleRole::Document, QAccessible::Document},
+    {AccessibleRole::Notification, QAccessible::Notification},
 };
 
 QString Text(const std::string& utf8) {
@@ -105,6 +106,7 @@ class CQtAccessibleRow : public CQtAccessibleObject {
         s.selectable = s.focusable = control_->enabled;
         s.disabled = !control_->enabled;
         s.selected = Item().selected;
+        s.offscreen = !rect().intersects(CQtAccessibleObject::rect());
         s.focused = s.selected && tree_.Window()->focus == control_;
         return s;
     }
@@ -225,7 +227,8 @@ QAccessible::State CQtAccessibleControl::state() const {
     s.hasPopup = s.expandable = info.role == AccessibleRole::ComboBox;
     s.expanded = s.expandable && info.expanded;
     s.collapsed = s.expandable && !info.expanded;
-    s.editable = s.selectableText = info.role == AccessibleRole::Edit;
+    s.editable = info.role == AccessibleRole::Edit;
+    s.selectableText = s.editable || info.role == AccessibleRole::Document;
     s.passwordEdit = info.role == AccessibleRole::PasswordEdit;
     s.editable = s.editable || s.passwordEdit;
     s.readOnly = info.role == AccessibleRole::Label || info.role == AccessibleRole::Document;
@@ -233,8 +236,9 @@ QAccessible::State CQtAccessibleControl::state() const {
 }
 
 void* CQtAccessibleControl::interface_cast(QAccessible::InterfaceType type) {
-    const bool combo = Info().role == AccessibleRole::ComboBox;
-    if (type == QAccessible::TextInterface && (IsEdit() || combo)) return static_cast<QAccessibleTextInterface*>(this);
+    const AccessibleRole own = Info().role;
+    const bool text = IsEdit() || own == AccessibleRole::ComboBox || own == AccessibleRole::Document;
+    if (type == QAccessible::TextInterface && text) return static_cast<QAccessibleTextInterface*>(this);
     if (type == QAccessible::EditableTextInterface && IsEdit()) {
         return static_cast<QAccessibleEditableTextInterface*>(this);
     }

@@ -32,6 +32,7 @@ constexpr struct {
     {"Files of type:", "Archivos de tipo:"},
     {"Date Modified", "Modificación"},
     {"Save in:", "Guardar en:"},
+    {"Ctrl", "Ctrl"},
 };
 
 // What the translation that Qt comes with leaves in English, or says in other words than the program.

@@ -100,6 +100,14 @@ void CQtWindow::SetMaxSize(const Size& clientSize) {
     ApplyLimits();
 }
 
+void CQtWindow::Resize(const Size& clientSize) {
+    if (!IsOpen()) return;
+    view_->setMinimumSize(0, 0);
+    view_->setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+    view_->resize(clientSize.cx, clientSize.cy);
+    ApplyLimits();
+}
+
 void CQtWindow::Center() {
     const QScreen* screen = IsOpen() ? view_->screen() : nullptr;
     if (screen == nullptr) return;

@@ -27,6 +27,7 @@ class CQtWindow : public CWindowImpl {
     void SetMinSize(const Size& clientSize) override;
     void SetMaxSize(const Size& clientSize) override;
     void Center() override;
+    void Resize(const Size& clientSize) override;
     [[nodiscard]] void* GetHandle() const override;
     bool SetTimer(unsigned id, unsigned ms) override;
     bool KillTimer(unsigned id) override;

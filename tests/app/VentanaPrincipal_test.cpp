@@ -1,0 +1,403 @@
+// The main window's own logic, without a display, a card, a store or a program that draws.
+#include <filesystem>
+
+#include "tests/app/Ventanas.h"
+#include "ui/LxEdit.h"
+#include "ui/LxListView.h"
+
+namespace PruebaApp {
+
+TEST_F(Ventanas, IrAUnaHoja) {
+    CMainWindow& v = Abrir(12);
+    auto& hoja = Control<Lx::CEdit>(v, 0);
+    const Apoyo::Filas<std::string, std::string> filas = {
+        {" +7 x", "7 / 12"}, {"0", "7 / 12"},      {"-3", "7 / 12"},
+        {"", "7 / 12"},      {"5 / 12", "5 / 12"}, {"99999999999", "12 / 12"},
+    };
+    for (const auto& [escrito, queda] : filas) {
+        SCOPED_TRACE(escrito);
+        v.SetFocusControl(&hoja);
+        hoja.SetText(escrito);
+        Falso::Tecla(v, KeyCode::Enter);
+        EXPECT_EQ(hoja.GetText(), queda);
+    }
+}
+
+TEST_F(Ventanas, LaLineaDeEstado) {
+    CMainWindow& v = Abrir(0);
+    auto& estado = Control<Lx::CLabel>(v, 1);
+    EXPECT_EQ(estado.text, "Error al abrir /a/doc.pdf: motivo");
+    EXPECT_EQ(estado.textColor, Lx::ThemeColor(Lx::ColorRole::AppErrorOnFooter));
+    paginas_ = 1;
+    v.OnDropFile("/b/otro.pdf");
+    hojas_->Abrir();
+    v.MostrarEstado("algo", false);
+    EXPECT_EQ(estado.text, "/b/otro.pdf");
+    EXPECT_EQ(estado.textColor, Lx::ThemeColor(Lx::ColorRole::AppOnFooter));
+    auto& aviso = Control<CAviso>(v, 0);
+    v.MostrarEstado(std::string(80, 'a') + " " + std::string(80, 'b'), true);
+    EXPECT_TRUE(aviso.visible);
+    EXPECT_THAT(Falso::Pintar(aviso), testing::Contains(testing::HasSubstr("\"" + std::string(80, 'b') + "\"")));
+    Falso::Tecla(v, KeyCode::Escape);
+    EXPECT_FALSE(aviso.visible);
+}
+
+// Each row is one way to end a signature before its key is used; afterwards nothing ends it.
+TEST_F(Ventanas, MientrasFirma) {
+    ruta_ = carpeta_ / "doc.pdf";
+    Apoyo::EscribirFichero(ruta_, Pdf(3));
+    g_fuentes.entradas = {Apta(Origen::Dnie, "Ana")};
+    const auto cerrar = [](CMainWindow& v, const std::string& respuesta) {
+        if (!respuesta.empty()) Lx::LxApp::s_pApp->backend->Post([respuesta] { Pulsar(Falso::Arriba(), respuesta); });
+        v.Close();
+    };
+    using Accion = std::function<void(CMainWindow&)>;
+    const Apoyo::Filas<bool, Accion, bool, bool> casos = {
+        {false, [](CMainWindow& v) { Falso::Tecla(v, KeyCode::Escape); }, true, false},
+        {false, [](CMainWindow& v) { Pulsar(v, "Cancelar"); }, true, false},
+        {false, [&](CMainWindow& v) { cerrar(v, ""); }, true, true},
+        {false, [](CMainWindow& v) { v.Terminar([] { ADD_FAILURE(); }); }, true, true},
+        {true, [&](CMainWindow& v) { cerrar(v, "Seguir abierto"); }, false, false},
+        {true, [&](CMainWindow& v) { cerrar(v, "Cerrar al acabar"); }, false, true},
+        {true,
+         [](CMainWindow& v) {
+             v.Terminar([] { ADD_FAILURE(); });
+             Falso::HacerTareas();
+         },
+         false, true},
+    };
+    int caso = 0;
+    for (const auto& [enUso, accion, cancela, cierra] : casos) {
+        SCOPED_TRACE(caso++);
+        CMainWindow& v = Abrir(3);
+        bool consultado = false;
+        g_fuentes.alConsultar = [&, enUso = enUso, accion = accion, cancela = cancela](Lx::Control& control) {
+            consultado = true;
+            control.Pasar(Lx::Etapa::Copia, 100);
+            control.Avanzar(62);
+            if (enUso) static_cast<void>(control.Comprometer());
+            EnVentana([&] {
+                Falso::HacerTareas();
+                EXPECT_EQ(Dice(), "Firmando 62 %");
+                EXPECT_THAT(Falso::Pintar(v), testing::Contains(testing::HasSubstr("\"Firmando 62 %\"")));
+                // The pages turn, another document is not opened, and no other signature begins, here or elsewhere.
+                Falso::Tecla(v, KeyCode::End);
+                EXPECT_EQ(Control<Lx::CEdit>(v, 0).GetText(), "3 / 3");
+                Falso::Clic(v, Aviso().rect.x + 5, Aviso().rect.y + 5);
+                EXPECT_TRUE(Aviso().visible);
+                v.OnDropFile("/otro.pdf");
+                EXPECT_EQ(pedida_, ruta_);
+                Pulsar(v, "Firmar");
+                EXPECT_THAT(Dice(), testing::HasSubstr("Ya hay una firma en marcha"));
+                CMainWindow otra;
+                otra.keepAppOnClose = true;
+                EXPECT_TRUE(otra.Create());
+                otra.OnFirmar();
+                EXPECT_THAT(Control<CAviso>(otra, 0).Accessibility().name, testing::HasSubstr("Otra ventana"));
+                accion(v);
+            });
+            EXPECT_EQ(control.Cancelado(), cancela);
+            control.Soltar();
+            // What was asked for while the key was in use counts now.
+            if (!control.Cancelado()) control.Cancelar();
+        };
+        Falso::ElMundo().guion.push_back([] { Falso::Tecla(Falso::Arriba(), KeyCode::Enter); });
+        Pulsar(v, "Firmar");
+        Falso::HastaQue([&] { return consultado && CTarea::Hilos() == 0 && !Aviso().EnProgreso(); });
+        EXPECT_EQ(Estado(), ruta_);
+        EXPECT_EQ(Dice(), "Firma cancelada por el usuario.");
+        Quieto();
+        EXPECT_EQ(Falso::De(v).cerrada, cierra);
+    }
+}
+
+// The program is told to end while a device doesn't answer.
+TEST_F(Ventanas, ElFinNoEspera) {
+    ruta_ = carpeta_ / "doc.pdf";
+    Apoyo::EscribirFichero(ruta_, Pdf(1));
+    g_fuentes.entradas = {Apta(Origen::Dnie, "Ana")};
+    CMainWindow& v = Abrir(1);
+    std::promise<void> soltar;
+    g_fuentes.alConsultar = [&](Lx::Control&) {
+        EnVentana([&] {
+            Falso::ElMundo().tareas.clear();
+            v.Terminar([] { ADD_FAILURE(); });
+            Falso::HacerTareas();
+        });
+        soltar.get_future().wait();
+    };
+    Falso::ElMundo().guion.push_back([] { Falso::Tecla(Falso::Arriba(), KeyCode::Enter); });
+    Pulsar(v, "Firmar");
+    Falso::HastaQue([&] { return Falso::De(v).cerrada; });
+    EXPECT_FALSE(Aviso().visible) << "there is no result";
+    EXPECT_EQ(CTarea::Hilos(), 1);
+    soltar.set_value();
+    Falso::HastaQue([] { return CTarea::Hilos() == 0; });
+}
+
+// What is known of a document before anything is asked for. Each row: the document, the pages that are seen, what the
+// notice says when it is opened, and what "Firmar" says instead of asking; empty: it asks.
+TEST_F(Ventanas, LoQueSeSabeAntesDeFirmar) {
+    const std::string p12 = "x";
+    const auto firmado = [&](const std::string& ruta) {
+        const Apoyo::Identidad& yo = Apoyo::IdentidadComun();
+        Apoyo::EscribirFichero(carpeta_ / "base.pdf", Pdf(1));
+        EXPECT_TRUE(LxPdfSigner::Firmar(carpeta_ / "base.pdf", ruta, yo.certificado, yo.firmar, {}, {}).firmado);
+    };
+    ruta_ = carpeta_ / "doc.pdf";
+    const Apoyo::Filas<std::function<void()>, int, std::string, std::string, std::string> filas = {
+        {[&] { Apoyo::EscribirFichero(ruta_, Pdf(2)); }, 2, "", "", ""},
+        {[&] { Apoyo::EscribirFichero(ruta_, Pdf(2)); }, 3, "", "se ven 3 páginas, pero el documento tiene 2", ""},
+        {[&] { Apoyo::EscribirFichero(ruta_, "nada"); }, 1, "No se puede firmar", "No se puede firmar", ""},
+        {[&] { firmado(ruta_); }, 1, "ya tiene una firma", "",
+         "Contiene 1 firma, sin comprobar: según el documento, de "},
+    };
+    for (const auto& [hacer, vistas, alAbrir, alFirmar, barra] : filas) {
+        SCOPED_TRACE(alAbrir + alFirmar);
+        hacer();
+        CMainWindow& v = Abrir(vistas);
+        EXPECT_EQ(Dice(), "") << "before it was looked at";
+        Ver();
+        EXPECT_THAT(Dice(),
+                    alAbrir.empty() ? testing::IsEmpty() : testing::Matcher<std::string>(testing::HasSubstr(alAbrir)));
+        const auto& banda = Control<CBarraFirmas>(v, 0);
+        EXPECT_EQ(banda.visible, !barra.empty());
+        EXPECT_THAT(banda.Accessibility().name, testing::StartsWith(barra));
+        EXPECT_EQ(Control<Lx::CDocView>(v, 0).rect,
+                  (Lx::Rect{14, barra.empty() ? 100 : 132, 872, barra.empty() ? 544 : 512}));
+        bool pregunta = false;
+        Falso::ElMundo().guion = {[&] {
+            pregunta = true;
+            Falso::Tecla(Falso::Arriba(), KeyCode::Escape);
+        }};
+        Pulsar(v, "Firmar");
+        Quieto();
+        EXPECT_EQ(pregunta, alFirmar.empty());
+        if (!alFirmar.empty()) {
+            EXPECT_THAT(Dice(), testing::HasSubstr(alFirmar));
+        }
+    }
+}
+
+TEST_F(Ventanas, LoQueCambiaEnElDisco) {
+    ruta_ = carpeta_ / "doc.pdf";
+    Apoyo::EscribirFichero(ruta_, Pdf(2));
+    CMainWindow& v = Abrir(2);
+    Ver();
+    const auto cambia = [&](const std::function<void()>& hacer) {
+        hojas_ = nullptr;
+        Falso::ElMundo().tareas.clear();
+        hacer();
+        Falso::HastaQue([] { return !Falso::ElMundo().tareas.empty(); });
+        EXPECT_EQ(hojas_, nullptr) << "it isn't left alone yet";
+        Falso::HacerTareas();
+    };
+    cambia([&] { Apoyo::EscribirFichero(ruta_, Pdf(3)); });
+    ASSERT_NE(hojas_, nullptr);
+    // What is shown isn't what would be signed.
+    Pulsar(v, "Firmar");
+    Quieto();
+    EXPECT_THAT(Dice(), testing::HasSubstr("ha cambiado en el disco después"));
+    hojas_->listo.pages = 3;
+    hojas_->Abrir();
+    EXPECT_EQ(Dice(), "El documento ha cambiado en el disco y se ha vuelto a leer.");
+    EXPECT_EQ(Control<Lx::CEdit>(v, 0).GetText(), "1 / 3");
+    paginas_ = 0;
+    cambia([&] {
+        Apoyo::EscribirFichero(carpeta_ / "otro", "roto");
+        std::filesystem::rename(carpeta_ / "otro", ruta_);
+    });
+    hojas_->Abrir();
+    EXPECT_THAT(Dice(), testing::HasSubstr("no se puede leer como está ahora: motivo"));
+    EXPECT_EQ(Control<Lx::CEdit>(v, 0).GetText(), "1 / 3") << "what was there stays";
+    cambia([&] { std::filesystem::remove(ruta_); });
+    EXPECT_EQ(hojas_, nullptr);
+    EXPECT_THAT(Dice(), testing::HasSubstr("ya no está en su sitio"));
+    Apoyo::EscribirFichero(carpeta_ / "ajeno.pdf", "x");
+    Falso::ElMundo().tareas.clear();
+    Falso::HastaQue([n = 0]() mutable { return ++n > 5; });
+    EXPECT_TRUE(Falso::ElMundo().tareas.empty()) << "another file of the folder";
+}
+
+TEST_F(Ventanas, LaBusqueda) {
+    CMainWindow& v = Abrir(9);
+    Ver();
+    auto& vista = Control<Lx::CDocView>(v, 0);
+    auto& texto = Control<Lx::CEdit>(v, 1);
+    const auto busca = [&](const std::string& escribe) {
+        static_cast<void>(hojas_->Tomar());
+        Falso::Teclear(v, escribe);
+        Falso::HacerTareas();
+        std::string ultima;
+        for (const std::string& linea : hojas_->Tomar())
+            if (linea.starts_with("buscar")) ultima += linea + ";";
+        return ultima;
+    };
+    v.OnShortcut('F', Lx::kControl);
+    EXPECT_EQ(v.focus, &texto);
+    EXPECT_EQ(vista.rect.y, 146) << "it stands above the pages, not on them";
+    EXPECT_EQ(busca("ñ"), "") << "one letter is too few";
+    EXPECT_EQ(busca("a"), "buscar ña 0;");
+    auto& cuenta = Control<Lx::CLabel>(v, 0);
+    hojas_->Hallar({{{1, 0, 2}, {2, 0, 2}}, 4, false});
+    EXPECT_EQ(cuenta.text, "1 de 2 hasta ahora (página 4 de 9)");
+    hojas_->Hallar({{{8, 0, 2}}, 9, true});
+    EXPECT_EQ(cuenta.text, "1 de 3");
+    for (const auto& [tecla, con, queda] : Apoyo::Filas<KeyCode, unsigned, std::string>{
+             {KeyCode::Enter, 0, "2 de 3"},
+             {KeyCode::F3, 0, "3 de 3"},
+             {KeyCode::Enter, Lx::kShift, "2 de 3"},
+             {KeyCode::F3, Lx::kShift, "1 de 3"},
+         }) {
+        Falso::Tecla(v, tecla, con);
+        EXPECT_EQ(cuenta.text, queda);
+    }
+    // What is typed is looked for at once when Enter says so, and once.
+    Falso::Teclear(v, "o");
+    Falso::Tecla(v, KeyCode::Enter);
+    EXPECT_EQ(busca(""), "") << "it was begun by Enter";
+    Pulsar(v, "Exacto");
+    EXPECT_THAT(hojas_->Tomar(), testing::Contains("buscar ñao 0"));
+    hojas_->Hallar({{}, 9, true});
+    EXPECT_EQ(cuenta.text, "No se encuentra");
+    v.MostrarEstado("un error", true);
+    Falso::Tecla(v, KeyCode::Escape);
+    EXPECT_FALSE(texto.visible);
+    EXPECT_EQ(v.focus, &vista);
+    EXPECT_EQ(vista.rect.y, 100);
+    EXPECT_TRUE(Aviso().visible) << "one thing at a time";
+    Falso::Tecla(v, KeyCode::F11);
+    Falso::Tecla(v, KeyCode::Escape);
+    EXPECT_TRUE(v.IsFullScreen() && !Aviso().visible);
+    Falso::Tecla(v, KeyCode::Escape);
+    EXPECT_FALSE(v.IsFullScreen());
+}
+
+// Where the reader was is found again, unless that isn't wanted, or isn't anybody's business.
+TEST_F(Ventanas, LosRecientes) {
+    const auto nombres = [] {
+        std::vector<std::string> todos;
+        for (const Orvanta::Reciente& r : Orvanta::Recientes().Ver()) todos.push_back(r.ruta);
+        return todos;
+    };
+    const auto elige = [this](const std::string& texto) {
+        Falso::ElMundo().elegirOrden = Falso::Elegir(texto);
+        Falso::Tecla(*ventana_, KeyCode::F10);
+    };
+    CMainWindow& v = Abrir(9);
+    Ver();
+    EXPECT_THAT(nombres(), ElementsAre("/a/doc.pdf"));
+    v.OnIrHoja("7");
+    v.OnDropFile("/b/otro.pdf");
+    hojas_->Abrir();
+    Ver();
+    EXPECT_THAT(nombres(), ElementsAre("/b/otro.pdf", "/a/doc.pdf"));
+    elige("/a/doc.pdf");
+    hojas_->Abrir();
+    EXPECT_EQ(Control<Lx::CEdit>(v, 0).GetText(), "7 / 9");
+    Ver();
+    v.OnDropFile("/c/secreto.pdf");
+    hojas_->listo.isProtected = true;
+    hojas_->Abrir();
+    EXPECT_THAT(Dice(), testing::HasSubstr("protegido: se puede leer, pero no firmar"));
+    Ver();
+    EXPECT_THAT(nombres(), ElementsAre("/a/doc.pdf", "/b/otro.pdf"));
+    elige("No guardar documentos recientes");
+    EXPECT_FALSE(std::filesystem::exists(carpeta_ / "estado/velmora/recientes"));
+    v.OnDropFile("/a/doc.pdf");
+    hojas_->Abrir();
+    Ver();
+    EXPECT_EQ(Control<Lx::CEdit>(v, 0).GetText(), "1 / 9");
+    EXPECT_THAT(nombres(), ElementsAre());
+    EXPECT_THROW(elige("/a/doc.pdf"), std::logic_error);
+    elige("No guardar documentos recientes");
+    EXPECT_THAT(nombres(), ElementsAre("/a/doc.pdf"));
+}
+
+TEST_F(Ventanas, UnDocumentoConContrasena) {
+    CMainWindow& v = Abrir(1);
+    v.OnDropFile("/b/cerrado.pdf");
+    hojas_->listo.outcome = Lx::Pdf::Outcome::Locked;
+    hojas_->listo.isProtected = true;
+    hojas_->clave = "ábrete";
+    std::vector<std::string> pintado;
+    const auto escribe = [&](const std::string& clave) {
+        return [&, clave] {
+            pintado = Falso::Pintar(Falso::Arriba());
+            Falso::Teclear(Falso::Arriba(), clave);
+            Falso::Tecla(Falso::Arriba(), KeyCode::Enter);
+        };
+    };
+    Falso::ElMundo().guion = {escribe("mala")};
+    hojas_->Abrir();
+    Falso::HastaQue([] { return Falso::ElMundo().guion.empty(); });
+    Falso::ElMundo().guion = {escribe("ábrete")};
+    hojas_->ContestarTodo();
+    Falso::HastaQue([] { return Falso::ElMundo().guion.empty(); });
+    EXPECT_THAT(pintado, testing::Contains(testing::HasSubstr("no es correcta")));
+    hojas_->ContestarTodo();
+    EXPECT_EQ(Estado(), "/b/cerrado.pdf");
+    v.OnDropFile("/b/cerrado.pdf");
+    hojas_->listo.outcome = Lx::Pdf::Outcome::Locked;
+    Falso::ElMundo().guion = {[] { Falso::Tecla(Falso::Arriba(), KeyCode::Escape); }};
+    hojas_->Abrir();
+    Falso::HastaQue([] { return Falso::ElMundo().guion.empty(); });
+    EXPECT_THAT(Estado(), testing::StartsWith("Error al abrir /b/cerrado.pdf: "));
+}
+
+TEST_F(Ventanas, UnEnlaceSePregunta) {
+    CMainWindow& v = Abrir(1);
+    const auto& vista = Control<Lx::CDocView>(v, 0);
+    for (const bool si : {false, true}) {
+        Falso::ElMundo().guion = {[si] {
+            EXPECT_THAT(Falso::Pintar(Falso::Arriba()), testing::Contains(testing::HasSubstr("https://a.es/%E2")));
+            Pulsar(Falso::Arriba(), si ? "Abrir" : "No abrir");
+        }};
+        vista.onAddress("https://a.es/\xe2\x80\xae");
+        EXPECT_EQ(Falso::ElMundo().direcciones.size(), si ? 1U : 0U);
+    }
+    vista.onAddress("file:///etc/passwd");
+    EXPECT_THAT(Dice(), testing::HasSubstr("El enlace no se abre"));
+    EXPECT_EQ(Falso::ElMundo().direcciones.size(), 1U);
+}
+
+// The desktop's colours are asked for once the page is seen, and count unless others were chosen.
+TEST_F(Ventanas, ElTema) {
+    using Lx::ThemeSet;
+    const auto fondo = [](ThemeSet set) { return Lx::ThemeColor(Lx::ColorRole::AppBackground, set); };
+    CMainWindow& v = Abrir(1);
+    EXPECT_FALSE(Falso::ElMundo().apariencia);
+    Ver();
+    ASSERT_TRUE(Falso::ElMundo().apariencia);
+    const auto elige = [&](const std::string& texto) {
+        Falso::ElMundo().elegirOrden = Falso::Elegir(texto);
+        Pulsar(v, "Menú");
+    };
+    auto* otra = new CMainWindow;
+    ASSERT_TRUE(app_->AddWindow(otra));
+    Falso::ElMundo().apariencia(ThemeSet::Dark);
+    EXPECT_EQ(otra->backColor, fondo(ThemeSet::Dark));
+    elige("Claro");
+    Falso::ElMundo().apariencia(ThemeSet::Dark);
+    EXPECT_EQ(otra->backColor, fondo(ThemeSet::Light));
+    elige("Según el escritorio");
+    EXPECT_EQ(otra->backColor, fondo(ThemeSet::Dark));
+    elige("Claro");
+}
+
+// The help sheet has every key that the table has, and what it says of the menu is there.
+TEST_F(Ventanas, LaAyuda) {
+    CMainWindow& v = Abrir(1);
+    std::vector<std::string> lineas;
+    Falso::ElMundo().guion = {[&] {
+        const auto& lista = Control<Lx::CListView>(Falso::Arriba(), 0);
+        for (int i = 0; i < lista.GetCount(); ++i) lineas.push_back(lista.GetItem(i)[0] + " " + lista.GetItem(i)[1]);
+        Falso::Tecla(Falso::Arriba(), KeyCode::Escape);
+    }};
+    Falso::Tecla(v, KeyCode::F1);
+    for (const char* linea : {"Ctrl+O Abrir un documento…", "Mayús+F3 Buscar el anterior", "Ctrl++ Acercar",
+                              "Alt+Izquierda Volver adonde estabas", "Ctrl+C Copiar", "Menú Oscuro"})
+        EXPECT_THAT(lineas, testing::Contains(linea));
+}
+
+}  // namespace PruebaApp
