@@ -220,6 +220,7 @@ void CGaleria::OnKeyDown(KeyCode key, unsigned modifiers) {
     if (key == KeyCode::F4) cerrable_ = !cerrable_;
     if (key == KeyCode::F5) throw 5;
     if (key == KeyCode::F6) OnMenu();
+    if (key == KeyCode::F11) OnImprimir();
     if (key == KeyCode::F10) {
         nota_->visible = !nota_->visible;
         InvalidateRect(nullptr);
@@ -299,6 +300,21 @@ void CGaleria::OnMenu() {
                                      {.text = "Imprimir…", .enabled = false, .command = 3},
                                      {.text = "Página & página", .checkable = true, .checked = true, .command = 4}};
     Anotar("menu %d", RunPlatformMenu(this, ordenes, {kMargen, 48}));
+}
+
+void CGaleria::OnImprimir() {
+    std::string error;
+    const auto obra = RunPlatformPrintDialog({.owner = this, .title = "Galería", .pages = 3, .current = 1}, error);
+    if (obra == nullptr) return Anotar("sin imprimir %s", error.c_str());
+    for (const int pagina : obra->Pages()) {
+        Size papel;
+        int giro = 0;
+        if (!obra->BeginPage(300, 200, papel, giro)) return Anotar("sin papel");
+        const std::vector<unsigned char> fila(static_cast<size_t>(papel.cx) * 4);
+        const bool pintada = obra->DrawBand(fila.data(), papel.cx, 1, papel.cx * 4, pagina);
+        Anotar("impresa %d %d", pagina + 1, pintada ? 1 : 0);
+    }
+    Anotar("imprimir %d", obra->Finish() ? 1 : 0);
 }
 
 void CGaleria::OnFichero() {
