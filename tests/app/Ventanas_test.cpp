@@ -188,7 +188,7 @@ TEST_F(Ventanas, ElSelloYSusPaginas) {
     EXPECT_THAT(Falso::Pintar(paginas), testing::Not(testing::Contains(testing::HasSubstr(error)))) << "not yet";
     // The document has nine pages.
     for (const auto& [escrito, dice, sirve] : Apoyo::Filas<std::string, std::string, bool>{
-             {"99", "\"99\" no existe", false}, {"2-4", "3 paginas", true}, {"x", "no es una página", false}}) {
+             {"99", "La página 99 no existe", false}, {"2-4", "3 paginas", true}, {"x", "no es una página", false}}) {
         SCOPED_TRACE(escrito);
         paginas.SelectAll();
         Falso::Teclear(*d, escrito);

@@ -12,7 +12,7 @@ namespace {
 constexpr int kTabHeight = 34;
 constexpr int kOutlineRow = 26, kAttachmentRow = 42;
 constexpr int kWidestThumbnail = 148;
-constexpr double kThumbnailShape = 1.32;  // of the box that every page is put into
+constexpr double kThumbnailShape = 1.42;  // of the box that every page is put into
 constexpr int kLabel = 20, kThumbnailGap = 14;
 constexpr int kNotch = 40;  // client pixels
 
