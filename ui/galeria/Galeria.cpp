@@ -220,7 +220,6 @@ void CGaleria::OnKeyDown(KeyCode key, unsigned modifiers) {
     if (key == KeyCode::F4) cerrable_ = !cerrable_;
     if (key == KeyCode::F5) throw 5;
     if (key == KeyCode::F6) OnMenu();
-    if (key == KeyCode::F11) OnImprimir();
     if (key == KeyCode::F10) {
         nota_->visible = !nota_->visible;
         InvalidateRect(nullptr);
@@ -258,6 +257,7 @@ void CGaleria::OnKillFocus() {
 void CGaleria::OnShortcut(char letter, unsigned modifiers) {
     Anotar("atajo %c %u", letter, modifiers);
     if (letter == 'Q') Close();
+    if (letter == 'P') OnImprimir();
     if (letter == 'J') Vigilar();
     if (letter == 'K') LxApp::s_pApp->backend->SetClipboard("del portapapeles");
     if (letter == 'T') LxApp::s_pApp->ChangeTheme(ThemeSet::Dark);

@@ -9,9 +9,10 @@
 namespace {
 
 constexpr const char* kUso =
-    "Uso: lx-galeria [--oscuro] [--registro] [--cerrar] [--visor] [DOCUMENTO.pdf]\n"
+    "Uso: lx-galeria [--oscuro] [--escritorio] [--registro] [--cerrar] [--visor] [DOCUMENTO.pdf]\n"
     "Muestra los controles en todos sus estados, y la primera página del documento.\n"
     "  --oscuro    con el tema oscuro\n"
+    "  --escritorio  con el tema del escritorio\n"
     "  --registro  escribe en la salida lo que sucede\n"
     "  --visor     muestra solo el documento, en el visor\n"
     "  --cerrar    cierra la ventana un segundo después\n";
@@ -20,7 +21,7 @@ constexpr const char* kUso =
 
 int main(int argc, char** argv) {
     std::string documento;
-    bool cerrar = false, visor = false;
+    bool cerrar = false, visor = false, escritorio = false;
     for (int i = 1; i < argc; ++i) {
         if (std::strcmp(argv[i], "--registro") == 0) {
             Lx::g_anotar = true;
@@ -28,6 +29,8 @@ int main(int argc, char** argv) {
             cerrar = true;
         } else if (std::strcmp(argv[i], "--visor") == 0) {
             visor = true;
+        } else if (std::strcmp(argv[i], "--escritorio") == 0) {
+            escritorio = true;
         } else if (std::strcmp(argv[i], "--oscuro") == 0) {
             Lx::SetTheme(Lx::ThemeSet::Dark);
         } else if (argv[i][0] == '-') {
@@ -44,5 +47,11 @@ int main(int argc, char** argv) {
     else
         app.mainWindow = new Lx::CGaleria(documento);
     if (cerrar && app.backend != nullptr) app.backend->CallLater(1000, [&app] { app.mainWindow->Close(); });
+    if (escritorio && app.backend != nullptr) {
+        app.backend->AskAppearance([&app](Lx::ThemeSet colores) {
+            app.ChangeTheme(colores);
+            Lx::Anotar("tema %s", colores == Lx::ThemeSet::Dark ? "oscuro" : "claro");
+        });
+    }
     return app.Run() < 0 ? 1 : 0;
 }

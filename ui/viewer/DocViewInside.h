@@ -140,6 +140,7 @@ struct CDocView::Inside {
     void AskTile(const Pdf::TileSpec& tile);
     void OnTile(const Pdf::TileSpec& tile, Pdf::Outcome outcome, const Pdf::Picture& picture);
     void AskSizes();
+    void AskSizesOf(int32_t first, int32_t last);
     void ZoomStepMade();
     void TrimTo(size_t limit);
     [[nodiscard]] bool IsThere(const Pdf::TileSpec& tile) const;

@@ -112,7 +112,7 @@ void CDocView::Inside::PaintStandIns(CCanvas& canvas, int32_t page, const Area& 
         // One that has more pixels than needed is better than one that has fewer; an old document's comes last.
         const auto misfit = [&](const Tile& t) {
             const double ratio = t.spec.width / wanted;
-            return (ratio < 1 ? 2 / ratio : ratio) + (t.kind == Tile::Kind::Small ? 1e6 : 0);
+            return (ratio < 1 ? 2 / ratio : ratio) + (t.kind == Tile::Kind::Small ? 1e6 : 0) + (t.old ? 0.1 : 0);
         };
         return !than || misfit(tile) < misfit(*than);
     };

@@ -73,6 +73,7 @@ void CDocView::Inside::Sync(double scale) {
         if (setup.fit != ViewPlace::Fit::Free || grown != 1) ZoomStepMade();
         Keep(anchor, 0, 0);
         Moved();
+        if (setup.fit != ViewPlace::Fit::Free) Tell(view.onZoomChanged);
     }
 }
 

@@ -77,7 +77,7 @@ void CSidePane::Inside::PaintTabs(CCanvas& canvas, bool focused) const {
     for (int i = 0; i < kTabs; ++i) {
         const Rect box = TabRect(i);
         const bool current = i == static_cast<int>(tab);
-        DrawCentred(canvas, Shortened(canvas, kNames[i], box.w - 4, kPaneFont), box,
+        DrawCentred(canvas, Shortened(canvas, kNames[i], box.w, kPaneFont), box,
                     current ? ColorRole::AppText : ColorRole::QuietText, current);
         if (current) canvas.FillRect({box.x + 6, box.y + box.h - 3, box.w - 12, 3}, ThemeColor(ColorRole::Accent));
         if (current && focused && atTabs)

@@ -70,7 +70,11 @@ void CSidePane::Inside::Ask() {
     }
 }
 
+// The chosen row stays, or the one that has taken it in.
 void CSidePane::Inside::Unfold() {
+    List& list = lists[static_cast<size_t>(Tab::Outline)];
+    const auto was = static_cast<size_t>(list.chosen);
+    const int32_t item = list.chosen >= 0 && was < shown.size() ? shown[was] : -1;
     shown.clear();
     int32_t hidden = INT32_MAX;  // what is deeper than this
     for (size_t i = 0; i < outline.size(); ++i) {
@@ -79,6 +83,7 @@ void CSidePane::Inside::Unfold() {
         shown.push_back(static_cast<int32_t>(i));
         hidden = folded[i] ? depth : INT32_MAX;
     }
+    list.chosen = static_cast<int32_t>(std::upper_bound(shown.begin(), shown.end(), item) - shown.begin()) - 1;
 }
 
 bool CSidePane::Inside::HasChildren(int32_t item) const {
@@ -154,7 +159,12 @@ void CSidePane::Inside::AskThumbnails() {
         const Pdf::TileSpec wanted = ThumbnailOf(of);
         const Tile* const there = doc.cache.SmallOf(of, wanted.turn);
         if (there && !there->old && there->spec.width * 4 >= wanted.width * 3) continue;
-        if (noThumbnail.contains(of) || !doc.layout.Knows(of)) continue;
+        if (noThumbnail.contains(of)) continue;
+        if (!doc.layout.Knows(of)) {
+            doc.AskSizes();
+            Settle();
+            continue;
+        }
         const auto [width, height] = doc.layout.PixelsOf(of);
         const Tile* const whole = doc.cache.Find({of, width, wanted.turn, {0, 0, width, height}});
         if (whole && whole->picture.width > wanted.width) {

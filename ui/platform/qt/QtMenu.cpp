@@ -14,8 +14,6 @@ namespace Lx {
 
 namespace {
 
-constexpr int kFontSize = 13;
-
 QString Css(ColorRole role) {
     const Color& c = ThemeColor(role);
     return QColor(c.r, c.g, c.b).name();
@@ -87,7 +85,6 @@ int RunPlatformMenu(CWindow* owner, const std::vector<MenuItem>& items, const Po
     FollowTheme();
     // The loop below may outlive the window's widget, and the menu with it.
     const QPointer<QMenu> menu = new QMenu(window);
-    menu->setFont(CQtApp::s_pInstance->Fonts().Get("system", kFontSize, false, false).font);
     menu->setStyleSheet(SheetOfTheme());
     Fill(*menu, items);
     new CGoesWithWindow(*window, *menu);
