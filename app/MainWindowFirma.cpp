@@ -20,6 +20,7 @@ namespace {
 
 constexpr const char* kCancelada = "Firma cancelada por el usuario.";
 constexpr const char* kHayOtra = "Ya hay una firma en marcha: espera a que acabe, o cancélala.";
+constexpr const char* kSeImprime = "Se está imprimiendo: espera a que acabe, o cancélalo.";
 constexpr const char* kOtraVentana = "Otra ventana de Velmora está firmando: espera a que acabe, o cancela esa firma.";
 constexpr unsigned kPaciencia = 800;  // ms that a job has to end when the program is told to
 
@@ -53,8 +54,8 @@ void CMainWindow::OnFirmar() {
 }
 
 bool CMainWindow::Libre() {
-    if (!firmando_) return true;
-    recado_ = kHayOtra;
+    if (!firmando_ && impresion_ == nullptr) return true;
+    recado_ = firmando_ ? kHayOtra : kSeImprime;
     if (tarea_.EnMarcha()) MostrarProgreso(tarea_.Ver());
     return false;
 }
@@ -234,6 +235,7 @@ void CMainWindow::MostrarProgreso(const Lx::Control::Estado& estado) {
 }
 
 void CMainWindow::OnCancelar() {
+    if (impresion_ != nullptr) return DejarDeImprimir();
     tarea_.Cancelar();
     MostrarProgreso(tarea_.Ver());
 }
@@ -255,6 +257,7 @@ bool CMainWindow::OnClose() {
         cerrarAlAcabar_ = true;
         return false;
     }
+    if (impresion_ != nullptr && !PuedeDejarDeImprimir()) return false;
     GuardarLugar();
     return true;
 }
@@ -263,6 +266,7 @@ void CMainWindow::Terminar(const std::function<void()>& alFinal) {
     cerrarAlAcabar_ = true;
     tarea_.Cancelar();
     examinando_.Abandonar();
+    impresion_.reset();
     correo_->Luego(kPaciencia, [this, alFinal] {
         if (tarea_.Ver().comprometido) return;
         if (!tarea_.EnMarcha()) return alFinal();

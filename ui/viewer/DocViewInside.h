@@ -132,7 +132,7 @@ struct CDocView::Inside {
     unsigned zoomStep = 0;
     Pdf::IPages::Id askingSizes = 0;
     bool firstPageDue = false;
-    std::vector<std::function<void(int32_t)>> onPicture;  // for who shows small ones
+    std::pair<int32_t, int32_t> thumbnails{0, -1};  // the first and last that are seen beside the view
 
     [[nodiscard]] bool IsSliced(int32_t page) const;
     [[nodiscard]] WantedTiles Plan() const;
@@ -140,6 +140,7 @@ struct CDocView::Inside {
     void AskTile(const Pdf::TileSpec& tile);
     void OnTile(const Pdf::TileSpec& tile, Pdf::Outcome outcome, const Pdf::Picture& picture);
     void AskSizes();
+    void AskSizesOf(int32_t first, int32_t last);
     void ZoomStepMade();
     void TrimTo(size_t limit);
     [[nodiscard]] bool IsThere(const Pdf::TileSpec& tile) const;

@@ -28,7 +28,7 @@ void CDocView::Inside::Paint(CCanvas& canvas) {
     canvas.FillRect(rect, ThemeColor(ColorRole::View));
     if (!Has()) {
         const std::string text = lastError.empty() ? "Sin documento PDF cargado." : lastError;
-        if (!opening || !lastError.empty()) PaintMessage(canvas, text, OnDevice(Seen()), ColorRole::ViewMessage);
+        if (!opening || !lastError.empty()) PaintMessage(canvas, text, OnDevice(Seen()), ColorRole::DocMessage);
         return;
     }
     {
@@ -67,9 +67,9 @@ void CDocView::Inside::PaintPage(CCanvas& canvas, int32_t page) {
     const bool isFailed = it != failed.end() && it->second.first == area.w;
     if (any || isFailed) bare.erase(page);
     if (isFailed && !any)
-        PaintMessage(canvas, SentenceOf(it->second.second), OnDevice(seen), ColorRole::PaperMessage);
+        PaintMessage(canvas, SentenceOf(it->second.second), OnDevice(seen), ColorRole::DocPaperMessage);
     else if (!any && IsBare(page))
-        PaintMessage(canvas, "Dibujando la pagina...", OnDevice(seen), ColorRole::PaperMessage);
+        PaintMessage(canvas, "Dibujando la pagina...", OnDevice(seen), ColorRole::DocPaperMessage);
     PaintMarks(canvas, page);
 }
 
@@ -112,7 +112,7 @@ void CDocView::Inside::PaintStandIns(CCanvas& canvas, int32_t page, const Area& 
         // One that has more pixels than needed is better than one that has fewer; an old document's comes last.
         const auto misfit = [&](const Tile& t) {
             const double ratio = t.spec.width / wanted;
-            return (ratio < 1 ? 2 / ratio : ratio) + (t.kind == Tile::Kind::Small ? 1e6 : 0);
+            return (ratio < 1 ? 2 / ratio : ratio) + (t.kind == Tile::Kind::Small ? 1e6 : 0) + (t.old ? 0.1 : 0);
         };
         return !than || misfit(tile) < misfit(*than);
     };
