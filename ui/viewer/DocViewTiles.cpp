@@ -83,10 +83,9 @@ void CDocView::Inside::OnTile(const Pdf::TileSpec& tile, Pdf::Outcome outcome, c
 
 void CDocView::Inside::TrimTo(size_t limit) {
     WantedTiles plan = Plan();
-    plan.tiles.resize(plan.visible);
     const auto [first, last] = layout.PagesBetween(scrollY, scrollY + height);
     cache.Trim(limit,
-               {first, last, direction, std::move(plan.tiles),
+               {first, last, direction, std::move(plan.tiles), plan.visible,
                 [this](int32_t page) { return page < layout.Count() ? layout.PixelsOf(page).first : 0; }, thumbnails});
 }
 

@@ -12,7 +12,7 @@ namespace {
 constexpr int kTabHeight = 34;
 constexpr int kOutlineRow = 26, kAttachmentRow = 42;
 constexpr int kWidestThumbnail = 148;
-constexpr double kThumbnailShape = 1.42;  // of the box that every page is put into
+constexpr double kFlattest = 0.6, kTallest = 1.42;  // of the box that every page is put into
 constexpr int kLabel = 20, kThumbnailGap = 14;
 constexpr int kNotch = 40;  // client pixels
 
@@ -32,8 +32,17 @@ Rect CSidePane::Inside::Body() const {
 int CSidePane::Inside::Pitch() const {
     if (tab == Tab::Outline) return kOutlineRow;
     if (tab == Tab::Attachments) return kAttachmentRow;
+    // As the first page is: most documents have one shape.
     const int width = std::clamp(Body().w - ViewBar::kWidth - 48, 40, kWidestThumbnail);
-    return static_cast<int>(width * kThumbnailShape) + kLabel + kThumbnailGap;
+    const double shape = Rows() > 0 ? ShapeOf(0) : kTallest;
+    return static_cast<int>(width * std::clamp(shape, kFlattest, kTallest)) + kLabel + kThumbnailGap;
+}
+
+double CSidePane::Inside::ShapeOf(int32_t row) const {
+    const PageLayout& layout = Doc().layout;
+    const Pdf::PageSize size = layout.SizeOf(row);
+    const double ratio = static_cast<double>(size.height) / static_cast<double>(size.width);
+    return layout.Setup().turn % 2 != 0 ? 1 / ratio : ratio;
 }
 
 Rect CSidePane::Inside::RowRect(int32_t row) const {
@@ -48,15 +57,12 @@ Rect CSidePane::Inside::PictureBox(int32_t row) const {
     const Rect cell = RowRect(row);
     const int width = std::clamp(Body().w - ViewBar::kWidth - 48, 40, kWidestThumbnail);
     const int height = Pitch() - kLabel - kThumbnailGap;
-    const PageLayout& layout = Doc().layout;
-    const Pdf::PageSize size = layout.SizeOf(row);
-    const bool sideways = layout.Setup().turn % 2 != 0;
-    const double across = sideways ? size.height : size.width, along = sideways ? size.width : size.height;
+    const double shape = ShapeOf(row);
     int w = width;
-    int h = std::max(1, static_cast<int>(w * along / across));
+    int h = std::max(1, static_cast<int>(w * shape));
     if (h > height) {
         h = height;
-        w = std::max(1, static_cast<int>(h * across / along));
+        w = std::max(1, static_cast<int>(h / shape));
     }
     return {cell.x + (cell.w - w) / 2, cell.y + kThumbnailGap / 2 + (height - h), w, h};
 }

@@ -74,6 +74,8 @@ struct CSidePane::Inside {
     [[nodiscard]] Rect TabRect(int index) const;
     [[nodiscard]] Rect Body() const;
     [[nodiscard]] int Pitch() const;
+    // How much higher than wide the page is.
+    [[nodiscard]] double ShapeOf(int32_t row) const;
     [[nodiscard]] Rect RowRect(int32_t row) const;
     [[nodiscard]] Rect PictureBox(int32_t row) const;
     [[nodiscard]] int32_t RowAt(const Point& pt) const;

@@ -11,6 +11,7 @@ namespace {
 // Higher goes first; none for what stays.
 constexpr int64_t kStays = -1;
 constexpr int64_t kClass = int64_t{1} << 40;
+constexpr int64_t kWanted = kClass / 4;  // else it would be drawn again and again
 
 bool IsSmall(const Tile& tile) {
     return tile.kind == Tile::Kind::Small;
@@ -31,7 +32,11 @@ int64_t RankOf(const Tile& tile, const TileKeep& keep) {
     const int64_t away = Distance(tile.spec.page, keep);
     if (tile.kind == Tile::Kind::Small) return SmallDistance(tile.spec.page, keep);
     const bool current = !tile.old && tile.spec.width == keep.widthOf(tile.spec.page);
-    if (current && std::find(keep.visible.begin(), keep.visible.end(), tile.spec) != keep.visible.end()) return kStays;
+    const auto wanted = std::find(keep.wanted.begin(), keep.wanted.end(), tile.spec);
+    if (current && wanted != keep.wanted.end()) {
+        const auto place = static_cast<size_t>(wanted - keep.wanted.begin());
+        return place < keep.visible ? kStays : kWanted + static_cast<int64_t>(place);
+    }
     // In sight what stands in is worth more than what may be seen later.
     if (away == 0 && !current) return kClass / 2;
     return (current ? kClass : 2 * kClass) + away;

@@ -159,7 +159,8 @@ TEST(Disposicion, QueSeGuarda) {
     for (const int32_t hoja : {1, 3, 4, 5, 6, 8, 9}) poner(hoja, 1000);
     poner(5, 500);
     poner(6, 500);
-    const Lx::TileKeep guardar{5, 5, 1, {{5, 1000, 0, {0, 0, 1000, 1000}}}, [](int32_t) { return 1000; }};
+    const auto entera = [](int32_t hoja) { return TileSpec{hoja, 1000, 0, {0, 0, 1000, 1000}}; };
+    const Lx::TileKeep guardar{5, 5, 1, {entera(5), entera(6)}, 1, [](int32_t) { return 1000; }};
     const Filas<size_t, std::string> pasos{{32'000'000, "1 3 4 5 5x 6 6x 8 9 "},
                                            {30'000'000, "1 3 4 5 5x 6 8 9 "},
                                            {29'000'000, "3 4 5 5x 6 8 9 "},
@@ -167,7 +168,7 @@ TEST(Disposicion, QueSeGuarda) {
                                            {20'000'000, "4 5 5x 6 8 "},
                                            {15'000'000, "4 5 5x 6 "},
                                            {10'000'000, "5 5x 6 "},
-                                           {8'000'000, "5 5x "},
+                                           {8'000'000, "5 6 "},
                                            {0, "5 "}};
     for (const auto& [bytes, lista] : pasos) {
         cache.Trim(bytes, guardar);

@@ -33,6 +33,7 @@ constexpr struct {
     {"Date Modified", "Modificación"},
     {"Save in:", "Guardar en:"},
     {"Ctrl", "Ctrl"},
+    {"Shift", "Mayús"},
     {"Output &file:", "&Archivo de salida:"},
     {"Pages", "Páginas"},
     {"Page Set:", "Cuáles:"},
