@@ -162,6 +162,8 @@ void CMainWindow::OnReemplazado(const Lx::Pdf::Opened& como) {
     MostrarEstado("", false);
     cambios_.Vigilar(documento_, pedido_.marca, [this] { AlCambiarEnDisco(); });
     AnotarReciente();
+    examen_.reset();
+    PonerFirmas();  // the band takes its place before the stamp is brought into sight
     estampa_ = r.estampa;
     if (estampa_.pagina >= 0) {
         const Lx::Pdf::Box caja = CajaDe(estampa_);
@@ -171,9 +173,7 @@ void CMainWindow::OnReemplazado(const Lx::Pdf::Opened& como) {
     if (panel_->visible) panel_->Rebuild();
     OnPagina(visor_->GetCurrentPage(), visor_->GetPageCount());
     Avisar(frase, false, mostrar);
-    examen_.reset();
     Examinar(nullptr);
-    PonerFirmas();
 }
 
 // --- What the job asks, on its own thread

@@ -28,7 +28,7 @@ void CDocView::Inside::Paint(CCanvas& canvas) {
     canvas.FillRect(rect, ThemeColor(ColorRole::View));
     if (!Has()) {
         const std::string text = lastError.empty() ? "Sin documento PDF cargado." : lastError;
-        if (!opening || !lastError.empty()) PaintMessage(canvas, text, OnDevice(Seen()), ColorRole::ViewMessage);
+        if (!opening || !lastError.empty()) PaintMessage(canvas, text, OnDevice(Seen()), ColorRole::DocMessage);
         return;
     }
     {
@@ -67,9 +67,9 @@ void CDocView::Inside::PaintPage(CCanvas& canvas, int32_t page) {
     const bool isFailed = it != failed.end() && it->second.first == area.w;
     if (any || isFailed) bare.erase(page);
     if (isFailed && !any)
-        PaintMessage(canvas, SentenceOf(it->second.second), OnDevice(seen), ColorRole::PaperMessage);
+        PaintMessage(canvas, SentenceOf(it->second.second), OnDevice(seen), ColorRole::DocPaperMessage);
     else if (!any && IsBare(page))
-        PaintMessage(canvas, "Dibujando la pagina...", OnDevice(seen), ColorRole::PaperMessage);
+        PaintMessage(canvas, "Dibujando la pagina...", OnDevice(seen), ColorRole::DocPaperMessage);
     PaintMarks(canvas, page);
 }
 

@@ -1,12 +1,16 @@
 // Documents as the view gets them: later, from processes apart.
 #include <gtest/gtest.h>
 #include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
 
 #include <chrono>
 #include <cmath>
 #include <codecvt>
 #include <cstring>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <locale>
 #include <memory>
 
@@ -57,6 +61,18 @@ class Documento : public testing::Test {
     std::string ruta = carpeta / "documento.pdf";
     std::unique_ptr<Pages> doc;
 };
+
+std::vector<pid_t> Hijos() {
+    std::ifstream lista("/proc/thread-self/children");
+    return {std::istream_iterator<pid_t>(lista), {}};
+}
+
+// Once it has ended; its parent hasn't seen it yet.
+void Matar(pid_t pid) {
+    siginfo_t info;
+    kill(pid, SIGKILL);
+    waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOWAIT);
+}
 
 std::string Flujo(const std::string& contenido) {
     return "<< /Length " + std::to_string(contenido.size()) + " >>\nstream\n" + contenido + "\nendstream";
@@ -251,6 +267,57 @@ TEST_F(Documento, SoloOfreceLoQueLlevaAAlgunSitio) {
     EXPECT_EQ(Apoyo::LeerFichero(destino), "contenido");
     EXPECT_EQ(std::filesystem::status(destino).permissions(), std::filesystem::perms{0600});
     EXPECT_EQ(guardar(0).first, Outcome::Unreadable) << "written over";
+}
+
+TEST_F(Documento, AbreConContrasena) {
+    const std::string rojo = UnaHoja("", "1 0 0 rg 0 0 200 100 re f");
+    Apoyo::EscribirFichero(carpeta / "clara.pdf", rojo);
+    using Opciones = std::vector<std::string>;
+    const std::string tipo = "--allow-weak-crypto";
+    // The password's bytes in the document, what is typed, qpdf's way to encrypt it.
+    const Apoyo::Filas<std::string, std::string, Opciones> casos{
+        {"clave", "clave", {"40"}},
+        {"a\xf1o\x80", "año•", {"128", "--use-aes=n"}},
+        {"a\xf1o\xa0", "año€", {"128", "--use-aes=y"}},
+        {"año•ж", "año•ж", {"256", "--force-R5"}},
+        {"año•ж", "año•ж", {"256"}},
+        {"", "", {"256", "--print=none"}},
+        {"", "", {"128", "--use-aes=y", "--print=low"}},
+    };
+    for (const auto& [guardada, tecleada, opciones] : casos) {
+        SCOPED_TRACE(tecleada + " " + opciones[0]);
+        Opciones orden{"qpdf", tipo, "--password-mode=bytes", "--encrypt", guardada, "manda"};
+        orden.insert(orden.end(), opciones.begin(), opciones.end());
+        orden.insert(orden.end(), {"--", carpeta / "clara.pdf", carpeta / "cifrada.pdf"});
+        Apoyo::Exigir(orden);
+        const Opened& abierto = Abrir(Apoyo::LeerFichero(carpeta / "cifrada.pdf"), 0, {.rest = 1ms, .spare = true});
+        EXPECT_EQ(abierto.outcome, tecleada.empty() ? Outcome::Good : Outcome::Locked);
+        const auto probar = [&](const std::string& clave) {
+            int veces = 0;
+            doc->Tell([&veces](const Opened&) { ++veces; });
+            EXPECT_TRUE(Esperar([&] { return veces > 0; }));
+            veces = 0;
+            doc->Unlock(clave);
+            EXPECT_TRUE(Esperar([&] { return veces > 0; }));
+        };
+        if (!tecleada.empty()) {
+            probar("otra");
+            EXPECT_EQ(abierto.sentence, "La contraseña no es correcta.");
+            probar(tecleada);
+        }
+        ASSERT_EQ(abierto.outcome, Outcome::Good);
+        EXPECT_TRUE(abierto.isProtected);
+        EXPECT_EQ(abierto.mayPrint, opciones.back() != "--print=none");
+        EXPECT_EQ(abierto.mayPrintWell, opciones.back().substr(0, 7) != "--print");
+        // The one that reads has it too, and who follows the one that draws.
+        EXPECT_EQ(Pedir<PageText>([&](auto hecho) { doc->Text(0, hecho); }).first, Outcome::Good);
+        for (int vez = 0; vez < 2; ++vez) {
+            const auto [como, foto] = Dibujar({0, 20, 0, {0, 0, 20, 10}});
+            ASSERT_EQ(como, Outcome::Good);
+            EXPECT_EQ(Punto(foto, 3, 3), 0xffff0000);
+            for (const pid_t hijo : Hijos()) Matar(hijo);
+        }
+    }
 }
 
 }  // namespace

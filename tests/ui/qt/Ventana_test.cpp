@@ -277,7 +277,11 @@ TEST(Ventana, LasAyudasTecnicasVenYActuan) {
     for (int i = 0; i < 300 && oyente.Texto().empty(); ++i) Pausa(30);
     g.Pulsar("F10");
     EXPECT_EQ(oyente.Esperar(20000), 0) << oyente.Errores();
-    EXPECT_THAT(oyente.Texto(), HasSubstr("notification|Aviso de muestra|"));
+    EXPECT_THAT(oyente.Texto(), HasSubstr("notification|Aviso de muestra, que"));
+    std::istringstream aviso(g.Textos({"notification.Aviso", "5", "donde"}).texto);
+    aviso >> x >> y;
+    g.Raton({"mousemove", x, y, "sleep", "0.2", "mousemove_relative", "2", "1"});
+    EXPECT_EQ(g.Textos({"tool tip.Aviso de muestra, que no cabe entero en su sitio", "10"}).codigo, 0);
 }
 
 TEST(Ventana, SigueLosColoresDelEscritorio) {

@@ -64,6 +64,12 @@ Crew::~Crew() {
 
 void Crew::Start() {
     if (program_ || !slots_) return;
+    // The spare has nothing to say but its greeting, unless it has gone.
+    while (spare_) {
+        const Noticia news = spare_->Leer(milliseconds(0));
+        if (news == Noticia::Nada) break;
+        if (news != Noticia::Saludo) spare_.reset();
+    }
     program_ = spare_ ? std::move(spare_) : Programa::Arrancar(slots_->Memoria());
     hasOpening_ = false;
     if (program_) wakeups_.Add(program_->Canal());
@@ -131,6 +137,12 @@ void Crew::SendMore() {
             continue;
         }
         const bool sent = Send(job);
+        if (!sent && underway_.empty()) {
+            // One that ended while it had nothing to do is no fault of this job.
+            Quit();
+            waiting_.push_front(std::move(job));
+            continue;
+        }
         if (underway_.empty()) since_ = Clock::now();
         underway_.push_back(std::move(job));
         if (!sent) return End(Outcome::NoProgram);

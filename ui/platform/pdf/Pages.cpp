@@ -106,6 +106,9 @@ void Pages::OpenContent() {
 }
 
 void Pages::TakeOpening(Outcome outcome, const Respuesta& answer, Ranura& slot) {
+    // One that didn't fit isn't kept.
+    if (outcome != Outcome::Good && source_.hasPassword) source_.password.Quitar();
+    const bool hadPassword = std::exchange(source_.hasPassword, source_.hasPassword && outcome == Outcome::Good);
     state_ = {};
     state_.outcome = outcome;
     if (outcome == Outcome::Good) {
@@ -115,8 +118,8 @@ void Pages::TakeOpening(Outcome outcome, const Respuesta& answer, Ranura& slot) 
         state_.mayPrint = (answer.banderas & Ayudante::kNoImprimir) == 0;
         state_.mayPrintWell = (answer.banderas & Ayudante::kNoImprimirBien) == 0;
     } else {
-        state_.sentence = path_.empty() ? "Ruta de archivo invalida."
-                                        : SentenceOfOpening(outcome, drawing_.Walls(), source_.hasPassword);
+        state_.sentence =
+            path_.empty() ? "Ruta de archivo invalida." : SentenceOfOpening(outcome, drawing_.Walls(), hadPassword);
         ahead_.reset();
     }
     isAnswered_ = true;
@@ -125,7 +128,7 @@ void Pages::TakeOpening(Outcome outcome, const Respuesta& answer, Ranura& slot) 
 
 void Pages::Unlock(const std::string& password) {
     source_.hasPassword = source_.password.Crear({password, std::string_view("\0", 1)});
-    if (!source_.content) return;
+    if (!source_.content || state_.outcome != Outcome::Locked) return;
     drawing_.Open(
         [this](Outcome outcome, const Respuesta& answer, Ranura& slot) { TakeOpening(outcome, answer, slot); });
     Rearm();

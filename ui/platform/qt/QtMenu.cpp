@@ -22,7 +22,7 @@ QString Css(ColorRole role) {
 QString SheetOfTheme() {
     return QString(
                "QMenu { background: %1; color: %2; border: 1px solid %3; padding: 4px; }"
-               "QMenu::item { padding: 6px 24px 6px 8px; border-radius: 4px; }"
+               "QMenu::item { padding: 4px 24px 4px 8px; border-radius: 4px; }"
                "QMenu::item:selected { background: %4; }"
                "QMenu::item:disabled { color: %5; background: transparent; }"
                "QMenu::separator { height: 1px; background: %6; margin: 4px 8px; }")
