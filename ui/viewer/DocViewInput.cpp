@@ -182,7 +182,7 @@ void CDocView::Inside::OnRelease(Event& ev) {
     const Drag was = std::exchange(drag, Drag::None);
     Repaint();
     const Spot spot = SpotAt(ev.pt);
-    if (was == Drag::Link && !dragged && spot.link) Follow(Pdf::Target(spot.link->target));
+    if (was == Drag::Link && spot.link) Follow(Pdf::Target(spot.link->target));
 }
 
 void CDocView::Inside::Follow(const Pdf::Target& target) {
