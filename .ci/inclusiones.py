@@ -20,6 +20,7 @@ PERMITIDOS = {
     "firma": {"signer", "pdf", "certstore", "certstore/sistema", "card", "ayudante", "crypto"},
     "ui": set(),
     "ui/viewer": {"ui"},
+    "ui/galeria": {"ui", "ui/viewer"},
     "ui/platform/qt": {"ui"},
     "ui/platform/pdf": {"ui", "ayudante", "pdf", "crypto"},
     "app": {"firma", "ui", "ui/viewer", "crypto"},

@@ -17,7 +17,7 @@ using Lx::Dnie::Paso;
 namespace {
 
 constexpr int kAncho = 620;
-constexpr int kAlto = 520;
+constexpr int kAlto = 500;
 constexpr int kMargen = 24;
 constexpr int kEstado = 76;  // width of a step's outcome
 constexpr int kAltoLinea = 16;
@@ -124,8 +124,8 @@ void CDiagnosticoDialog::Mostrar(const Lx::Firma::Diagnostico& diagnostico) {
     int y = 50;
     for (size_t i = 0; i < filas_.size(); ++i) PonerFila(filas_[i], i < d.pasos.size() ? d.pasos[i] : Paso{}, y);
     std::string notas = Lx::Firma::AvisoDeIntentos(diagnostico);
-    for (const std::string& linea : diagnostico.protecciones) notas += (notas.empty() ? "" : " ") + linea;
-    notas = Orvanta::EnLineas(notas, notas_->fontSize, kAncho - 2 * kMargen);
+    for (const std::string& linea : diagnostico.protecciones)
+        notas += (notas.empty() ? "" : "\n") + Orvanta::EnLineas(linea, notas_->fontSize, kAncho - 2 * kMargen);
     notas_->rect = {kMargen, y + kHueco, kAncho - 2 * kMargen, Lineas(notas) * kAltoLinea};
     notas_->SetText(notas);
     informe_ = Lx::Firma::Informe(diagnostico, false);

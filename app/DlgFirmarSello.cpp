@@ -88,7 +88,7 @@ void CDlgFirmar::RevisarPaginas(bool escritas) {
 // --- Where the signed copy goes
 
 void CDlgFirmar::MontarDestino() {
-    Etiqueta("Documento: " + Orvanta::NombreFichero(documento_), {16, 399, 290, 15}, Paleta::kTextoSuave, 11);
+    Etiqueta("Documento: " + Orvanta::NombreFichero(documento_), {16, 403, 290, 15}, Paleta::kTextoSuave, 11);
     fraseDestino_ = Etiqueta("", {16, 414, 290, 30}, Paleta::kTextoSuave, 11);
     guardarComo_ = AddButton("Guardar como…", {314, 408, 116, 28});
     Paleta::VestirBoton(*guardarComo_, paleta_, false);

@@ -32,7 +32,7 @@ CMainWindow::~CMainWindow() {
 }
 
 int CMainWindow::AnchoInicial() {
-    return kAncho - 2 * kMargen;
+    return Lx::CDocView::FirstWidth({kMargen, kArriba, kAncho - 2 * kMargen, kAlto - kArriba - kAbajo}, 1);
 }
 
 // --- Building
@@ -214,7 +214,7 @@ void CMainWindow::OnKeyDown(Lx::KeyCode key, unsigned modifiers) {
         if (busqueda_->visible) return busqueda_->Cerrar();
         if (aviso_->visible && !aviso_->EnProgreso()) return aviso_->Quitar();
         if (IsFullScreen()) return OnPantallaCompleta();
-        if (tarea_.EnMarcha()) return OnCancelar();
+        if (tarea_.EnMarcha() || impresion_ != nullptr) return OnCancelar();
     }
     if (key == Lx::KeyCode::Enter && busqueda_->TieneElFoco())
         return (con & Lx::kShift) != 0 ? busqueda_->Anterior() : busqueda_->Siguiente();

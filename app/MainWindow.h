@@ -1,6 +1,7 @@
 // The main window: a document to read, to look about in and to sign.
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <optional>
 #include <span>
@@ -22,6 +23,7 @@
 #include "firma/LxVigilante.h"
 #include "ui/LxDialog.h"
 #include "ui/viewer/LxDocView.h"
+#include "ui/viewer/LxPrinting.h"
 #include "ui/viewer/LxSidePane.h"
 
 class CMainWindow : public Lx::CWindow {
@@ -32,7 +34,7 @@ class CMainWindow : public Lx::CWindow {
 
     // Before the first window: the person's choice of colours.
     static void PonerTemaElegido();
-    // What the view of a new window is as wide as, in client pixels.
+    // Pixels across the first page that a new window shows, where one pixel of the screen is one of the window.
     [[nodiscard]] static int AnchoInicial();
     // Of the command line, or the welcome document's; empty: none.
     [[nodiscard]] static std::string DocumentoInicial(const std::string& pedido);
@@ -109,6 +111,7 @@ class CMainWindow : public Lx::CWindow {
     void OnMenu();
     void OnContexto(const Lx::Point& pt);
     void OnAbrirAparte();
+    void OnImprimir();
     void OnBuscar();
     void OnBuscarSiguiente();
     void OnBuscarAnterior();
@@ -186,6 +189,11 @@ class CMainWindow : public Lx::CWindow {
     template <class F>
     auto EnModal(F hacer);
 
+    // --- Printing
+    void AcabarImpresion();
+    void DejarDeImprimir();
+    [[nodiscard]] bool PuedeDejarDeImprimir();
+
     // --- The signature
     [[nodiscard]] bool Libre();
     void SeguirFirma();
@@ -199,6 +207,8 @@ class CMainWindow : public Lx::CWindow {
     void OnCancelar();
     void Recordar(const Lx::Firma::FirmarDocumentos& trabajo);
     void OlvidarPin();
+    // `pero`: what is wrong all the same.
+    void AvisarFirmado(const LxPdfSigner::Resultado& r, const std::string& pero = "");
     void ContarResultado(const Lx::Firma::Firmados& firmados, const std::string& quien);
 
     inline static Orvanta::Preferencias preferencias_;             // of the program
@@ -218,11 +228,13 @@ class CMainWindow : public Lx::CWindow {
     int paginas_ = 0;
     std::optional<Lx::Firma::Examen> examen_;
     std::function<void()> trasExamen_;
+    std::string antesDelExamen_;                       // what was said of the document just before
     std::vector<std::string> firmadoAqui_;             // who signed the document in this window, the last at the end
     std::optional<LxPdfSigner::Resultado> reemplazo_;  // the signed document is being opened
     LxPdfSigner::Estampa estampa_;                     // of the last signature
     std::optional<CCambiosDisco::Marca> recarga_;      // the document is being read anew
     int paginaDelAviso_ = -1;
+    std::chrono::steady_clock::time_point momentoDelAviso_;
     bool estadoError_ = false;
 
     Lx::Firma::Recuerdo recuerdo_;  // what the last accepted dialog ended with
@@ -233,6 +245,7 @@ class CMainWindow : public Lx::CWindow {
     CTarea examinando_;
     CTarea tarea_;        // the signature
     std::string recado_;  // what else there is to say while it goes on
+    std::unique_ptr<Lx::CPrintRun> impresion_;
     bool firmando_ = false;
     bool cerrarAlAcabar_ = false;
     int modales_ = 0;                     // loops that run for this window

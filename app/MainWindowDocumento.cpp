@@ -30,6 +30,8 @@ constexpr const char* kProtegido =
     "te "
     "está permitido, imprímelo a un PDF nuevo y firma ese.";
 
+constexpr std::chrono::milliseconds kPosarse{500};
+
 // The number at the start of a text, as scanf's %d reads it; one that is too large counts as the largest.
 [[nodiscard]] bool LeerNumero(const std::string& texto, int& n) {
     const size_t i = texto.find_first_not_of(" \t\n\v\f\r");
@@ -132,6 +134,7 @@ void CMainWindow::OlvidarDocumento() {
     cambios_.Dejar();
     examen_.reset();
     trasExamen_ = nullptr;
+    antesDelExamen_.clear();
     firmadoAqui_.clear();
     reemplazo_.reset();
     recarga_.reset();
@@ -182,7 +185,7 @@ void CMainWindow::PedirLectura() {
                            std::exchange(pedido_.claveRechazada, true), clave);
     if (Preguntar(dialogo) == Lx::kAccepted)
         visor_->Unlock(clave);
-    else if (recarga_.has_value())
+    else if (std::exchange(recarga_, std::nullopt))
         Avisar("El documento ha cambiado en el disco y ahora pide una contraseña: se sigue viendo lo que había.", true);
     else
         MostrarEstado("Error al abrir " + pedido_.ruta + ": está protegido y no se dio su contraseña.", true);
@@ -228,13 +231,14 @@ void CMainWindow::AlExaminar() {
 }
 
 void CMainWindow::AvisarDelExamen() {
-    std::string texto;
+    std::string texto = std::exchange(antesDelExamen_, {});
     if (examen_->impedimento) {
-        texto = protegido_ ? kProtegido : examen_->impedimento.frase;
+        Anadir(texto, protegido_ ? kProtegido : examen_->impedimento.frase);
     } else if (!examen_->firmas.empty()) {
         const size_t n = examen_->firmas.size();
-        texto = n == 1 ? "El documento ya tiene una firma: la tuya se añade y no la cambia."
-                       : "El documento ya tiene " + std::to_string(n) + " firmas: la tuya se añade y no las cambia.";
+        Anadir(texto,
+               n == 1 ? "El documento ya tiene una firma: la tuya se añade y no la cambia."
+                      : "El documento ya tiene " + std::to_string(n) + " firmas: la tuya se añade y no las cambia.");
     }
     for (const Lx::Aviso& aviso : examen_->avisos) Anadir(texto, aviso.frase);
     if (!texto.empty()) Avisar(texto, static_cast<bool>(examen_->impedimento));
@@ -248,7 +252,8 @@ void CMainWindow::PonerFirmas() {
 // --- What becomes of it on the disk
 
 void CMainWindow::AlCambiarEnDisco() {
-    if (firmando_ || !HayDocumento()) return;  // when the signature has ended it is looked at again
+    // When what goes on has ended it is looked at again.
+    if (firmando_ || reemplazo_ || impresion_ != nullptr || !HayDocumento()) return;
     const CCambiosDisco::Marca marca = CCambiosDisco::MarcaDe(documento_);
     if (!marca.hay)
         return Avisar(
@@ -277,8 +282,10 @@ void CMainWindow::OnRecargado(const Lx::Pdf::Opened& como) {
     PonerFirmas();
     if (panel_->visible) panel_->Rebuild();
     OnPagina(visor_->GetCurrentPage(), visor_->GetPageCount());
-    Avisar("El documento ha cambiado en el disco y se ha vuelto a leer.", false);
-    Examinar([] {});  // what it says is in the band; the notice stays
+    antesDelExamen_ = "El documento ha cambiado en el disco y se ha vuelto a leer.";
+    Avisar(antesDelExamen_, false);
+    examinando_.Abandonar();
+    Examinar(nullptr);
 }
 
 // --- What it holds
@@ -336,6 +343,7 @@ void CMainWindow::MostrarEstado(const std::string& texto, bool error) {
 
 void CMainWindow::Avisar(const std::string& texto, bool error, CAviso::Accion accion) {
     paginaDelAviso_ = visor_->GetCurrentPage();
+    momentoDelAviso_ = std::chrono::steady_clock::now();
     aviso_->Mostrar(texto, error, std::move(accion));
     ColocarAviso();
 }
@@ -365,10 +373,11 @@ void CMainWindow::OnIrHoja(const std::string& texto) {
     PonerHoja();
 }
 
-// Whoever goes on reading has read the notice.
+// Whoever goes on reading has read the notice; right after it, the view still goes to where it was to be.
 void CMainWindow::OnPagina(int actual, int total) {
     pagina_ = actual;
     paginas_ = total;
+    if (std::chrono::steady_clock::now() - momentoDelAviso_ < kPosarse) paginaDelAviso_ = actual;
     if (!aviso_->EnProgreso() && actual != paginaDelAviso_) aviso_->Quitar();
     if (panel_->visible) panel_->Follow(actual);
     PonerHoja();

@@ -20,6 +20,7 @@ namespace {
 
 constexpr const char* kCancelada = "Firma cancelada por el usuario.";
 constexpr const char* kHayOtra = "Ya hay una firma en marcha: espera a que acabe, o cancélala.";
+constexpr const char* kSeImprime = "Se está imprimiendo: espera a que acabe, o cancélalo.";
 constexpr const char* kOtraVentana = "Otra ventana de Velmora está firmando: espera a que acabe, o cancela esa firma.";
 constexpr unsigned kPaciencia = 800;  // ms that a job has to end when the program is told to
 
@@ -53,8 +54,8 @@ void CMainWindow::OnFirmar() {
 }
 
 bool CMainWindow::Libre() {
-    if (!firmando_) return true;
-    recado_ = kHayOtra;
+    if (!firmando_ && impresion_ == nullptr) return true;
+    recado_ = firmando_ ? kHayOtra : kSeImprime;
     if (tarea_.EnMarcha()) MostrarProgreso(tarea_.Ver());
     return false;
 }
@@ -81,7 +82,8 @@ bool CMainWindow::PuedeFirmarse() {
 
 void CMainWindow::SeguirFirma() {
     Firma::Encargo encargo;
-    if (!PuedeFirmarse() || !ElegirCertificado(encargo)) return AcabarFirma();
+    // It may have changed while the certificate was being chosen.
+    if (!PuedeFirmarse() || !ElegirCertificado(encargo) || !PuedeFirmarse()) return AcabarFirma();
     const bool conTarjeta = encargo.elegida.origen == Origen::Dnie;
     const std::string quien = encargo.elegida.cert.subjectCN;
     const auto trabajo = std::make_shared<Firma::FirmarDocumentos>(std::move(encargo), Preguntas(quien));
@@ -135,32 +137,37 @@ void CMainWindow::ContarResultado(const Firma::Firmados& firmados, const std::st
         if (r.motivo == Lx::Motivo::PinIncorrecto) Avisar(Quedan(firmados.intentos), true);
         return;
     }
+    AvisarFirmado(r);
     GuardarLugar();
     firmadoAqui_.push_back(quien);
     reemplazo_ = r;
     pedido_ = {.ruta = r.salida, .marca = CCambiosDisco::MarcaDe(r.salida)};
-    cambios_.Dejar();
     visor_->Replace(r.salida);
+}
+
+void CMainWindow::AvisarFirmado(const LxPdfSigner::Resultado& r, const std::string& pero) {
+    std::string frase = "Firmado: " + r.salida + "  (" + std::to_string(r.bytes) + " bytes)";
+    if (!r.nota.empty()) frase += "  [" + r.nota + "]";
+    if (!r.aviso.empty()) frase += " " + r.aviso;
+    if (!pero.empty()) frase += "\n" + pero;
+    Avisar(frase, !pero.empty(),
+           {"Mostrar en la carpeta", [ruta = r.salida] { Lx::LxApp::s_pApp->backend->ShowInFolder(ruta); }});
 }
 
 // The signed document is in the view, where the one without the signature was.
 void CMainWindow::OnReemplazado(const Lx::Pdf::Opened& como) {
     const LxPdfSigner::Resultado r = *std::exchange(reemplazo_, std::nullopt);
-    std::string frase = "Firmado: " + r.salida + "  (" + std::to_string(r.bytes) + " bytes)";
-    if (!r.nota.empty()) frase += "  [" + r.nota + "]";
-    if (!r.aviso.empty()) frase += " " + r.aviso;
-    const CAviso::Accion mostrar{"Mostrar en la carpeta",
-                                 [ruta = r.salida] { Lx::LxApp::s_pApp->backend->ShowInFolder(ruta); }};
     if (como.outcome != Lx::Pdf::Outcome::Good) {
         firmadoAqui_.clear();
-        return Avisar(frase + "\nSe sigue viendo el original: la copia firmada no se puede mostrar. " + como.sentence,
-                      true, mostrar);
+        return AvisarFirmado(r, "Se sigue viendo el original: la copia firmada no se puede mostrar. " + como.sentence);
     }
     documento_ = r.salida;
     bienvenida_ = false;
-    MostrarEstado("", false);
+    PonerEstado(documento_, false);
     cambios_.Vigilar(documento_, pedido_.marca, [this] { AlCambiarEnDisco(); });
     AnotarReciente();
+    examen_.reset();
+    PonerFirmas();  // the band takes its place before the stamp is brought into sight
     estampa_ = r.estampa;
     if (estampa_.pagina >= 0) {
         const Lx::Pdf::Box caja = CajaDe(estampa_);
@@ -169,10 +176,9 @@ void CMainWindow::OnReemplazado(const Lx::Pdf::Opened& como) {
     }
     if (panel_->visible) panel_->Rebuild();
     OnPagina(visor_->GetCurrentPage(), visor_->GetPageCount());
-    Avisar(frase, false, mostrar);
-    examen_.reset();
+    AvisarFirmado(r);
+    examinando_.Abandonar();
     Examinar(nullptr);
-    PonerFirmas();
 }
 
 // --- What the job asks, on its own thread
@@ -234,6 +240,7 @@ void CMainWindow::MostrarProgreso(const Lx::Control::Estado& estado) {
 }
 
 void CMainWindow::OnCancelar() {
+    if (impresion_ != nullptr) return DejarDeImprimir();
     tarea_.Cancelar();
     MostrarProgreso(tarea_.Ver());
 }
@@ -255,6 +262,7 @@ bool CMainWindow::OnClose() {
         cerrarAlAcabar_ = true;
         return false;
     }
+    if (impresion_ != nullptr && !PuedeDejarDeImprimir()) return false;
     GuardarLugar();
     return true;
 }
@@ -263,6 +271,7 @@ void CMainWindow::Terminar(const std::function<void()>& alFinal) {
     cerrarAlAcabar_ = true;
     tarea_.Cancelar();
     examinando_.Abandonar();
+    impresion_.reset();
     correo_->Luego(kPaciencia, [this, alFinal] {
         if (tarea_.Ver().comprometido) return;
         if (!tarea_.EnMarcha()) return alFinal();

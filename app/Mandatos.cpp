@@ -82,6 +82,7 @@ std::span<const W::Mandato> W::Mandatos() {
     static constexpr Mandato kMandatos[] = {
         {"Abrir un documento…", Ctrl('O'), Grupo::Documento, kMenu, &W::OnAbrir},
         {"Abrir en otra ventana…", {}, Grupo::Documento, kMenu, &W::OnAbrirAparte},
+        {"Imprimir…", Ctrl('P'), Grupo::Documento, kMenu, &W::OnImprimir, &W::HayPaginas},
         {"Buscar…", Ctrl('F'), Grupo::Editar, kMenu, &W::OnBuscar, &W::HayPaginas},
         {"Buscar lo seleccionado", {}, Grupo::Editar, Mandato::kEnContexto, &W::OnBuscar, &W::HaySeleccion},
         {"Buscar el siguiente", Codigo(KeyCode::F3), Grupo::Editar, 0, &W::OnBuscarSiguiente, &W::HayPaginas},

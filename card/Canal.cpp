@@ -123,13 +123,13 @@ Aviso Canal::MotivoDe(Espera espera) const {
         const char* frase;
     } kMotivos[] = {
         {Espera::Servicio, Motivo::SinServicio,
-         "El servicio de tarjetas no responde. Desconecte y conecte el lector, o reinicie el servicio, y vuelva a "
+         "El servicio de tarjetas no responde. Desconecta y conecta el lector, o reinicia el servicio, y vuelve a "
          "intentarlo."},
         {Espera::Conexion, Motivo::TarjetaMuda,
-         "La tarjeta no responde. Sáquela, limpie el chip, insértela con el chip hacia el lector y vuelva a "
+         "La tarjeta no responde. Sácala, limpia el chip, insértala con el chip hacia el lector y vuelve a "
          "intentarlo."},
         {Espera::Transaccion, Motivo::LectorOcupado,
-         "Otra aplicación usa el lector y no lo suelta. Ciérrela y vuelva a intentarlo."},
+         "Otra aplicación usa el lector y no lo suelta. Ciérrala y vuelve a intentarlo."},
     };
     for (const auto& fila : kMotivos) {
         if (fila.espera == espera) return {fila.motivo, fila.frase};

@@ -19,21 +19,21 @@ constexpr const char* kPasos[] = {"servicio", "lectores", "tarjeta", "perfil", "
 // What to do about a card that the service would not connect to, by its code or, when the job has left, by the reason.
 const char* ConsejoConexion(long code, Motivo motivo) {
     static constexpr const char* kInserte =
-        "Inserte el DNIe en el lector, o dejelo encima si es sin contacto, y repita la prueba.";
+        "Inserta el DNIe en el lector, o déjalo encima si es sin contacto, y repite la prueba.";
     static constexpr const char* kLimpie =
-        "Saque el DNIe, limpie el chip, insertelo con el chip hacia el lector y repita la prueba.";
+        "Saca el DNIe, limpia el chip, insértalo con el chip hacia el lector y repite la prueba.";
     static constexpr struct {
         unsigned code;
         Motivo motivo;
         const char* consejo;
     } kConsejos[] = {
-        {0x8010000B, Motivo::LectorOcupado, "Cierre el otro programa que esta usando la tarjeta y repita la prueba."},
+        {0x8010000B, Motivo::LectorOcupado, "Cierra el otro programa que está usando la tarjeta y repite la prueba."},
         {0x8010000C, Motivo::SinTarjeta, kInserte},
         {0x80100069, Motivo::SinTarjeta, kInserte},
         {0x80100066, Motivo::TarjetaMuda, kLimpie},
         {0x80100067, Motivo::TarjetaMuda, kLimpie},
-        {0x80100009, Motivo::LectorDesconocido, "Conecte el lector y repita la prueba."},
-        {0x80100017, Motivo::LectorDesconocido, "Conecte el lector y repita la prueba."},
+        {0x80100009, Motivo::LectorDesconocido, "Conecta el lector y repite la prueba."},
+        {0x80100017, Motivo::LectorDesconocido, "Conecta el lector y repite la prueba."},
         {Pcsc::kSinServicio, Motivo::SinServicio, Plataforma::kTextos.consejoServicio},
         {0x8010001E, Motivo::SinServicio, Plataforma::kTextos.consejoServicio},
     };
@@ -41,7 +41,7 @@ const char* ConsejoConexion(long code, Motivo motivo) {
     for (const auto& fila : kConsejos) {
         if (dejado ? fila.motivo == motivo : Pcsc::EsCodigo(code, fila.code)) return fila.consejo;
     }
-    return "Espere unos segundos, reinserte el DNIe y repita la prueba.";
+    return "Espera unos segundos, inserta otra vez el DNIe y repite la prueba.";
 }
 
 // The stages in their order; each function fills its own and says whether the next one can run.
@@ -50,7 +50,7 @@ class Doctor {
     Doctor(const std::string& lector, Control& control) : control_(control), sesion_(control) {
         d_.lector = lector;
         for (const char* nombre : kPasos) {
-            d_.pasos.push_back({nombre, false, false, "sin comprobar: fallo un paso anterior.", ""});
+            d_.pasos.push_back({nombre, false, false, "sin comprobar: falló un paso anterior.", ""});
         }
     }
 
@@ -82,7 +82,7 @@ class Doctor {
     bool Lectores() {
         if (d_.lectores.empty()) {
             return Anotar({Motivo::SinLector, "No hay lectores de tarjetas conectados."},
-                          "Conecte un lector de tarjetas; si ya lo esta, instale su driver.");
+                          "Conecta un lector de tarjetas; si ya lo está, instala su driver.");
         }
         if (d_.lector.empty()) d_.lector = d_.lectores[static_cast<size_t>(Pcsc::PriorizarLector(d_.lectores))];
         d_.sinContacto = Pcsc::DetectarTipo(d_.lector) == 1;
@@ -90,7 +90,7 @@ class Doctor {
             return Bien("lector '" + d_.lector + "'.");
         }
         return Anotar({Motivo::LectorDesconocido, "no existe el lector '" + d_.lector + "'."},
-                      "Elija uno de estos lectores: " + Nombres() + ".");
+                      "Elige uno de estos lectores: " + Nombres() + ".");
     }
 
     bool Conectar() {
@@ -111,7 +111,7 @@ class Doctor {
         if (perfil_ != Perfil::Ninguno) return Bien(d_.modelo + ", ATR " + d_.atr + ".");
         return Anotar(sesion_.Fallo(Motivo::TarjetaAjena, "Tarjeta no identificada como DNIe, ATR " + d_.atr + "." +
                                                               (sesion_.nota.empty() ? "" : " " + sesion_.nota)),
-                      "Compruebe que es un DNI electronico y que esta bien insertado, y repita la prueba.");
+                      "Comprueba que es un DNI electrónico y que está bien insertado, y repite la prueba.");
     }
 
     bool Certificados() {
@@ -130,8 +130,8 @@ class Doctor {
         }
         if (!lectura.fallo) return Bien(lectura.resumen);
         return Anotar(std::move(lectura.fallo),
-                      d_.sinContacto ? "Deje quieto el DNIe y repita la prueba, o pruebe con un lector de contacto."
-                                     : "Reinserte el DNIe, espere unos segundos y repita la prueba.");
+                      d_.sinContacto ? "Deja quieto el DNIe y repite la prueba, o prueba con un lector de contacto."
+                                     : "Inserta otra vez el DNIe, espera unos segundos y repite la prueba.");
     }
 
     bool Firma() {
@@ -143,11 +143,11 @@ class Doctor {
             d_.intentosPin < 0 ? "" : " Al PIN le quedan " + std::to_string(d_.intentosPin) + " intento(s).";
         if (informe.puede) return Bien("la tarjeta puede firmar; solo falta el PIN." + intentos);
         if (d_.intentosPin == 0) {
-            return Anotar({Motivo::PinBloqueado, "el PIN esta bloqueado." + intentos},
-                          "Desbloquee el PIN con su codigo PUK y repita la prueba.");
+            return Anotar({Motivo::PinBloqueado, "el PIN está bloqueado." + intentos},
+                          "Desbloquea el PIN con su código PUK y repite la prueba.");
         }
         return Anotar(sesion_.Fallo(Motivo::ClaveNoFirma, "la tarjeta no puede firmar." + intentos),
-                      "Reinserte el DNIe, espere unos segundos y repita la prueba.");
+                      "Inserta otra vez el DNIe, espera unos segundos y repite la prueba.");
     }
 
     std::string Nombres() const {

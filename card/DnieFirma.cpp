@@ -44,8 +44,8 @@ Motivo MotivoDePin(int sw) {
 bool PresentarPin(Intento& i) {
     if (i.sesion.canal.Seguir() != 0) {
         i.r.fallo = i.sesion.Fallo(Motivo::TarjetaRetirada,
-                                   "La tarjeta se retiró o se reinició antes de enviarle el PIN. Déjela quieta en el "
-                                   "lector y vuelva a firmar.");
+                                   "La tarjeta se retiró o se reinició antes de enviarle el PIN. Déjala quieta en el "
+                                   "lector y vuelve a firmar.");
         return false;
     }
     if (!i.r.pinEnviado && !i.control.Comprometer()) {
@@ -217,7 +217,7 @@ Intentos ConsultarIntentos(const std::string& lector, Control& control) {
     if (r.quedan < 0) {
         r.fallo =
             sesion.Fallo(Motivo::Ninguno,
-                         "La tarjeta no dice cuantos intentos le quedan al PIN (SW=" + Hex16(sesion.tarjeta.sw) + ").");
+                         "La tarjeta no dice cuántos intentos le quedan al PIN (SW=" + Hex16(sesion.tarjeta.sw) + ").");
     }
     return r;
 }

@@ -88,7 +88,7 @@ const std::vector<std::string> kModos[] = {{}, {"-legacy"}};
 }
 
 [[nodiscard]] Aviso Cancelada() {
-    return {Motivo::Cancelado, "operacion cancelada por el usuario."};
+    return {Motivo::Cancelado, "operación cancelada por el usuario."};
 }
 
 [[nodiscard]] FuenteListada SinCertificados(FuenteListada fuente, const Control& control, Aviso fallo) {

@@ -227,8 +227,9 @@ Encargo EncargoDe(const Argumentos& a, const Identidad& identidad) {
 }
 
 void Aconsejar(Motivo motivo) {
-    if (const std::string_view consejo = ConsejoDe(motivo); !consejo.empty())
-        Decir("  Consejo: " + std::string(consejo));
+    std::string consejo(ConsejoDe(motivo));
+    if (motivo == Motivo::SalidaExiste) consejo += " Con --salida y --forzar se sustituye.";
+    if (!consejo.empty()) Decir("  Consejo: " + consejo);
 }
 
 void DecirIntentos(const Firmados& firmados) {

@@ -15,6 +15,10 @@ foreach(objetivo velmora velmora-pagina)
   endif()
 endforeach()
 
+if(TARGET velmora-impresion)
+  install(TARGETS velmora-impresion LIBRARY DESTINATION ${VELMORA_PROPIA})
+endif()
+
 # instalar_comprimido(INPUT OUTPUT FOLDER): fills in the version and installs it by gzip, with no time in it.
 function(instalar_comprimido entrada salida carpeta)
   configure_file(${entrada} ${hecho}/${salida} @ONLY)

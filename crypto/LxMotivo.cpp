@@ -77,7 +77,7 @@ constexpr struct {
     {Motivo::SinReserva, "SinReserva", ""},
     {Motivo::SalidaImposible, "SalidaImposible",
      "elige otro nombre, o una carpeta que exista y en la que puedas escribir."},
-    {Motivo::SalidaExiste, "SalidaExiste", "elige otro nombre; con --salida y --forzar se sustituye."},
+    {Motivo::SalidaExiste, "SalidaExiste", "elige otro nombre."},
     {Motivo::SalidaAjena, "SalidaAjena", "elige otro nombre: lo que hay con ese no es un fichero normal."},
     {Motivo::SinNombre, "SinNombre", "mueve o borra copias firmadas anteriores, o elige otra carpeta."},
     {Motivo::SalidaIncompleta, "SalidaIncompleta",

@@ -17,9 +17,9 @@ constexpr struct {
     Origen origen;
     const char* resto;
 } kUnaSolaVez[] = {
-    {Origen::Dnie, "no se intentó: la tarjeta ya falló en esta ejecución y el PIN no se envía otra vez."},
-    {Origen::Sistema, "no se intentó: el almacén del sistema ya se negó a firmar en esta ejecución."},
-    {Origen::Personal, "no se intentó: el almacén del sistema ya se negó a firmar en esta ejecución."},
+    {Origen::Dnie, "no se intentó: la tarjeta ya falló con un documento anterior y el PIN no se envía otra vez."},
+    {Origen::Sistema, "no se intentó: el almacén del sistema ya se negó a firmar un documento anterior."},
+    {Origen::Personal, "no se intentó: el almacén del sistema ya se negó a firmar un documento anterior."},
 };
 
 [[nodiscard]] const char* RestoDe(Origen origen) {

@@ -49,7 +49,7 @@ constexpr struct {
         case Defecto::AlReves:
             return trozo + " va al revés: escribe primero la página menor, por ejemplo: 5-8";
         case Defecto::NoExiste:
-            return "La página " + trozo + " no existe" +
+            return "La página " + trozo.substr(1, trozo.size() - 2) + " no existe" +
                    (total < 1 ? std::string(".") : ": el documento tiene " + Paginas(static_cast<size_t>(total)) + ".");
         case Defecto::Ninguno:
             break;

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "pdf/LxSintaxis.h"
+#include "signer/LxListaPaginas.h"
 #include "signer/PdfSello.h"
 
 using namespace LxPdf;
@@ -16,6 +17,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     for (size_t i = 0; i < indices.size(); ++i) {
         if (indices[i] >= paginas || (i > 0 && indices[i] <= indices[i - 1])) abort();
     }
+    const LxPdfSigner::ListaRevisada revisada = LxPdfSigner::RevisarLista(texto, paginas);
+    if (paginas > 0 && revisada.cuantas != 0 && revisada.cuantas != indices.size()) abort();
     const std::string nombre = TextoPdf(texto);
     if (FinLiteral(nombre, 0) != nombre.size()) abort();
     const Sello sello = ConstruirSello(texto, texto);

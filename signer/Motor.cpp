@@ -96,7 +96,7 @@ std::vector<unsigned char> CubrirTodo(Lx::Api::Interno::Sha256Ctx ctx, size_t ba
 
 bool ComprobarSalida(const std::string& entrada, const std::string& salida, Resultado& r) {
     if (!MismoFichero(entrada, salida)) return true;
-    return Fallo(r, Motivo::SalidaEsEntrada, "la salida " + salida + " es el propio documento: elija otro nombre.");
+    return Fallo(r, Motivo::SalidaEsEntrada, "la salida " + salida + " es el propio documento: elige otro nombre.");
 }
 
 bool SigueIgual(const Lectura& doc, const std::string& entrada, Resultado& r) {

@@ -31,15 +31,15 @@ constexpr struct {
     {Defecto::StartxrefFuera, Motivo::Danado, "el 'startxref' del PDF apunta fuera del fichero."},
     {Defecto::TrailerIlegible, Motivo::Danado, "no se pudo leer el trailer del PDF (xref ilegible)."},
     {Defecto::SinRaiz, Motivo::Danado, "el trailer del PDF no tiene /Root."},
-    {Defecto::Cifrado, Motivo::Cifrado, "el PDF esta cifrado: este motor no firma documentos protegidos."},
-    {Defecto::DemasiadoGrande, Motivo::Excesivo, "el PDF es demasiado grande: el limite es de 9 GB."},
+    {Defecto::Cifrado, Motivo::Cifrado, "el PDF está cifrado: los documentos protegidos no se pueden firmar."},
+    {Defecto::DemasiadoGrande, Motivo::Excesivo, "el PDF es demasiado grande: el límite es de 9 GB."},
     {Defecto::SinObjetos, Motivo::Danado,
      "el PDF no contiene objetos legibles (probablemente todo el arbol esta en un ObjStm)."},
     {Defecto::CatalogoIlegible, Motivo::Danado, "el catalogo del PDF no es un diccionario legible."},
     {Defecto::SinArbol, Motivo::Danado, "el catalogo no apunta a /Pages por referencia."},
     {Defecto::SinPaginas, Motivo::SinPaginas, "no se localizo ninguna pagina en el arbol del PDF."},
     {Defecto::Solapados, Motivo::Danado,
-     "el PDF esta danado: sus objetos se solapan y no se puede firmar sin perder datos."},
+     "el PDF está dañado: sus objetos se solapan y no se puede firmar sin perder datos."},
     {Defecto::Irreparable, Motivo::Danado, "el PDF está dañado y no se puede reconstruir.", true},
     {Defecto::Excesivo, Motivo::Excesivo,
      "la estructura del PDF pasa de los límites que se leen: parece hecha para agotar a los programas.", true},
@@ -120,7 +120,7 @@ bool FalloPagina(Resultado& r) {
 }
 
 bool FalloPerderia(Resultado& r, const char* que) {
-    return Fallo(r, Motivo::Danado, std::string("no se pudo leer ") + que + " del PDF: firmar perderia datos.");
+    return Fallo(r, Motivo::Danado, std::string("no se pudo leer ") + que + " del PDF: firmar perdería datos.");
 }
 
 std::string Llano(const std::string& texto, size_t largo) {
@@ -180,14 +180,14 @@ std::vector<Aviso> AvisosDe(const LxPdf::Documento& doc, const LxPdf::Permisos& 
     std::vector<Aviso> avisos;
     const struct LxPdf::Rarezas& rarezas = doc.Rarezas();
     if (rarezas.reconstruido) {
-        avisos.push_back({Motivo::Reconstruido,
-                          "El PDF está dañado y se ha reconstruido: abre la copia firmada y comprueba que está todo."});
+        avisos.push_back(
+            {Motivo::Reconstruido,
+             "El PDF está dañado y se reconstruye al firmarlo: comprueba que en la copia firmada está todo."});
     }
     if (rarezas.tablaTrasFlujo || rarezas.indiceAjeno || permisos.fueraDeRango) {
-        avisos.push_back(
-            {Motivo::Extrano,
-             "El PDF tiene defectos de forma: algún programa puede mostrarlo de otra manera. Abre la copia "
-             "firmada y comprueba que está todo."});
+        avisos.push_back({Motivo::Extrano,
+                          "El PDF tiene defectos de forma: algún programa puede mostrarlo de otra manera. "
+                          "Comprueba que en la copia firmada está todo."});
     }
     if (permisos.p == 2 && visible) {
         avisos.push_back({Motivo::SelloEnCertificado,
@@ -199,13 +199,13 @@ std::vector<Aviso> AvisosDe(const LxPdf::Documento& doc, const LxPdf::Permisos& 
     if (cerrojo != permisos.cerrojos.end()) {
         avisos.push_back({Motivo::CampoBloqueado, "La firma del campo \"" + Llano(cerrojo->campo) +
                                                       "\" bloquea los campos del documento: algún programa puede dar "
-                                                      "esta firma por un cambio no permitido."});
+                                                      "la firma nueva por un cambio no permitido."});
     }
     if (!campos.vacios.empty()) {
-        avisos.push_back(
-            {Motivo::CamposVacios, (campos.vacios.size() == 1 ? "El documento tiene un campo de firma sin firmar ("
-                                                              : "El documento tiene campos de firma sin firmar (") +
-                                       Nombrar(campos.vacios) + "): esta firma se añade aparte y lo deja como está."});
+        avisos.push_back({Motivo::CamposVacios,
+                          (campos.vacios.size() == 1 ? "El documento tiene un campo de firma sin firmar ("
+                                                     : "El documento tiene campos de firma sin firmar (") +
+                              Nombrar(campos.vacios) + "): la firma nueva se añade aparte, sin tocar lo que hay."});
     }
     if (permisos.derechosDeUso) {
         avisos.push_back({Motivo::DerechosDeUso,

@@ -138,7 +138,8 @@ class IPrintJob {
     // Begins a sheet for a page of that size in points; gives the size in device pixels to draw it at (at most 600
     // dpi), turned by `turn` quarters to fit. False when the printer doesn't take it.
     [[nodiscard]] virtual bool BeginPage(float width, float height, Size& device, int& turn) = 0;
-    // Rows of the page from `top`, as CCanvas::DrawPixels takes them.
+    // Rows from `top` of the page drawn `width` pixels wide: as wide as the device, or less, but the same for all of
+    // a page. As CCanvas::DrawPixels takes them.
     [[nodiscard]] virtual bool DrawBand(const unsigned char* rows, int width, int height, int stride, int top) = 0;
     // Ends the job; without it the job is given up when this goes.
     [[nodiscard]] virtual bool Finish() = 0;

@@ -17,15 +17,15 @@ struct Textos {
 
 inline constexpr Textos kTextos = {
     "Linux",
-    "en Linux: compruebe que el servicio pcscd este instalado y en marcha (paquete 'pcscd') y que el lector tenga "
+    "en Linux: comprueba que el servicio pcscd está instalado y en marcha (paquete 'pcscd') y que el lector tiene "
     "driver.",
     "No se encontro libpcsclite.so.1 (instale el paquete 'libpcsclite1').",
     "NSS (Linux)",
     "NSS · ",
-    "el almacen NSS",
-    "al almacen NSS",
-    "Instale la biblioteca y el servicio: sudo apt install libpcsclite1 pcscd",
-    "Arranque el servicio: sudo systemctl start pcscd.socket (si no existe: sudo apt install pcscd).",
+    "el almacén NSS",
+    "al almacén NSS",
+    "Instala la biblioteca y el servicio: sudo apt install libpcsclite1 pcscd",
+    "Arranca el servicio: sudo systemctl start pcscd.socket (si no existe: sudo apt install pcscd).",
 };
 
 }  // namespace Lx::Plataforma

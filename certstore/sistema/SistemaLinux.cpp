@@ -124,8 +124,9 @@ struct Peticion {
 
 [[nodiscard]] std::string ExplicarEntrada(const Token& token, CK_RV codigo) {
     if (codigo == CKR_PIN_INCORRECT && token.EsNss() && VersionDePerfil(token.carpeta) >= kNavegadorNuevo)
-        return "contraseña incorrecta, o el NSS del sistema es mas antiguo que el navegador que escribio el perfil: el "
-               "certificado puede exportarse desde el navegador como PKCS#12.";
+        return "contraseña incorrecta, o el NSS del sistema es más antiguo que el navegador que escribió el perfil: "
+               "exporta "
+               "el certificado desde el navegador como PKCS#12 y firma con ese fichero.";
     return ExplicarCkr(codigo);
 }
 
@@ -200,7 +201,7 @@ void FirmarEnToken(const Token& token, Peticion& p) {
     return {{}, {motivo, std::move(frase)}};
 }
 
-constexpr const char* kCancelada = "operacion cancelada por el usuario.";
+constexpr const char* kCancelada = "operación cancelada por el usuario.";
 
 }  // namespace
 

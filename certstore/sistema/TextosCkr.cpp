@@ -14,13 +14,13 @@ constexpr struct {
     const char* texto;
 } kTextos[] = {
     {CKR_HOST_MEMORY, "no hay memoria suficiente."},
-    {CKR_DEVICE_ERROR, "fallo el dispositivo o la base de claves esta dañada."},
+    {CKR_DEVICE_ERROR, "falló el dispositivo o la base de claves esta dañada."},
     {CKR_DEVICE_MEMORY, "el dispositivo no tiene memoria suficiente."},
-    {CKR_DEVICE_REMOVED, "se retiro el dispositivo."},
-    {CKR_TOKEN_NOT_PRESENT, "se retiro el dispositivo."},
-    {CKR_FUNCTION_CANCELED, "operacion cancelada por el usuario."},
-    {CKR_CANCEL, "operacion cancelada por el usuario."},
-    {CKR_FUNCTION_REJECTED, "el usuario no autorizo la firma."},
+    {CKR_DEVICE_REMOVED, "se retiró el dispositivo."},
+    {CKR_TOKEN_NOT_PRESENT, "se retiró el dispositivo."},
+    {CKR_FUNCTION_CANCELED, "operación cancelada por el usuario."},
+    {CKR_CANCEL, "operación cancelada por el usuario."},
+    {CKR_FUNCTION_REJECTED, "el usuario no autorizó la firma."},
     {CKR_KEY_SIZE_RANGE, "no admite el tamaño de la clave."},
     {CKR_KEY_TYPE_INCONSISTENT, "la clave no es RSA."},
     {CKR_KEY_FUNCTION_NOT_PERMITTED, "la clave no tiene permiso para firmar."},
@@ -29,9 +29,9 @@ constexpr struct {
     {CKR_PIN_INVALID, "la contraseña tiene caracteres que no admite."},
     {CKR_PIN_LEN_RANGE, "la contraseña es demasiado corta o demasiado larga."},
     {CKR_PIN_EXPIRED, "la contraseña ha caducado y hay que cambiarla."},
-    {CKR_PIN_LOCKED, "la contraseña esta bloqueada por demasiados intentos fallidos."},
-    {CKR_USER_NOT_LOGGED_IN, "hace falta la contraseña del almacen."},
-    {CKR_USER_PIN_NOT_INITIALIZED, "el almacen no tiene todavia contraseña."},
+    {CKR_PIN_LOCKED, "la contraseña está bloqueada por demasiados intentos fallidos."},
+    {CKR_USER_NOT_LOGGED_IN, "hace falta la contraseña del almacén."},
+    {CKR_USER_PIN_NOT_INITIALIZED, "el almacén no tiene todavía contraseña."},
 };
 
 }  // namespace

@@ -36,7 +36,8 @@ Intentos ConsultarIntentos(const std::string&, Control& control) {
     return {3, {}};
 }
 
-Diagnostico Diagnosticar(const std::string&, Control&) {
+Diagnostico Diagnosticar(const std::string&, Control& control) {
+    if (g_fuentes.alConsultar) g_fuentes.alConsultar(control);
     return g_fuentes.diagnostico;
 }
 

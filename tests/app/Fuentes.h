@@ -12,7 +12,7 @@
 struct FuentesFalsas {
     std::vector<Lx::CertStore::Entrada> entradas = {};
     std::vector<Lx::CertStore::FuenteListada> fuentes = {};
-    // On the job's thread, while it lists, and while it asks the card for its tries.
+    // On the job's thread, while it lists, and while it asks the card for its tries or examines it.
     std::function<void(const Lx::CertStore::Contexto&, bool soloTarjeta, Lx::Control&)> alListar = {};
     std::function<void(Lx::Control&)> alConsultar = {};
     Lx::Dnie::Diagnostico diagnostico = {};

@@ -10,8 +10,7 @@
 #include <filesystem>
 #include <fstream>
 
-#include "tests/apoyo/pantalla/Pantalla.h"
-#include "tests/cli/Lectores.h"
+#include "tests/app/Programa.h"
 
 namespace PruebaCli {
 
@@ -19,9 +18,6 @@ namespace fs = std::filesystem;
 using testing::HasSubstr;
 using testing::Not;
 
-// What the mouse goes to, as an assistive tool names it; of several the last one, which is in the window on top.
-constexpr const char *kFirmar = "button.Firmar", *kHoja = "text.Página", *kSello = "combo box.Sello visual",
-                     *kRuta = "text.PKCS#12", *kClave = "password text.Contraseña";
 constexpr int kDistintos =
     40;  // squares of a picture that may look otherwise: a button has more, another font makes less
 
@@ -43,87 +39,6 @@ bool EstaEnMemoria(pid_t pid, const std::string& texto) {
     }
     return false;
 }
-
-class Programa : public ConTarjeta {
-  protected:
-    void SetUp() override {
-        ConTarjeta::SetUp();
-        ASSERT_EQ(pantalla_.Error(), "");
-    }
-    void TearDown() override {
-        programa_.reset();
-        ConTarjeta::TearDown();
-    }
-
-    // Starts the program through a shell, where $V is the program.
-    void Lanzar(const std::string& orden) {
-        std::vector<std::string> todo = Comando();
-        todo.insert(todo.end(), {"sh", "-c", "V=" VELMORA "; " + orden});
-        programa_.reset();  // or its window would be taken for the new one's
-        programa_ = std::make_unique<Apoyo::CPrograma>(todo, pantalla_.Entorno());
-    }
-    void Abrir(const std::string& documento) {
-        Lanzar("exec $V " + documento);
-        ventana_ = Espera("Velmora 2026");
-        Ve("label." + documento);
-    }
-    // Waits for a line that matches, "role|name|states|text"; gives all lines.
-    std::string Ve(const std::string& patron, int segundos = 15) {
-        const Apoyo::Salida s = pantalla_.Textos({patron, std::to_string(segundos)});
-        EXPECT_EQ(s.codigo, 0) << "no line " << patron << " in\n" << s.texto << s.errores;
-        return s.texto;
-    }
-    // The mouse goes to the thing, and clicks it.
-    void Senalar(const std::string& cosa, bool clic = false) {
-        const Apoyo::Salida s = pantalla_.Textos({cosa, "15", "donde"});
-        int x = 0, y = 0;
-        ASSERT_EQ(std::sscanf(s.texto.c_str(), "%d %d", &x, &y), 2) << "no " << cosa << " in\n" << s.texto << s.errores;
-        clic ? pantalla_.Clic("", x, y) : pantalla_.Mover("", x, y);
-    }
-    void Clic(const std::string& cosa) { Senalar(cosa, true); }
-    void Escribir(const std::string& texto) {
-        pantalla_.Pulsar("ctrl+a");
-        pantalla_.Teclear(texto);
-        pantalla_.Pulsar("Return");
-    }
-    using ConTarjeta::Escribir;
-    std::string Espera(const std::string& titulo) {
-        std::string ventana = pantalla_.EsperarVentana(titulo);
-        EXPECT_NE(ventana, "") << titulo << "\n" << programa_->Errores();
-        return ventana;
-    }
-    // Opens the certificate dialog, and waits for its list.
-    std::string Elegir() {
-        Clic(kFirmar);
-        std::string dialogo = Espera("Selecciona el certificado digital");
-        Ve(R"(label.*(certificado\(s\)|No hay ningun certificado))");
-        return dialogo;
-    }
-    void ElegirPkcs12() {
-        Elegir();
-        Clic(kRuta);
-        pantalla_.Teclear(identidad_->p12);
-        Clic(kClave);
-        Escribir(identidad_->password);
-        Ve(R"(list item.*PKCS#12.*del fichero)");
-    }
-    // With what the dialog has chosen.
-    void FirmarConElPrimero() {
-        Elegir();
-        pantalla_.Pulsar("Return");
-    }
-    std::string ElPin() { return Espera("PIN del DNI"); }
-
-    void DarPin(const std::string& pin) {
-        ElPin();
-        pantalla_.Teclear(pin);
-        pantalla_.Pulsar("Return");
-    }
-
-    Apoyo::CPantalla pantalla_{true};
-    std::unique_ptr<Apoyo::CPrograma> programa_;
-    std::string ventana_;
-};
 
 TEST_F(Programa, PasaLasHojas) {
     ASSERT_EQ(Guion("qpdf --empty --pages contrato.pdf contrato.pdf contrato.pdf -- tres.pdf").codigo, 0);
@@ -167,7 +82,7 @@ TEST_F(Programa, ComoEmpieza) {
     Lanzar("exec solo/velmora contrato.pdf");
     Espera("Velmora 2026");
     const auto visible = std::chrono::steady_clock::now();
-    Ve("label.Error al abrir contrato.pdf: .*no responde");
+    Ve("label.Error al abrir contrato.pdf: .*velmora-pagina");
     EXPECT_GT(std::chrono::steady_clock::now() - visible, std::chrono::seconds(2));
     Lanzar("exec env -u DISPLAY $V contrato.pdf");
     EXPECT_EQ(programa_->Esperar(), 255);
@@ -247,13 +162,21 @@ TEST_F(Programa, DosFirmasConUnFichero) {
     Ve(R"(list item.Ana.*PKCS#12.*del fichero)");
     Clic(kFirmar);
     Ve("label.contrato_firmao2.pdf");
-    Ve(R"(button.Firmado: contrato_firmao2.pdf  \(\d+ bytes\))");
+    Ve(R"(notification.Firmado: contrato_firmao2.pdf  \(\d+ bytes\))");
     EXPECT_TRUE(Apoyo::PdfValido(En("contrato_firmao2.pdf"), *identidad_));
-    // File and password are remembered.
-    FirmarConElPrimero();
-    Ve("label.contrato_firmao2_firmao.pdf");
-    EXPECT_TRUE(Apoyo::PdfValido(En("contrato_firmao2_firmao.pdf"), *identidad_, 2));
+    // File and password are remembered. A name that is taken is asked about before it is replaced.
+    Elegir();
+    Ve("label.Se guardará como contrato_firmao2_firmao.pdf");
+    Clic("button.Guardar como");
+    Espera("Guardar el documento firmado");
+    Escribir("contrato_firmao.pdf");
+    Ve("label.Ya existe contrato_firmao.pdf");
+    pantalla_.Pulsar("alt+s");
+    Ve("label.Sustituirá a contrato_firmao.pdf");
     EXPECT_EQ(Leer("contrato_firmao.pdf"), "ocupado");
+    Clic(kFirmar);
+    Ve("label.*/contrato_firmao.pdf");
+    EXPECT_TRUE(Apoyo::PdfValido(En("contrato_firmao.pdf"), *identidad_, 2));
 }
 
 TEST_F(Programa, CadaSello) {
@@ -303,7 +226,7 @@ TEST_F(Programa, ElAlmacenPideSuClave) {
     FirmarConElPrimero();
     Espera("Contraseña del almacén");
     pantalla_.Pulsar("Escape");
-    Ve("button.Firma cancelada por el usuario");
+    Ve("notification.Firma cancelada por el usuario");
     EXPECT_FALSE(fs::exists(En("contrato_firmao_firmao.pdf")));
 }
 
@@ -396,17 +319,16 @@ TEST_F(Programa, LoQueNoSePuedeEscribirNiFirmar) {
                   .codigo,
               0);
     for (const auto& [nombre, antes, frase] : Apoyo::Filas<std::string, std::string, std::string>{
-             {"cifrado", "", "El documento está protegido contra cambios"},
-             {"doble", "", "un dato del PDF está dos veces"},
-             {"ido", "rm ido.pdf", "no se pudo leer ido.pdf"},
+             {"cifrado", "", "El documento está protegido: se puede leer, pero no firmar"},
+             {"doble", "", ".*dato del PDF está dos veces"},
+             {"ido", "rm ido.pdf", "El documento ya no está en su sitio"},
          }) {
         Abrir(nombre + ".pdf");
         Ve(R"(text\|.*\|1 / 1$)");
         ASSERT_EQ(Guion(antes).codigo, 0);
-        ElegirPkcs12();
         Clic(kFirmar);
-        Ve("label." + frase);
-        EXPECT_FALSE(fs::exists(En(nombre + "_firmao.pdf")));
+        Ve("notification." + frase);
+        EXPECT_EQ(pantalla_.EsperarVentana("Selecciona", 300), "") << "before anything is asked for";
     }
 }
 
@@ -463,8 +385,8 @@ TEST_F(Programa, ElTeclado) {
         }
         Ve("^" + sitios[0] + R"([^|]*\|[A-Z ]*FOCUSED)");
     };
-    recorrer(
-        {"document frame.", "push button.Abrir PDF", "push button.Firmar", "text.", "push button.>", "push button.>>"});
+    recorrer({"document frame.", "push button.Abrir PDF", "push button.Firmar", "push button.Menú", "text.",
+              "push button.>", "push button.>>"});
     for (const char* tecla : {"Tab", "Tab", "space"}) pantalla_.Pulsar(tecla);
     Espera("Selecciona el certificado digital");
     recorrer({"list.", "push button.Actualizar lista", "combo box.", "push button.Guardar como", "push button.Firmar",

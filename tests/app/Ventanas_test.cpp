@@ -188,7 +188,7 @@ TEST_F(Ventanas, ElSelloYSusPaginas) {
     EXPECT_THAT(Falso::Pintar(paginas), testing::Not(testing::Contains(testing::HasSubstr(error)))) << "not yet";
     // The document has nine pages.
     for (const auto& [escrito, dice, sirve] : Apoyo::Filas<std::string, std::string, bool>{
-             {"99", "\"99\" no existe", false}, {"2-4", "3 paginas", true}, {"x", "no es una página", false}}) {
+             {"99", "La página 99 no existe", false}, {"2-4", "3 paginas", true}, {"x", "no es una página", false}}) {
         SCOPED_TRACE(escrito);
         paginas.SelectAll();
         Falso::Teclear(*d, escrito);
@@ -287,6 +287,7 @@ TEST_F(Ventanas, DondeSeGuarda) {
              {doc, doc, true, false},
              {sin, sin, false, false},
              {carpeta / "c", carpeta / "c.pdf", false, true},
+             {carpeta / "D.PDF", carpeta / "D.PDF", false, true},
          }) {
         SCOPED_TRACE(elegido);
         Falso::ElMundo().elegirFichero = [&, elegido = elegido](const Lx::FileDialogRequest& r, std::string& ruta) {
@@ -326,8 +327,13 @@ TEST_F(Ventanas, ElDiagnosticoVaConLaTarjeta) {
     da.pasos[1] = {"lectores", true, true, "uno", "", {}};
     da.puedeFirmar = true;
     da.certificados = {{"", Apta(Origen::Dnie, "Ana").cert, "", true}};
+    // Another one comes while this one is examined.
+    std::atomic<int> veces = 0;
+    g_fuentes.alConsultar = [&](Lx::Control&) {
+        if (++veces == 1) EnVentana(g_fuentes.tarjeta), EnVentana([] {});
+    };
     g_fuentes.tarjeta();
-    Falso::HastaQue([&] { return textos().starts_with("Se puede firmar"); });
+    Falso::HastaQue([&] { return veces == 2 && textos().starts_with("Se puede firmar"); });
     EXPECT_THAT(textos(), testing::HasSubstr("|bien|Lector de tarjetas|Uno.|"));
     Falso::Tecla(d, KeyCode::Escape);
     EXPECT_TRUE(d.done);

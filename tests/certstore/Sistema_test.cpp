@@ -21,7 +21,7 @@ namespace {
 
 constexpr const char* kAna = "Ana Núñez Peña";
 constexpr const char* kLibre = "2 certificado(s)\nNSS · Ana Núñez Peña con clave\nNSS · Raíz de prueba\n";
-constexpr const char* kVacio = "el almacen NSS no tiene certificados.\n";
+constexpr const char* kVacio = "el almacén NSS no tiene certificados.\n";
 
 // For all scripts. $CASA is the home folder; they run in the folder above it.
 constexpr const char* kFunciones = R"sh(
@@ -181,7 +181,7 @@ TEST_F(Sistema, ConClaveSinPreguntar) {
     Guion(R"(anadir "$CASA/.pki/nssdb" Berta)");
     EXPECT_THAT(Listar(), UnorderedElementsAre("3 certificado(s)", "NSS · Ana Núñez Peña con clave",
                                                "NSS · Raíz de prueba", "NSS · Berta"));
-    EXPECT_EQ(Firmar("Berta", "\nmaestra\n"), "SinClave: no hay clave privada en el almacen NSS para Berta.\n");
+    EXPECT_EQ(Firmar("Berta", "\nmaestra\n"), "SinClave: no hay clave privada en el almacén NSS para Berta.\n");
     fs::remove_all(casa / ".pki");
     Guion(
         "ficha; guardar cert ana/ca.pem --id 01; guardar cert Berta.pem --id 02; guardar cert ana/cert.pem\n"
@@ -235,11 +235,11 @@ TEST_F(Sistema, ElMismoDocumentoConLaTarjeta) {
 TEST_F(Sistema, Contrasenas) {
     Copiar("cerrada", casa / ".thunderbird/p");
     Perfil("p");
-    const std::string mala = "contraseña incorrecta", cancelada = "operacion cancelada por el usuario.";
+    const std::string mala = "contraseña incorrecta", cancelada = "operación cancelada por el usuario.";
     const std::string antiguo =
         mala +
-        ", o el NSS del sistema es mas antiguo que el navegador que escribio el perfil: el certificado puede "
-        "exportarse desde el navegador como PKCS#12.";
+        ", o el NSS del sistema es más antiguo que el navegador que escribió el perfil: exporta el certificado desde "
+        "el navegador como PKCS#12 y firma con ese fichero.";
     const struct {
         const char* respuestas;
         const char* version;
@@ -258,7 +258,7 @@ TEST_F(Sistema, Contrasenas) {
         for (int i = 1; i <= fila.preguntas; ++i)
             espero += "pregunta " + (casa / ".thunderbird/p").string() + " " + std::to_string(i) + "\n";
         const char* motivo = fila.motivo == cancelada ? "Cancelado" : "ClaveDeAlmacen";
-        espero += fila.motivo.empty() ? "firmado" : motivo + (": el almacen NSS rechazo firmar: " + fila.motivo);
+        espero += fila.motivo.empty() ? "firmado" : motivo + (": el almacén NSS rechazo firmar: " + fila.motivo);
         EXPECT_EQ(Firmar(kAna, std::string("\n") + fila.respuestas), espero + "\n");
     }
     Guion("ficha; guardar cert ana/cert.pem --id 01; guardar privkey ana/key.pem --id 01");
@@ -269,7 +269,7 @@ TEST_F(Sistema, Contrasenas) {
 TEST_F(Sistema, BasesRotas) {
     const fs::path base = casa / ".pki/nssdb";
     const std::string cert9 = base / "cert9.db", key4 = base / "key4.db", ruido(30000, '\x5A');
-    const std::string noDejo = "el almacen NSS no dejo listar los certificados (codigo ";
+    const std::string noDejo = "el almacén NSS no dejo listar los certificados (codigo ";
     const std::string certificados = noDejo + "3461563217).\nSinAlmacen";  // 0xCE534351, softokn's CKR_CERTDB_FAILED
     const std::string claves = noDejo + "3461563218).\nSinAlmacen";        // 0xCE534352, CKR_KEYDB_FAILED
     const std::string roto = "LD_LIBRARY_PATH=" + casa.string();
@@ -282,7 +282,7 @@ TEST_F(Sistema, BasesRotas) {
         {"basura", [&] { EscribirFichero(cert9, ruido); }, certificados},
         {"claves basura", [&] { EscribirFichero(key4, ruido); }, claves},
         {"sin softokn", [&] { EscribirFichero(casa / "libsoftokn3.so", "no"); },
-         "no se pudo preparar la consulta al almacen NSS.\nSinAlmacen", roto},
+         "no se pudo preparar la consulta al almacén NSS.\nSinAlmacen", roto},
         {"sin p11-kit", [&] { EscribirFichero(casa / "libp11-kit.so.0", "no"), fs::remove_all(base); }, kVacio, roto},
     };
     for (const auto& fila : kFilas) {
@@ -312,9 +312,9 @@ TEST_F(Sistema, ClavesQueNoEstanONoSon) {
     EXPECT_EQ(Firmar("Berta", "\n1234\n"),
               "pregunta Ficha 1\nClaveAjena: La clave que firmo no corresponde al certificado elegido (Berta).\n");
     EXPECT_THAT(Ayudante({"firmar", "Berta", "doc.pdf", casa / "s.pdf"}, "\n1234\n", {"PKCS11_DESVIO=no firma"}),
-                HasSubstr("AlmacenNoFirma: el almacen NSS rechazo firmar: fallo el dispositivo o la base de claves"));
+                HasSubstr("AlmacenNoFirma: el almacén NSS rechazo firmar: falló el dispositivo o la base de claves"));
     EXPECT_EQ(Ayudante({"--antes", "rm -r \"$CASA\"/fichas/*", "firmar", "Berta", "doc.pdf", casa / "s.pdf"}),
-              "SinClave: no hay clave privada en el almacen NSS para Berta.\n");
+              "SinClave: no hay clave privada en el almacén NSS para Berta.\n");
 }
 
 // Whoever else has softokn going in this process keeps his session, and our databases are read all the same.
@@ -333,7 +333,7 @@ TEST_F(Sistema, SoftoknYaIniciado) {
 
 TEST_F(Sistema, ALaVezQueOtros) {
     Copiar("libre", casa / ".pki/nssdb");
-    EXPECT_EQ(Ayudante({"--cancelado", "1", "listar"}), "operacion cancelada por el usuario.\nCancelado");
+    EXPECT_EQ(Ayudante({"--cancelado", "1", "listar"}), "operación cancelada por el usuario.\nCancelado");
     std::vector<std::future<std::string>> procesos;
     for (const char* salida : {"a.pdf", "b.pdf", "c.pdf", "d.pdf"})
         procesos.push_back(std::async(std::launch::async, [salida] { return Firmar(kAna, "\n", salida); }));

@@ -33,7 +33,7 @@ class Diagnosticar : public ConTarjeta {
 };
 
 TEST_F(Diagnosticar, SinServicioOSinBiblioteca) {
-    Comprobar("", 0, "Servicio PC/SC no disponible", "Arranque el servicio: sudo systemctl start pcscd.socket");
+    Comprobar("", 0, "Servicio PC/SC no disponible", "Arranca el servicio: sudo systemctl start pcscd.socket");
     // A file that is no library, and a library without the functions.
     for (const auto& [fichero, nota] : Apoyo::Filas<std::string, const char*>{
              {"clave", "No se encontro libpcsclite.so.1 (instale el paquete 'libpcsclite1')."},
@@ -42,7 +42,7 @@ TEST_F(Diagnosticar, SinServicioOSinBiblioteca) {
             Guion("mkdir -p lib; for f in libpcsclite.so.1 libpcsclite.so; do cp " + fichero +
                   " lib/$f; done; export LD_LIBRARY_PATH=lib; $CLI firmar $ID contrato.pdf && exec $CLI diagnosticar");
         EXPECT_EQ(s.codigo, 1);
-        EXPECT_THAT(s.texto, HasSubstr("    Qué hacer: Instale la biblioteca y el servicio: sudo apt install"));
+        EXPECT_THAT(s.texto, HasSubstr("    Qué hacer: Instala la biblioteca y el servicio: sudo apt install"));
         EXPECT_THAT(s.texto, HasSubstr(nota));
     }
     EXPECT_TRUE(Apoyo::PdfValido(En("contrato_firmao2.pdf"), *identidad_));
@@ -50,7 +50,7 @@ TEST_F(Diagnosticar, SinServicioOSinBiblioteca) {
 
 TEST_F(Diagnosticar, CadaPasoQueFallaDiceQueHacer) {
     ASSERT_TRUE(Insertar({}));
-    Comprobar("", 1, "No hay lectores de tarjetas conectados.", "Conecte un lector de tarjetas");
+    Comprobar("", 1, "No hay lectores de tarjetas conectados.", "Conecta un lector de tarjetas");
     Apoyo::Escenario ajena = Dnie(2, false), vacia = Dnie(1, true), bloqueada = Dnie(0, false), sinClave = Dnie();
     ajena.atr = "3B00";
     ajena.fallos = {{.respuesta = "6A82"}};
@@ -59,12 +59,12 @@ TEST_F(Diagnosticar, CadaPasoQueFallaDiceQueHacer) {
     sinClave.claves.clear();
     ASSERT_TRUE(Insertar({std::nullopt, ajena, vacia, bloqueada, sinClave, Dnie()}));
     const Apoyo::Filas<std::string, int, const char*, const char*> filas = {
-        {"otro", 1, "no existe el lector 'otro'.", "Elija uno de estos lectores: 'Lector"},
-        {Lector(0), 2, "No hay tarjeta en el lector.", "Inserte el DNIe en el lector"},
-        {Lector(1), 3, "Tarjeta no identificada como DNIe, ATR 3B00.", "Compruebe que es un DNI electronico"},
-        {Lector(2), 4, "(perfil DNIe 2.0 RENIEC", "Deje quieto el DNIe"},
-        {Lector(3), 5, "el PIN esta bloqueado. Al PIN le quedan 0 intento(s).", "Desbloquee el PIN con su codigo PUK"},
-        {Lector(4), 5, "la tarjeta no puede firmar. Al PIN le quedan 3 intento(s).", "Reinserte el DNIe"},
+        {"otro", 1, "no existe el lector 'otro'.", "Elige uno de estos lectores: 'Lector"},
+        {Lector(0), 2, "No hay tarjeta en el lector.", "Inserta el DNIe en el lector"},
+        {Lector(1), 3, "Tarjeta no identificada como DNIe, ATR 3B00.", "Comprueba que es un DNI electrónico"},
+        {Lector(2), 4, "(perfil DNIe 2.0 RENIEC", "Deja quieto el DNIe"},
+        {Lector(3), 5, "el PIN está bloqueado. Al PIN le quedan 0 intento(s).", "Desbloquea el PIN con su código PUK"},
+        {Lector(4), 5, "la tarjeta no puede firmar. Al PIN le quedan 3 intento(s).", "Inserta otra vez el DNIe"},
         {Lector(5), 6, "la tarjeta puede firmar; solo falta el PIN. Al PIN le quedan 3 intento(s).", ""},
     };
     for (const auto& [lector, buenos, texto, consejo] : filas)

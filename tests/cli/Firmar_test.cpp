@@ -75,7 +75,7 @@ TEST_F(FirmarDocumentos, NadaDeLoQueHabiaSePierde) {
     const Nombres antes = Nuevos();
     const std::string intacto = Leer("contrato.pdf");
     const std::string imposible = "SalidaImposible. Consejo: elige otro nombre, o una carpeta",
-                      ocupado = "SalidaExiste. Consejo: elige otro nombre; con",
+                      ocupado = "SalidaExiste. Consejo: elige otro nombre. Con",
                       ajeno = "SalidaAjena. Consejo: elige otro nombre: lo que hay",
                       original = "SalidaEsEntrada. Consejo: elige otro nombre para",
                       malo = "NoEsPdf. Consejo: comprueba que es el documento";

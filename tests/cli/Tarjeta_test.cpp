@@ -44,7 +44,8 @@ TEST_F(FirmarConTarjeta, UnPinMaloCuestaUnIntentoPorEjecucion) {
     ASSERT_TRUE(Insertar({Dnie()}));
     EscribirSecreto("malo", kMalo);
     for (const char* nombre : {"b.pdf", "c.pdf"}) Escribir(nombre, Pdf());
-    const std::string resto = "no se intentó: la tarjeta ya falló en esta ejecución y el PIN no se envía otra vez.";
+    const std::string resto =
+        "no se intentó: la tarjeta ya falló con un documento anterior y el PIN no se envía otra vez.";
     const Apoyo::Filas<int, std::string, const char*> filas = {
         {2, "['PIN incorrect', '", "Intentos que le quedan al PIN del DNIe: 2.\n"},
         {1, "['PIN incorrect', '", "Intentos que le quedan al PIN del DNIe: 1.\n"},

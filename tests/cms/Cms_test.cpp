@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "cms/LxCms.h"
+#include "cms/LxCmsFirmante.h"
 #include "crypto/LxDer.h"
 #include "tests/apoyo/Apoyo.h"
 
@@ -86,6 +87,21 @@ TEST(Cms, OrdenDeLosAtributos) {
 }
 
 // Signs as the engine does, and what `openssl cms` says of it.
+// Of several certificates the one that the signer's entry names, by issuer and number or by its key.
+TEST(Cms, ElCertificadoDelFirmante) {
+    const Apoyo::CarpetaTemporal carpeta;
+    const Apoyo::Identidad &ana = Apoyo::IdentidadComun(), otra = Apoyo::CrearIdentidad(carpeta.Ruta());
+    for (const auto& [quien, con] : {std::pair(&ana, &otra), {&otra, &ana}}) {
+        for (const char* como : {"-binary", "-keyid"}) {
+            const std::string cms = Apoyo::Exigir({"openssl", "cms", "-sign", como, "-outform", "DER", "-signer",
+                                                   quien->cert, "-inkey", quien->clave, "-certfile", con->cert},
+                                                  "hola");
+            EXPECT_EQ(CertificadoDelFirmante(cms + "\0\0"s), quien->certificado.der) << como;
+            for (size_t i = 0; i < cms.size(); i += 7) EXPECT_TRUE(CertificadoDelFirmante(cms.substr(0, i)).empty());
+        }
+    }
+}
+
 TEST(Cms, LoQueDiceOpenssl) {
     const Apoyo::Identidad& identidad = Apoyo::IdentidadComun();
     const Bytes& der = identidad.certificado.der;

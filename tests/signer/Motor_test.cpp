@@ -193,7 +193,7 @@ TEST_F(Motor, LoQueNoSePuedeFirmarSeDiceYNoDejaNada) {
         return Documento({raiz, una, pagina}, trailer);
     };
     const auto perderia = [](const std::string& que) {
-        return "no se pudo leer " + que + " del PDF: firmar perderia datos.";
+        return "no se pudo leer " + que + " del PDF: firmar perdería datos.";
     };
     const std::string bueno = con(catalogo, kPagina);
     const Apoyo::Filas<std::string, std::string> filas = {
@@ -203,7 +203,7 @@ TEST_F(Motor, LoQueNoSePuedeFirmarSeDiceYNoDejaNada) {
         {bueno + "startxref 3", "no se pudo leer el trailer del PDF (xref ilegible)."},
         {Sustituir(bueno, "/Root 1 0 R", "/Root 1"), "el trailer del PDF no tiene /Root."},
         {Sustituir(bueno, "/Root 1 0 R", "/Root 1 0 R /Encrypt 9 0 R"),
-         "el PDF esta cifrado: este motor no firma documentos protegidos."},
+         "el PDF está cifrado: los documentos protegidos no se pueden firmar."},
         {"%PDF-1.4\nxref trailer << /Root 1 0 R >> startxref 9",
          "el PDF no contiene objetos legibles (probablemente todo el arbol esta en un ObjStm)."},
         {Sustituir(bueno, "/Root 1 0 R", "/Root 8 0 R"), "el catalogo del PDF no es un diccionario legible."},

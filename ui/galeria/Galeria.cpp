@@ -92,7 +92,7 @@ bool CGaleria::OnInit() {
     PonerListas();
     estado_ = AddLabel("Pulse, escriba o suelte aquí un fichero.", {kMargen, kAlto - 30, 560, 20});
     AddControl(new CMuestra({kMargen + 500, 334, 100, 24}));
-    nota_ = new CNota("Aviso de muestra");
+    nota_ = new CNota("Aviso de muestra, que no cabe entero en su sitio");
     nota_->rect = {kMargen + 300, kAlto - 30, 200, 20};
     nota_->visible = false;
     AddControl(nota_);
@@ -257,6 +257,7 @@ void CGaleria::OnKillFocus() {
 void CGaleria::OnShortcut(char letter, unsigned modifiers) {
     Anotar("atajo %c %u", letter, modifiers);
     if (letter == 'Q') Close();
+    if (letter == 'P') OnImprimir();
     if (letter == 'J') Vigilar();
     if (letter == 'K') LxApp::s_pApp->backend->SetClipboard("del portapapeles");
     if (letter == 'T') LxApp::s_pApp->ChangeTheme(ThemeSet::Dark);
@@ -299,6 +300,21 @@ void CGaleria::OnMenu() {
                                      {.text = "Imprimir…", .enabled = false, .command = 3},
                                      {.text = "Página & página", .checkable = true, .checked = true, .command = 4}};
     Anotar("menu %d", RunPlatformMenu(this, ordenes, {kMargen, 48}));
+}
+
+void CGaleria::OnImprimir() {
+    std::string error;
+    const auto obra = RunPlatformPrintDialog({.owner = this, .title = "Galería", .pages = 3, .current = 1}, error);
+    if (obra == nullptr) return Anotar("sin imprimir %s", error.c_str());
+    for (const int pagina : obra->Pages()) {
+        Size papel;
+        int giro = 0;
+        if (!obra->BeginPage(300, 200, papel, giro)) return Anotar("sin papel");
+        const std::vector<unsigned char> fila(static_cast<size_t>(papel.cx) * 4);
+        const bool pintada = obra->DrawBand(fila.data(), papel.cx, 1, papel.cx * 4, pagina);
+        Anotar("impresa %d %d", pagina + 1, pintada ? 1 : 0);
+    }
+    Anotar("imprimir %d", obra->Finish() ? 1 : 0);
 }
 
 void CGaleria::OnFichero() {

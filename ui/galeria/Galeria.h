@@ -82,6 +82,7 @@ class CGaleria : public CWindow {
     void OnDialogo();
     void OnFichero();
     void OnMenu();
+    void OnImprimir();
     void Elegir(const char* titulo, bool guardar);
     void OnEdicion(const std::string& texto);
     void OnCombo(int indice);

@@ -28,7 +28,7 @@ void CDocView::Inside::Paint(CCanvas& canvas) {
     canvas.FillRect(rect, ThemeColor(ColorRole::View));
     if (!Has()) {
         const std::string text = lastError.empty() ? "Sin documento PDF cargado." : lastError;
-        if (!opening || !lastError.empty()) PaintMessage(canvas, text, OnDevice(Seen()), ColorRole::ViewMessage);
+        if (!opening || !lastError.empty()) PaintMessage(canvas, text, OnDevice(Seen()), ColorRole::DocMessage);
         return;
     }
     {
@@ -54,7 +54,8 @@ void CDocView::Inside::PaintPages(CCanvas& canvas) {
     const std::pair seen = layout.PagesBetween(scrollY, scrollY + height);
     std::erase_if(bare, [&](const auto& entry) { return entry.first < seen.first || entry.first > seen.second; });
     for (int32_t page = std::max(0, first); page <= last; ++page) PaintPage(canvas, page);
-    PaintFlash(canvas);
+    if (flash.page >= 0) PaintOutline(canvas, flash.page, flash.box);
+    if (const Pdf::Link* const link = Tabbed()) PaintOutline(canvas, tabbed->first, link->box);
 }
 
 void CDocView::Inside::PaintPage(CCanvas& canvas, int32_t page) {
@@ -67,9 +68,9 @@ void CDocView::Inside::PaintPage(CCanvas& canvas, int32_t page) {
     const bool isFailed = it != failed.end() && it->second.first == area.w;
     if (any || isFailed) bare.erase(page);
     if (isFailed && !any)
-        PaintMessage(canvas, SentenceOf(it->second.second), OnDevice(seen), ColorRole::PaperMessage);
+        PaintMessage(canvas, SentenceOf(it->second.second), OnDevice(seen), ColorRole::DocPaperMessage);
     else if (!any && IsBare(page))
-        PaintMessage(canvas, "Dibujando la pagina...", OnDevice(seen), ColorRole::PaperMessage);
+        PaintMessage(canvas, "Dibujando la pagina...", OnDevice(seen), ColorRole::DocPaperMessage);
     PaintMarks(canvas, page);
 }
 
@@ -112,7 +113,7 @@ void CDocView::Inside::PaintStandIns(CCanvas& canvas, int32_t page, const Area& 
         // One that has more pixels than needed is better than one that has fewer; an old document's comes last.
         const auto misfit = [&](const Tile& t) {
             const double ratio = t.spec.width / wanted;
-            return (ratio < 1 ? 2 / ratio : ratio) + (t.kind == Tile::Kind::Small ? 1e6 : 0);
+            return (ratio < 1 ? 2 / ratio : ratio) + (t.kind == Tile::Kind::Small ? 1e6 : 0) + (t.old ? 0.1 : 0);
         };
         return !than || misfit(tile) < misfit(*than);
     };
@@ -227,10 +228,9 @@ bool CDocView::Inside::IsBare(int32_t page) {
     return false;
 }
 
-void CDocView::Inside::PaintFlash(CCanvas& canvas) const {
-    if (flash.page < 0 || flash.page >= layout.Count()) return;
+void CDocView::Inside::PaintOutline(CCanvas& canvas, int32_t page, const Pdf::Box& around) const {
     const int64_t line = std::llround(3 * setup.scale), gap = std::llround(2 * setup.scale);
-    const Area box = layout.BoxArea(flash.page, flash.box);
+    const Area box = layout.BoxArea(page, around);
     if (box.Empty()) return;
     const Area outer{box.x - gap - line, box.y - gap - line, box.w + 2 * (gap + line), box.h + 2 * (gap + line)};
     const Area sides[] = {{outer.x, outer.y, outer.w, line},

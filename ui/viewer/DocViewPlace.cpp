@@ -2,6 +2,8 @@
 #include <algorithm>
 #include <cmath>
 #include <iterator>
+#include <tuple>
+#include <utility>
 
 #include "ui/LxWindow.h"
 #include "ui/viewer/DocViewInside.h"
@@ -20,6 +22,11 @@ constexpr int64_t kFar = 1 << 20;
 
 int64_t Floor(double value) {
     return static_cast<int64_t>(std::floor(value));
+}
+
+// The whole device pixels that lie within some client pixels.
+std::pair<int64_t, int64_t> Across(int32_t from, int32_t length, double scale) {
+    return {static_cast<int64_t>(std::ceil(from * scale)), Floor((double{1} * from + length) * scale)};
 }
 
 }  // namespace
@@ -55,8 +62,10 @@ void CDocView::Inside::Sync(double scale) {
     if (arranged && view.rect == laidOut && scale == setup.scale) return;
     if (unplaced && HasRoom()) return SetPlace(*std::exchange(unplaced, std::nullopt));
     const bool resized = arranged && Has();
-    const PageLayout::Anchor anchor = resized ? TopAnchor() : PageLayout::Anchor{};
+    PageLayout::Anchor anchor = resized ? TopAnchor() : PageLayout::Anchor{};
     const double grown = scale / setup.scale;
+    anchor.dx = std::llround(static_cast<double>(anchor.dx) * grown);
+    anchor.dy = std::llround(static_cast<double>(anchor.dy) * grown);
     setup.scale = scale;
     laidOut = view.rect;
     Arrange();
@@ -64,16 +73,15 @@ void CDocView::Inside::Sync(double scale) {
         if (setup.fit != ViewPlace::Fit::Free || grown != 1) ZoomStepMade();
         Keep(anchor, 0, 0);
         Moved();
+        if (setup.fit != ViewPlace::Fit::Free) Tell(view.onZoomChanged);
     }
 }
 
 void CDocView::Inside::Arrange() {
-    const Rect& rect = laidOut;
-    left = static_cast<int64_t>(std::ceil(rect.x * setup.scale));
-    top = static_cast<int64_t>(std::ceil(rect.y * setup.scale));
     const int64_t bar = std::llround(ViewBar::kWidth * setup.scale);
-    const int64_t right = Floor((double{1} * rect.x + rect.w) * setup.scale);
-    const int64_t bottom = Floor((double{1} * rect.y + rect.h) * setup.scale);
+    int64_t right = 0, bottom = 0;
+    std::tie(left, right) = Across(laidOut.x, laidOut.w, setup.scale);
+    std::tie(top, bottom) = Across(laidOut.y, laidOut.h, setup.scale);
     width = setup.width = std::max<int64_t>(1, right - left - bar);
     height = setup.height = std::max<int64_t>(1, bottom - top);
     layout.Arrange(setup);
@@ -207,6 +215,7 @@ void CDocView::Inside::ZoomTo(double zoom, int64_t viewX, int64_t viewY) {
 }
 
 ViewPlace CDocView::Inside::Place() const {
+    if (unplaced) return *unplaced;
     ViewPlace place;
     place.fit = setup.fit;
     place.zoom = layout.ZoomOf(Current());
@@ -267,6 +276,12 @@ void CDocView::Inside::Travel(std::vector<ViewPlace>& from, std::vector<ViewPlac
     from.pop_back();
     to.push_back(Place());
     SetPlace(place);
+}
+
+int32_t CDocView::FirstWidth(const Rect& rect, double scale) {
+    const auto [from, to] = Across(rect.x, rect.w, scale);
+    const int64_t rest = to - from - std::llround(ViewBar::kWidth * scale);
+    return static_cast<int32_t>(std::max<int64_t>(1, rest - 2 * std::llround(PageLayout::kMargin * scale)));
 }
 
 int CDocView::GetCurrentPage() const {

@@ -77,12 +77,13 @@ void CDocView::Inside::DropText() {
     search.End();
     pattern.clear();
     drag = Drag::None;
+    tabbed.reset();
 }
 
 // Search
 
 void CDocView::Inside::StartSearch(int32_t from) {
-    search.Start();
+    search.Start(from, layout.Count());
     searching =
         pages->Search({pattern, exactly, from}, Answer([this](Pdf::Outcome outcome, const Pdf::SearchNews& news) {
                           if (outcome != Pdf::Outcome::Good) {

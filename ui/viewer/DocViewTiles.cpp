@@ -18,7 +18,7 @@ constexpr size_t kPlanned = TileCache::kLimit - TileCache::kSmallLimit;
 bool CDocView::Inside::IsSliced(int32_t page) const {
     const auto [w, h] = layout.PixelsOf(page);
     const int64_t pixels = int64_t{w} * h;
-    if (pixels > kWholePixels)
+    if (pixels > kWholePixels || std::max(w, h) > kLongestSide)
         sliced.insert(page);
     else if (pixels <= kWholeAgain)
         sliced.erase(page);
@@ -45,7 +45,7 @@ void CDocView::Inside::Pump() {
         if (!wanted) pages->Cancel(it->first);
         it = wanted ? std::next(it) : drawing.erase(it);
     }
-    bool seenAll = true;
+    bool seenAll = plan.visible > 0;
     for (size_t i = 0; i < plan.tiles.size(); ++i) {
         const Pdf::TileSpec& tile = plan.tiles[i];
         if (IsThere(tile)) continue;
@@ -79,22 +79,25 @@ void CDocView::Inside::OnTile(const Pdf::TileSpec& tile, Pdf::Outcome outcome, c
     const Rect changed = OnClient(place);
     if (changed.w > 0) view.Invalidate(&changed);
     Pump();
-    for (const auto& told : onPicture) told(tile.page);
 }
 
 void CDocView::Inside::TrimTo(size_t limit) {
     WantedTiles plan = Plan();
-    plan.tiles.resize(plan.visible);
     const auto [first, last] = layout.PagesBetween(scrollY, scrollY + height);
-    cache.Trim(limit, {first, last, direction, std::move(plan.tiles),
-                       [this](int32_t page) { return page < layout.Count() ? layout.PixelsOf(page).first : 0; }});
+    cache.Trim(limit,
+               {first, last, direction, std::move(plan.tiles), plan.visible,
+                [this](int32_t page) { return page < layout.Count() ? layout.PixelsOf(page).first : 0; }, thumbnails});
 }
 
 // The sizes of the pages that are seen, and of those around them.
 void CDocView::Inside::AskSizes() {
     if (askingSizes != 0) return;
-    const auto [first, last] = layout.PagesBetween(scrollY - height, scrollY + 2 * height);
-    for (int32_t page = std::max(0, first); page <= std::min(last, layout.Count() - 1); ++page) {
+    const auto near = layout.PagesBetween(scrollY - height, scrollY + 2 * height);
+    for (const auto& [first, last] : {near, thumbnails}) AskSizesOf(std::max(0, first), last);
+}
+
+void CDocView::Inside::AskSizesOf(int32_t first, int32_t last) {
+    for (int32_t page = first; askingSizes == 0 && page <= std::min(last, layout.Count() - 1); ++page) {
         if (layout.Knows(page)) continue;
         const int32_t block = page / kSizesBlock * kSizesBlock;
         const int32_t count = std::min(kSizesBlock, layout.Count() - block);

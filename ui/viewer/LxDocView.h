@@ -40,6 +40,10 @@ class CDocView : public CControl {
     CDocView();
     ~CDocView() override;
 
+    // The device pixels across the first page of a document, as a view with that rect shows it at first: for
+    // Pdf::OpenAhead.
+    [[nodiscard]] static int32_t FirstWidth(const Rect& rect, double scale);
+
     void OnPaint(CCanvas* canvas) override;
     void OnEvent(Event& ev) override;
     [[nodiscard]] AccessibleInfo Accessibility() const override;
@@ -127,6 +131,7 @@ class CDocView : public CControl {
     std::function<void()> onFirstPage;  // the first page of a newly opened document is on the screen, or why it isn't
 
   private:
+    friend class CSidePane;  // shows the same pictures, smaller
     struct Inside;
     std::unique_ptr<Inside> in_;
 };

@@ -8,9 +8,10 @@ namespace Lx {
 namespace {
 
 constexpr Pdf::PageSize kGuess{595, 842};
-constexpr float kSmallest = 0.01F, kLargest = 2e6F;  // points; what goes beyond is no page
+constexpr float kSmallest = 1e-3F, kLargest = 1e7F;  // points; what goes beyond is no page
 constexpr double kPixelsToPoint = 96.0 / 72;
 constexpr double kMostPixels = 1e9;
+constexpr double kRounding = 1e-3;  // of a pixel: what single precision makes of a whole one
 
 Pdf::PageSize Sane(const Pdf::PageSize& size) {
     const auto within = [](float length) { return length > 0 ? std::clamp(length, kSmallest, kLargest) : kSmallest; };
@@ -173,10 +174,10 @@ Area PageLayout::BoxArea(int32_t page, const Pdf::Box& box) const {
     const auto [ax, ay] = Turned(across(box.left, size.width), across(box.top, size.height), setup_.turn);
     const auto [bx, by] = Turned(across(box.right, size.width), across(box.bottom, size.height), setup_.turn);
     const auto w = static_cast<double>(area.w), h = static_cast<double>(area.h);
-    const auto left = static_cast<int64_t>(std::floor(std::min(ax, bx) * w));
-    const auto top = static_cast<int64_t>(std::floor(std::min(ay, by) * h));
-    const auto right = static_cast<int64_t>(std::ceil(std::max(ax, bx) * w));
-    const auto bottom = static_cast<int64_t>(std::ceil(std::max(ay, by) * h));
+    const auto down = [](double at) { return static_cast<int64_t>(std::floor(at + kRounding)); };
+    const auto up = [](double at) { return static_cast<int64_t>(std::ceil(at - kRounding)); };
+    const int64_t left = down(std::min(ax, bx) * w), top = down(std::min(ay, by) * h);
+    const int64_t right = up(std::max(ax, bx) * w), bottom = up(std::max(ay, by) * h);
     return {area.x + left, area.y + top, right - left, bottom - top};
 }
 

@@ -12,8 +12,10 @@ bool Before(const Pdf::Hit& a, const Pdf::Hit& b) {
 
 }  // namespace
 
-void SearchModel::Start() {
+void SearchModel::Start(int32_t from, int32_t pages) {
     End();
+    from_ = from;
+    count_ = pages;
     state_.running = true;
 }
 
@@ -21,12 +23,16 @@ void SearchModel::End() {
     pages_.clear();
     current_.reset();
     state_ = {};
+    settled_ = false;
 }
 
 bool SearchModel::Add(const Pdf::SearchNews& news) {
-    const bool first = !current_ && !news.hits.empty();
-    if (first) current_ = news.hits.front();
+    bool changed = false;
     for (const Pdf::Hit& hit : news.hits) {
+        if (!current_ || (!settled_ && Turn(hit.page) < Turn(current_->page))) {
+            current_ = hit;
+            changed = true;
+        }
         std::vector<Pdf::Hit>& hits = pages_[hit.page];
         hits.insert(std::upper_bound(hits.begin(), hits.end(), hit, Before), hit);
         ++state_.hits;
@@ -34,7 +40,7 @@ bool SearchModel::Add(const Pdf::SearchNews& news) {
     state_.pagesDone = news.pagesDone;
     state_.running = !news.finished;
     Number();
-    return first;
+    return changed;
 }
 
 bool SearchModel::Step(bool forward) {
@@ -54,12 +60,14 @@ bool SearchModel::Step(bool forward) {
         if (page == pages_.begin()) page = pages_.end();
         current_ = (--page)->second.back();
     }
+    settled_ = true;
     Number();
     return true;
 }
 
 void SearchModel::Keep(const Pdf::Hit& hit) {
     current_ = hit;
+    settled_ = true;
     Number();
 }
 

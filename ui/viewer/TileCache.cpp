@@ -11,6 +11,7 @@ namespace {
 // Higher goes first; none for what stays.
 constexpr int64_t kStays = -1;
 constexpr int64_t kClass = int64_t{1} << 40;
+constexpr int64_t kWanted = kClass / 4;  // else it would be drawn again and again
 
 bool IsSmall(const Tile& tile) {
     return tile.kind == Tile::Kind::Small;
@@ -23,11 +24,19 @@ int64_t Distance(int32_t page, const TileKeep& keep) {
     return behind ? 2 * away : away;
 }
 
+int64_t SmallDistance(int32_t page, const TileKeep& keep) {
+    return page >= keep.thumbnails.first && page <= keep.thumbnails.second ? 0 : Distance(page, keep);
+}
+
 int64_t RankOf(const Tile& tile, const TileKeep& keep) {
     const int64_t away = Distance(tile.spec.page, keep);
-    if (tile.kind == Tile::Kind::Small) return away;
+    if (tile.kind == Tile::Kind::Small) return SmallDistance(tile.spec.page, keep);
     const bool current = !tile.old && tile.spec.width == keep.widthOf(tile.spec.page);
-    if (current && std::find(keep.visible.begin(), keep.visible.end(), tile.spec) != keep.visible.end()) return kStays;
+    const auto wanted = std::find(keep.wanted.begin(), keep.wanted.end(), tile.spec);
+    if (current && wanted != keep.wanted.end()) {
+        const auto place = static_cast<size_t>(wanted - keep.wanted.begin());
+        return place < keep.visible ? kStays : kWanted + static_cast<int64_t>(place);
+    }
     // In sight what stands in is worth more than what may be seen later.
     if (away == 0 && !current) return kClass / 2;
     return (current ? kClass : 2 * kClass) + away;
@@ -116,13 +125,14 @@ void TileCache::LeaveSmall(const Tile& gone) {
 
 void TileCache::TrimSmall(const TileKeep& keep) {
     while (smallBytes_ > kSmallLimit) {
-        int64_t farthest = -1;
+        int64_t farthest = 0;
         int32_t of = 0;
         for (const auto& [page, tiles] : pages_) {
             const bool has = std::any_of(tiles.begin(), tiles.end(), IsSmall);
-            if (has && Distance(page, keep) > farthest) std::tie(farthest, of) = std::tuple(Distance(page, keep), page);
+            const int64_t away = SmallDistance(page, keep);
+            if (has && away > farthest) std::tie(farthest, of) = std::tuple(away, page);
         }
-        if (farthest < 0) return;
+        if (farthest == 0) return;
         for (size_t i = Of(of).size(); i-- > 0;)
             if (IsSmall(Of(of)[i])) Drop(of, i);
     }

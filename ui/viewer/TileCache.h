@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <functional>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "ui/LxPages.h"
@@ -22,10 +23,12 @@ struct Tile {
 
 // What a cache is cut down by.
 struct TileKeep {
-    int32_t first = 0, last = -1;  // the pages that are seen
-    int direction = 1;             // of the last scroll
-    std::vector<Pdf::TileSpec> visible;
-    std::function<int32_t(int32_t page)> widthOf;  // what the page is shown at
+    int32_t first = 0, last = -1;                   // the pages that are seen
+    int direction = 1;                              // of the last scroll
+    std::vector<Pdf::TileSpec> wanted;              // what is seen, and what is asked for ahead of it
+    size_t visible = 0;                             // so many of them, the first, are seen
+    std::function<int32_t(int32_t page)> widthOf;   // what the page is shown at
+    std::pair<int32_t, int32_t> thumbnails{0, -1};  // the first and the last that are seen elsewhere
 };
 
 class TileCache {
@@ -45,7 +48,8 @@ class TileCache {
     void Clear();
     [[nodiscard]] size_t Bytes() const { return bytes_; }
     // Pictures go until no more than `limit` bytes are left, in this order: those of another scale and of an old
-    // document, those behind the scroll, those ahead of it, from far to near; thumbnails last. What is seen stays.
+    // document, those behind the scroll, those ahead of it, from far to near, what stands in for what is seen, what is
+    // wanted, thumbnails. What is seen stays.
     void Trim(size_t limit, const TileKeep& keep);
 
   private:

@@ -24,6 +24,7 @@ struct WantedTiles {
 
 // A page is sliced from so many device pixels on, and whole again from fewer.
 constexpr int64_t kWholePixels = 8'000'000, kWholeAgain = 6'000'000;
+constexpr int32_t kLongestSide = 16'000;  // of a page that is drawn whole
 constexpr int32_t kSliceWidth = 1024, kSliceHeight = 512;
 constexpr int32_t kPagesAhead = 2;
 

@@ -153,6 +153,10 @@ Salida CPantalla::Textos(std::vector<std::string> argumentos) const {
     return EjecutarAqui(argumentos);
 }
 
+CPrograma CPantalla::Portal() const {
+    return CPrograma({"/usr/bin/python3", PORTAL}, entorno_);
+}
+
 CPrograma CPantalla::Oyente(const std::string& patron, int segundos) const {
     return CPrograma({"/usr/bin/python3", "-W", "ignore", TEXTOS, patron, std::to_string(segundos), "oye"}, entorno_);
 }

@@ -65,6 +65,8 @@ class CPantalla {
     Salida EjecutarAqui(const std::vector<std::string>& argumentos) const;
     // What an assistive tool sees of the program: textos.py with these arguments.
     Salida Textos(std::vector<std::string> argumentos) const;
+    // A settings portal: portal.py. For a screen with a bus.
+    [[nodiscard]] CPrograma Portal() const;
     // Writes "listo" when it listens, then the line of what is shown and matches.
     [[nodiscard]] CPrograma Oyente(const std::string& patron, int segundos) const;
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <sstream>
 #include <string>
@@ -203,6 +204,14 @@ TEST(Ventana, ElDialogoDeFicherosEligeYCancela) {
     g.Teclear(carpeta / "nuevo.pdf");
     g.Pulsar("Return");
     EXPECT_TRUE(g.Ve("fichero 1 " + carpeta / "nuevo.pdf")) << g.Resto();
+    EXPECT_TRUE(g.EsperarCierre("Guardar como"));
+    g.Pulsar("ctrl+p");
+    EXPECT_NE(g.EsperarVentana("Imprimir"), "");
+    g.Pulsar("alt+a");  // "Archivo de salida"
+    g.Teclear(carpeta / "impreso.pdf");
+    g.Pulsar("Return");
+    EXPECT_TRUE(g.Ve("impresa 3 1\nimprimir 1")) << g.Resto();
+    EXPECT_GT(std::filesystem::file_size(carpeta / "impreso.pdf"), 500U);
     g.Cerrar(g.ventana);
     EXPECT_EQ(g.Esperar(), 0);
     EXPECT_EQ(g.EjecutarAqui({"sh", "-c", "find $HOME -type f ! -path '*/openbox/*'"}).texto, "")
@@ -268,7 +277,28 @@ TEST(Ventana, LasAyudasTecnicasVenYActuan) {
     for (int i = 0; i < 300 && oyente.Texto().empty(); ++i) Pausa(30);
     g.Pulsar("F10");
     EXPECT_EQ(oyente.Esperar(20000), 0) << oyente.Errores();
-    EXPECT_THAT(oyente.Texto(), HasSubstr("notification|Aviso de muestra|"));
+    EXPECT_THAT(oyente.Texto(), HasSubstr("notification|Aviso de muestra, que"));
+    std::istringstream aviso(g.Textos({"notification.Aviso", "5", "donde"}).texto);
+    aviso >> x >> y;
+    g.Raton({"mousemove", x, y, "sleep", "0.2", "mousemove_relative", "2", "1"});
+    EXPECT_EQ(g.Textos({"tool tip.Aviso de muestra, que no cabe entero en su sitio", "10"}).codigo, 0);
+}
+
+TEST(Ventana, SigueLosColoresDelEscritorio) {
+    const CPantalla p(true);
+    const CPrograma portal = p.Portal();
+    const auto espera = [](const CPrograma& programa, const std::string& texto) {
+        for (int i = 0; i < 300 && programa.Texto().find(texto) == std::string::npos; ++i) Pausa(30);
+        return programa.Texto();
+    };
+    EXPECT_THAT(espera(portal, "listo"), HasSubstr("listo")) << portal.Errores();
+    const std::vector<std::string> orden = {GALERIA, "--registro", "--escritorio"};
+    const CPrograma galeria(orden, p.Entorno());
+    EXPECT_THAT(espera(galeria, "tema"), HasSubstr("tema oscuro\n")) << galeria.Errores();
+    kill(portal.Pid(), SIGUSR1);
+    EXPECT_THAT(espera(galeria, "claro"), HasSubstr("tema claro\n"));
+    const CPrograma sola(orden, Con(p.Entorno(), {"DBUS_SESSION_BUS_ADDRESS"}));
+    EXPECT_THAT(espera(sola, "tema"), HasSubstr("tema claro\n")) << "without a bus, by Qt's palette";
 }
 
 TEST(Ventana, SeAbreEnWayland) {

@@ -64,8 +64,15 @@ Crew::~Crew() {
 
 void Crew::Start() {
     if (program_ || !slots_) return;
+    // The spare has nothing to say but its greeting, unless it has gone.
+    while (spare_) {
+        const Noticia news = spare_->Leer(milliseconds(0));
+        if (news == Noticia::Nada) break;
+        if (news != Noticia::Saludo) spare_.reset();
+    }
     program_ = spare_ ? std::move(spare_) : Programa::Arrancar(slots_->Memoria());
     hasOpening_ = false;
+    slots_->OlvidarAnulados();
     if (program_) wakeups_.Add(program_->Canal());
 }
 
@@ -131,6 +138,12 @@ void Crew::SendMore() {
             continue;
         }
         const bool sent = Send(job);
+        if (!sent && underway_.empty()) {
+            // One that ended while it had nothing to do is no fault of this job.
+            Quit();
+            waiting_.push_front(std::move(job));
+            continue;
+        }
         if (underway_.empty()) since_ = Clock::now();
         underway_.push_back(std::move(job));
         if (!sent) return End(Outcome::NoProgram);
@@ -181,7 +194,7 @@ void Crew::Answered() {
     underway_.pop_front();
     since_ = Clock::now();
     unwantedSince_ = !underway_.empty() && underway_.front().isUnwanted ? since_ : Clock::time_point::max();
-    const Respuesta& answer = program_->Ultima();
+    const Respuesta answer = program_->Ultima();
     const Outcome outcome = OutcomeOf(answer.estado);
     if (job.request.orden == Ayudante::Orden::Abrir) {
         isOpened_ = isOpened_ || outcome == Outcome::Good;

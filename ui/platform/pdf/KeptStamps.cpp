@@ -6,9 +6,10 @@
 
 namespace Lx::Pdf {
 
-std::string KeptStamps(std::string_view data) {
+std::string KeptStamps(std::string_view data, bool& isEncrypted) {
     LxPdf::Fallo failure;
     const auto doc = LxPdf::Documento::Consultar(LxPdf::AbrirMemoria(data), failure);
+    isEncrypted = failure.defecto == LxPdf::Defecto::Cifrado;
     std::string catalog;
     if (!doc || !doc->DictDe(doc->Raiz(), catalog)) return {};
     const std::string value = doc->Resolver(LxPdf::UltimoValor(catalog, "AcroForm"));

@@ -1,5 +1,6 @@
 #include "ui/platform/pdf/PageRenderer.h"
 
+#include <gio/gio.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 
@@ -59,7 +60,7 @@ bool RenderSheet(PopplerPage* sheet, bool forPrint, cairo_t* cairo) {
 
 }  // namespace
 
-Estado PageRenderer::Open(int fd, const char* password) {
+Estado PageRenderer::Open(int fd, const std::vector<std::string>& passwords) {
     struct stat info {};
     if (fstat(fd, &info) != 0 || info.st_size < 1 || info.st_size > INT_MAX) return Estado::Danado;
     const auto size = static_cast<size_t>(info.st_size);
@@ -67,18 +68,34 @@ Estado PageRenderer::Open(int fd, const char* password) {
     void* const view = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, fd, 0);
     if (view == MAP_FAILED) return Estado::SinMemoria;
     const std::string_view original(static_cast<const char*>(view), size);
-    if (const std::string stamps = KeptStamps(original); !stamps.empty()) {
+    if (const std::string stamps = KeptStamps(original, isEncrypted_); !stamps.empty()) {
         if (size + stamps.size() > INT_MAX) return Estado::SinMemoria;
         stamped_.reserve(size + stamps.size());
         stamped_.append(original).append(stamps);
     }
     const std::string_view content = stamped_.empty() ? original : stamped_;
+    Estado state = Load(content, nullptr);
+    for (size_t i = 0; i < passwords.size() && state == Estado::Protegido; ++i)
+        state = Load(content, passwords[i].c_str());
+    return state;
+}
+
+Estado PageRenderer::Load(std::string_view content, const char* password) {
     GBytes* const bytes = g_bytes_new_static(content.data(), content.size());
     GError* error = nullptr;
-    document_.reset(poppler_document_new_from_bytes(bytes, password, &error));
+    if (password == nullptr) {
+        document_.reset(poppler_document_new_from_bytes(bytes, nullptr, &error));
+    } else {
+        // The way above ends the process when the password is wrong (poppler 22.12).
+        GInputStream* const stream = g_memory_input_stream_new_from_bytes(bytes);
+        const auto length = static_cast<goffset>(content.size());
+        document_.reset(poppler_document_new_from_stream(stream, length, password, nullptr, &error));
+        g_object_unref(stream);
+    }
     g_bytes_unref(bytes);
     const bool locked = error != nullptr && g_error_matches(error, POPPLER_ERROR, POPPLER_ERROR_ENCRYPTED) != 0;
     g_clear_error(&error);
+    isEncrypted_ = isEncrypted_ || locked;
     if (!document_) return locked ? Estado::Protegido : Estado::Danado;
     return PageCount() > 0 ? Estado::Bien : Estado::Danado;
 }
@@ -86,7 +103,8 @@ Estado PageRenderer::Open(int fd, const char* password) {
 uint32_t PageRenderer::Flags() const {
     constexpr auto kPrint = POPPLER_PERMISSIONS_OK_TO_PRINT, kWell = POPPLER_PERMISSIONS_OK_TO_PRINT_HIGH_RESOLUTION;
     const auto may = poppler_document_get_permissions(document_.get());
-    return ((may & kPrint) != 0 ? 0 : Ayudante::kNoImprimir) | ((may & kWell) != 0 ? 0 : Ayudante::kNoImprimirBien);
+    return (isEncrypted_ ? Ayudante::kCifrado : 0) | ((may & kPrint) != 0 ? 0 : Ayudante::kNoImprimir) |
+           ((may & kWell) != 0 ? 0 : Ayudante::kNoImprimirBien);
 }
 
 int PageRenderer::PageCount() const {
@@ -104,8 +122,37 @@ bool PageRenderer::Measure(PopplerPage* sheet, PageSize& size) {
     return std::isfinite(size.width) && std::isfinite(size.height) && size.width > 0 && size.height > 0;
 }
 
+bool PageRenderer::Record(const Peticion& request, const PageSize& size, PopplerPage* sheet) {
+    const bool forPrint = (request.banderas & Ayudante::kParaImprimir) != 0;
+    if (recording_.surface && recording_.page == request.pagina && recording_.total == request.total &&
+        recording_.turn == request.giro && recording_.forPrint == forPrint)
+        return true;
+    recording_ = {};
+    const cairo_rectangle_t whole{0, 0, static_cast<double>(request.total),
+                                  static_cast<double>(HeightOf(size, request.giro, request.total))};
+    SurfaceRef surface(cairo_recording_surface_create(CAIRO_CONTENT_COLOR, &whole));
+    const CairoRef cairo(cairo_create(surface.get()));
+    const cairo_matrix_t placement = Placement(size, request.giro, request.total);
+    cairo_set_source_rgb(cairo.get(), 1, 1, 1);
+    cairo_paint(cairo.get());
+    // In device pixels: images are kept as small as they are drawn.
+    cairo_transform(cairo.get(), &placement);
+    if (!RenderSheet(sheet, forPrint, cairo.get())) return false;
+    recording_ = {request.pagina, request.total, request.giro, forPrint, std::move(surface)};
+    return true;
+}
+
 bool PageRenderer::Paint(const Peticion& request, const PageSize& size, PopplerPage* sheet, cairo_surface_t* target) {
     const CairoRef cairo(cairo_create(target));
+    const bool isPart = request.x != 0 || request.y != 0 || request.ancho != request.total ||
+                        request.alto != HeightOf(size, request.giro, request.total);
+    if (isPart && request.alto > 0) {
+        if (!Record(request, size, sheet)) return false;
+        cairo_set_source_surface(cairo.get(), recording_.surface.get(), -request.x, -request.y);
+        cairo_paint(cairo.get());
+        return cairo_status(cairo.get()) == CAIRO_STATUS_SUCCESS;
+    }
+    recording_ = {};
     cairo_translate(cairo.get(), -request.x, -request.y);
     const cairo_matrix_t placement = Placement(size, request.giro, request.total);
     cairo_transform(cairo.get(), &placement);

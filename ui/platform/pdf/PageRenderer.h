@@ -8,6 +8,8 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "ayudante/LxProtocolo.h"
 #include "ui/LxPages.h"
@@ -34,8 +36,8 @@ class PageRenderer {
     PageRenderer(const PageRenderer&) = delete;
     PageRenderer& operator=(const PageRenderer&) = delete;
 
-    // The descriptor is only read. With a password that is tried when there is one; UTF-8.
-    [[nodiscard]] Estado Open(int fd, const char* password);
+    // The descriptor is only read. The passwords are tried in their order; none is no try but the one without.
+    [[nodiscard]] Estado Open(int fd, const std::vector<std::string>& passwords);
     // Fit for Ayudante::Respuesta.
     [[nodiscard]] uint32_t Flags() const;
     [[nodiscard]] int PageCount() const;
@@ -49,19 +51,22 @@ class PageRenderer {
     [[nodiscard]] Estado Draw(const Ayudante::Peticion& request, unsigned char* target, int32_t& rows);
 
   private:
+    // A page as cairo plays it again in parts, without poppler reading its content anew.
     struct Recording {
-        int32_t page = -1, width = 0, turn = 0;
+        int32_t page = -1, total = 0, turn = 0;
         bool forPrint = false;
-        SurfaceRef surface;  // empty: drawn once, not recorded
-        bool operator==(const Recording&) const = default;
+        SurfaceRef surface;
     };
 
     [[nodiscard]] bool Paint(const Ayudante::Peticion& request, const PageSize& size, PopplerPage* sheet,
                              cairo_surface_t* target);
+    [[nodiscard]] bool Record(const Ayudante::Peticion& request, const PageSize& size, PopplerPage* sheet);
+    [[nodiscard]] Estado Load(std::string_view content, const char* password);
 
+    bool isEncrypted_ = false;
     std::string stamped_;  // the bytes that poppler reads, where they aren't the file's own
     std::unique_ptr<PopplerDocument, Unref> document_;
-    Recording recent_;
+    Recording recording_;
 };
 
 }  // namespace Lx::Pdf

@@ -3,7 +3,9 @@
 
 #include <vector>
 
+#include "ui/platform/pdf/PageLinks.h"
 #include "ui/platform/pdf/PageRenderer.h"
+#include "ui/platform/pdf/PageText.h"
 
 namespace Lx::Pdf {
 
@@ -17,6 +19,7 @@ class PageServer {
   private:
     [[nodiscard]] bool Fits(const Ayudante::Peticion& request) const;
     [[nodiscard]] bool IsUnwanted(uint32_t number) const;
+    void Read(const Ayudante::Peticion& request, unsigned char* slot, Ayudante::Respuesta& answer);
     void Open(const Ayudante::Peticion& request, const std::vector<int>& fds, Ayudante::Respuesta& answer);
     [[nodiscard]] uint32_t WriteSizes(int32_t first, int32_t count, unsigned char* slot, size_t bytes) const;
 
@@ -24,6 +27,8 @@ class PageServer {
     size_t bytes_ = 0;
     bool isOpen_ = false;
     PageRenderer renderer_;
+    TextSearch search_;
+    AttachedFiles files_;
 };
 
 }  // namespace Lx::Pdf

@@ -5,6 +5,8 @@
 #include <utility>
 
 #include "ayudante/LxMuros.h"
+#include "ui/platform/pdf/Answers.h"
+#include "ui/platform/pdf/PagesWork.h"
 
 namespace Lx::Pdf {
 
@@ -22,15 +24,6 @@ constexpr size_t kRoomAhead = size_t{32} << 20;
 
 constexpr uint32_t StrideOf(int32_t width) {
     return (static_cast<uint32_t>(width) * 4 + 63) / 64 * 64;
-}
-
-std::vector<PageSize> SizesIn(const Respuesta& answer, const Ranura& slot) {
-    std::vector<PageSize> sizes(std::min<size_t>(answer.bytes, slot.Bytes()) / sizeof(PageSize));
-    if (!sizes.empty()) std::memcpy(sizes.data(), slot.Datos(), sizes.size() * sizeof(PageSize));
-    // Nothing is known of what the program sends; a page without a size is shown as an empty sheet.
-    for (PageSize& size : sizes)
-        if (!(size.width > 0 && size.height > 0 && size.width < 1e7F && size.height < 1e7F)) size = {595, 842};
-    return sizes;
 }
 
 Picture PictureIn(const Peticion& request, const Respuesta& answer, Ranura& slot) {
@@ -60,13 +53,6 @@ std::string SentenceOfOpening(Outcome outcome, const Ayudante::Muros& walls, boo
     }
 }
 
-Crew::Limits LimitsOfReading(Crew::Limits limits) {
-    limits.underway = 1;
-    limits.spare = false;
-    limits.slots = size_t{48} << 20;
-    return limits;
-}
-
 // What OpenAhead began.
 std::unique_ptr<Pages>& Begun() {
     static std::unique_ptr<Pages> begun;
@@ -74,6 +60,13 @@ std::unique_ptr<Pages>& Begun() {
 }
 
 }  // namespace
+
+Crew::Limits LimitsOfReading(Crew::Limits limits) {
+    limits.underway = 1;
+    limits.spare = false;
+    limits.slots = size_t{48} << 20;
+    return limits;
+}
 
 Pages::Pages(const std::string& path, int32_t aheadWidth, const Crew::Limits& limits)
     : path_(path),
@@ -113,17 +106,20 @@ void Pages::OpenContent() {
 }
 
 void Pages::TakeOpening(Outcome outcome, const Respuesta& answer, Ranura& slot) {
+    // One that didn't fit isn't kept.
+    if (outcome != Outcome::Good && source_.hasPassword) source_.password.Quitar();
+    const bool hadPassword = std::exchange(source_.hasPassword, source_.hasPassword && outcome == Outcome::Good);
     state_ = {};
     state_.outcome = outcome;
     if (outcome == Outcome::Good) {
         state_.pages = answer.valor;
-        state_.sizes = SizesIn(answer, slot);
+        state_.sizes = ReadSizes(slot.Datos(), answer.bytes);
         state_.isProtected = (answer.banderas & Ayudante::kCifrado) != 0;
         state_.mayPrint = (answer.banderas & Ayudante::kNoImprimir) == 0;
         state_.mayPrintWell = (answer.banderas & Ayudante::kNoImprimirBien) == 0;
     } else {
-        state_.sentence = path_.empty() ? "Ruta de archivo invalida."
-                                        : SentenceOfOpening(outcome, drawing_.Walls(), source_.hasPassword);
+        state_.sentence =
+            path_.empty() ? "Ruta de archivo invalida." : SentenceOfOpening(outcome, drawing_.Walls(), hadPassword);
         ahead_.reset();
     }
     isAnswered_ = true;
@@ -132,7 +128,7 @@ void Pages::TakeOpening(Outcome outcome, const Respuesta& answer, Ranura& slot) 
 
 void Pages::Unlock(const std::string& password) {
     source_.hasPassword = source_.password.Crear({password, std::string_view("\0", 1)});
-    if (!source_.content) return;
+    if (!source_.content || state_.outcome != Outcome::Locked) return;
     drawing_.Open(
         [this](Outcome outcome, const Respuesta& answer, Ranura& slot) { TakeOpening(outcome, answer, slot); });
     Rearm();
@@ -144,13 +140,16 @@ void Pages::Post(Id id, std::function<void()> call) {
 
 void Pages::Rearm() {
     wakeups_.Bind();
-    wakeups_.At(messages_.empty() ? std::min(drawing_.Next(), reading_.Next()) : Wakeups::Clock::now());
+    auto next = std::min(drawing_.Next(), reading_.Next());
+    if (searching_) next = std::min(next, searching_->Next());
+    wakeups_.At(messages_.empty() ? next : Wakeups::Clock::now());
 }
 
 void Pages::Attend() {
     if (copying_ && copying_->IsDone()) OpenContent();
     drawing_.Attend();
     reading_.Attend();
+    if (searching_) searching_->Attend();
     const std::weak_ptr<bool> alive = alive_;
     // Those that come meanwhile wait for the next time.
     for (size_t n = messages_.size(); n > 0 && !messages_.empty(); --n) {
@@ -162,16 +161,6 @@ void Pages::Attend() {
     Rearm();
 }
 
-template <class T, class Read>
-Job::Done Pages::Posting(Id id, Done<T> done, Read read) {
-    return [this, id, done = std::move(done), read = std::move(read)](Outcome outcome, const Respuesta& answer,
-                                                                      Ranura& slot) {
-        T value{};
-        if (outcome == Outcome::Good) value = read(answer, slot);
-        Post(id, [done, outcome, value = std::move(value)] { done(outcome, value); });
-    };
-}
-
 IPages::Id Pages::Sizes(int32_t first, int32_t count, Done<std::vector<PageSize>> done) {
     Job job;
     job.id = ++lastId_;
@@ -179,7 +168,9 @@ IPages::Id Pages::Sizes(int32_t first, int32_t count, Done<std::vector<PageSize>
     job.request.pagina = std::clamp(first, 0, std::max(state_.pages - 1, 0));
     job.request.cuantos = std::clamp(count, 0, std::min(Ayudante::kMaxMedidas, state_.pages - job.request.pagina));
     job.room = Ayudante::kUnidad;
-    job.done = Posting(job.id, std::move(done), SizesIn);
+    job.done = Posting(job.id, std::move(done), [](const Respuesta& answer, const Ranura& slot) {
+        return ReadSizes(slot.Datos(), answer.bytes);
+    });
     drawing_.Ask(std::move(job));
     Rearm();
     return lastId_;
@@ -264,29 +255,17 @@ IPages::Id Pages::DrawThumbnail(const TileSpec& tile, Done<Picture> done) {
     return DrawWith(reading_, tile, 3, std::move(done));
 }
 
-IPages::Id Pages::Text(int32_t, Done<PageText>) {
-    return ++lastId_;
-}
-IPages::Id Pages::Links(int32_t, Done<std::vector<Link>>) {
-    return ++lastId_;
-}
-IPages::Id Pages::Outline(Done<std::vector<OutlineItem>>) {
-    return ++lastId_;
-}
-IPages::Id Pages::Attachments(Done<std::vector<Attachment>>) {
-    return ++lastId_;
-}
-IPages::Id Pages::SaveAttachment(int32_t, const std::string&, Done<std::string>) {
-    return ++lastId_;
-}
-IPages::Id Pages::Search(const SearchSpec&, Done<SearchNews>) {
-    return ++lastId_;
-}
-
 void Pages::Cancel(Id id) {
     if (id == 0) return;
     std::erase_if(messages_, [id](const Message& message) { return message.id == id; });
     if (ahead_ && ahead_->id == id) ahead_.reset();
+    if (const auto search = searches_.extract(id); !search.empty()) {
+        for (const Id job : search.mapped()->jobs) {
+            if (!reading_.Cancel(job) && searching_) searching_->Cancel(job);
+            std::erase_if(messages_, [job](const Message& message) { return message.id == job; });
+        }
+    }
+    savings_.erase(id);
     if (!drawing_.Cancel(id)) reading_.Cancel(id);
     Rearm();
 }
@@ -294,6 +273,7 @@ void Pages::Cancel(Id id) {
 void Pages::Shrink() {
     drawing_.Shrink();
     reading_.Shrink();
+    if (searching_ && searching_->IsIdle()) searching_.reset();
 }
 
 std::unique_ptr<IPages> OpenPages(const std::string& path, OnOpened opened) {

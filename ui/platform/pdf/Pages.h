@@ -2,6 +2,7 @@
 #pragma once
 
 #include <deque>
+#include <map>
 #include <memory>
 #include <optional>
 #include <string>
@@ -54,17 +55,35 @@ class Pages : public IPages {
         std::function<void()> call;
     };
 
+    struct Searching;
+    struct Saving;
+
     void OpenContent();
     void TakeOpening(Outcome outcome, const Ayudante::Respuesta& answer, Ayudante::Ranura& slot);
     void AskAhead();
     [[nodiscard]] bool IsAhead(const TileSpec& tile) const;
     Id DrawWith(Crew& crew, const TileSpec& tile, int rank, Done<Picture> done);
+    // A job for who reads, with a slot of `room` bytes.
+    Job Reading(Ayudante::Orden order, int32_t page, size_t room, int rank);
+    void Share(Searching& search, int32_t first, int32_t end) const;
+    // The next pages for reading_ (0) or searching_ (1).
+    void ReadOn(const std::shared_ptr<Searching>& search, int who);
+    void TakeFound(const std::shared_ptr<Searching>& search, Outcome outcome, std::vector<Hit> hits, int32_t first,
+                   int32_t count, int who, int32_t done);
+    void SaveOn(const std::shared_ptr<Saving>& saving);
     // Called from the event loop, unless it is cancelled before.
     void Post(Id id, std::function<void()> call);
     void Rearm();
     // For a job: posts `done` with what `read` makes of a good answer.
     template <class T, class Read>
-    Job::Done Posting(Id id, Done<T> done, Read read);
+    Job::Done Posting(Id id, Done<T> done, Read read) {
+        return [this, id, done = std::move(done), read = std::move(read)](
+                   Outcome outcome, const Ayudante::Respuesta& answer, Ayudante::Ranura& slot) {
+            T value{};
+            if (outcome == Outcome::Good) value = read(answer, slot);
+            Post(id, [done, outcome, value = std::move(value)] { done(outcome, value); });
+        };
+    }
 
     std::string path_;
     Wakeups wakeups_;
@@ -74,6 +93,9 @@ class Pages : public IPages {
     Source source_;
     std::unique_ptr<Copying> copying_;
     Crew drawing_, reading_;
+    std::unique_ptr<Crew> searching_;  // searches beside reading_, once there is much to search
+    std::map<Id, std::shared_ptr<Searching>> searches_;
+    std::map<Id, std::shared_ptr<Saving>> savings_;
     std::optional<Ahead> ahead_;
     Id lastId_ = 0;
     std::deque<Message> messages_;

@@ -63,6 +63,8 @@ CAppearance::CAppearance(std::function<void(ThemeSet)> told) : told_(std::move(t
             this, [this] { Tell(0); }, Qt::QueuedConnection);
         return;
     }
+    // The slot's types are looked up by name, and this one has none before the bus was used.
+    qRegisterMetaType<QDBusVariant>("QDBusVariant");
     bus.connect(kPortal, kPortalPath, kSettings, "SettingChanged", this,
                 SLOT(OnSetting(QString, QString, QDBusVariant)));
     Read("ReadOne");

@@ -32,7 +32,14 @@ constexpr struct {
     {"Files of type:", "Archivos de tipo:"},
     {"Date Modified", "Modificación"},
     {"Save in:", "Guardar en:"},
+    {"%1 already exists.\nDo you want to replace it?", "Ya existe %1.\n¿Quieres sustituirlo?"},
     {"Ctrl", "Ctrl"},
+    {"Shift", "Mayús"},
+    {"Output &file:", "&Archivo de salida:"},
+    {"Pages", "Páginas"},
+    {"Page Set:", "Cuáles:"},
+    {"Current Page", "Página actual"},
+    {"Reverse", "Orden inverso"},
 };
 
 // What the translation that Qt comes with leaves in English, or says in other words than the program.
@@ -89,7 +96,6 @@ QString FilterOf(const std::vector<std::string>& patterns) {
 
 // The dialog that Qt draws where the desktop has none of its own.
 void Arrange(QFileDialog& dialog) {
-    dialog.setFont(CQtApp::s_pInstance->Fonts().Get("system", 13, false, false).font);
     dialog.resize(860, 540);
     if (auto* splitter = dialog.findChild<QSplitter*>()) splitter->setSizes({170, 690});
     if (const auto* tree = dialog.findChild<QTreeView*>("treeView")) {

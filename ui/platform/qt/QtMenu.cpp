@@ -14,8 +14,6 @@ namespace Lx {
 
 namespace {
 
-constexpr int kFontSize = 13;
-
 QString Css(ColorRole role) {
     const Color& c = ThemeColor(role);
     return QColor(c.r, c.g, c.b).name();
@@ -24,7 +22,7 @@ QString Css(ColorRole role) {
 QString SheetOfTheme() {
     return QString(
                "QMenu { background: %1; color: %2; border: 1px solid %3; padding: 4px; }"
-               "QMenu::item { padding: 6px 24px 6px 8px; border-radius: 4px; }"
+               "QMenu::item { padding: 4px 24px 4px 8px; border-radius: 4px; }"
                "QMenu::item:selected { background: %4; }"
                "QMenu::item:disabled { color: %5; background: transparent; }"
                "QMenu::separator { height: 1px; background: %6; margin: 4px 8px; }")
@@ -87,7 +85,6 @@ int RunPlatformMenu(CWindow* owner, const std::vector<MenuItem>& items, const Po
     FollowTheme();
     // The loop below may outlive the window's widget, and the menu with it.
     const QPointer<QMenu> menu = new QMenu(window);
-    menu->setFont(CQtApp::s_pInstance->Fonts().Get("system", kFontSize, false, false).font);
     menu->setStyleSheet(SheetOfTheme());
     Fill(*menu, items);
     new CGoesWithWindow(*window, *menu);

@@ -38,7 +38,7 @@ std::unique_ptr<IPrintJob> RunPlatformPrintDialog(const PrintRequest& request, s
     FollowTheme();
     const PrintWait wait = [](std::atomic<bool>& done) { CQtApp::s_pInstance->RunModal(done); };
     if (request.owner != nullptr) request.owner->capture = nullptr;
-    return std::unique_ptr<IPrintJob>(entry(request, WidgetOf(request.owner), wait, error));
+    return std::unique_ptr<IPrintJob>(entry(request, WidgetOf(request.owner), wait));
 }
 
 }  // namespace Lx

@@ -3,7 +3,7 @@
 
 #include <atomic>
 #include <functional>
-#include <string>
+#include <vector>
 
 #include "ui/LxBackend.h"
 
@@ -15,8 +15,11 @@ namespace Lx {
 using PrintWait = std::function<void(std::atomic<bool>& done)>;
 
 // RunPlatformPrintDialog above `window`, which may be null. The caller owns the job.
-using PrintEntry = IPrintJob* (*)(const PrintRequest& request, QWidget* window, const PrintWait& wait,
-                                  std::string& error);
+using PrintEntry = IPrintJob* (*)(const PrintRequest& request, QWidget* window, const PrintWait& wait);
 constexpr const char* kPrintEntry = "VelmoraImprimir";
+
+// A job into a PDF file, without a dialog.
+using PrintFileEntry = IPrintJob* (*)(const char* path, bool fitted, const std::vector<int>& pages);
+constexpr const char* kPrintFileEntry = "VelmoraImprimirEnFichero";
 
 }  // namespace Lx

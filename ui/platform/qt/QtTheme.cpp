@@ -13,6 +13,7 @@ namespace Lx {
 
 namespace {
 
+constexpr int kFontSize = 13;
 constexpr int kTipFontSize = 12;
 constexpr int kTipReach = 10;
 
@@ -58,6 +59,7 @@ void FollowTheme() {
     static std::optional<ThemeSet> followed;
     if (followed == CurrentTheme()) return;
     followed = CurrentTheme();
+    QApplication::setFont(CQtApp::s_pInstance->Fonts().Get("system", kFontSize, false, false).font);
     const QPalette palette = PaletteOfTheme();
     QApplication::setPalette(palette);
     QToolTip::setPalette(palette);
