@@ -29,6 +29,8 @@ TEST_F(Ventanas, LaLineaDeEstado) {
     auto& estado = Control<Lx::CLabel>(v, 1);
     EXPECT_EQ(estado.text, "Error al abrir /a/doc.pdf: motivo");
     EXPECT_EQ(estado.textColor, Lx::ThemeColor(Lx::ColorRole::AppErrorOnFooter));
+    v.OnShortcut('F', Lx::kControl);
+    EXPECT_FALSE(Control<Lx::CEdit>(v, 1).visible) << "there is nothing to look in";
     paginas_ = 1;
     v.OnDropFile("/b/otro.pdf");
     hojas_->Abrir();
@@ -41,6 +43,15 @@ TEST_F(Ventanas, LaLineaDeEstado) {
     EXPECT_THAT(Falso::Pintar(aviso), testing::Contains(testing::HasSubstr("\"" + std::string(80, 'b') + "\"")));
     Falso::Tecla(v, KeyCode::Escape);
     EXPECT_FALSE(aviso.visible);
+}
+
+// Where the first signature of a file has its stamp: the widget's /Rect, on a page of 842 points.
+LxPdfSigner::Estampa SelloDe(const std::string& ruta) {
+    const std::string pdf = Apoyo::LeerFichero(ruta);
+    const size_t widget = pdf.find("/Rect [", pdf.rfind("/Subtype /Widget") - 200);
+    double x = 0, y = 0, x2 = 0, y2 = 0;
+    EXPECT_EQ(std::sscanf(pdf.c_str() + widget, "/Rect [%lf %lf %lf %lf", &x, &y, &x2, &y2), 4);
+    return {0, x, 842 - y2, x2, 842 - y};
 }
 
 // Each row is one way to end a signature before its key is used; afterwards nothing ends it.
@@ -193,8 +204,6 @@ TEST_F(Ventanas, LoQueCambiaEnElDisco) {
         EXPECT_EQ(hojas_, nullptr) << "it isn't left alone yet";
         Falso::HacerTareas();
     };
-    cambia([&] { std::ofstream(ruta_, std::ios::app); });
-    EXPECT_EQ(hojas_, nullptr) << "it was opened for writing, and nothing was written";
     cambia([&] { Apoyo::EscribirFichero(ruta_, Pdf(3)); });
     ASSERT_NE(hojas_, nullptr);
     // What is shown isn't what would be signed.
@@ -205,6 +214,8 @@ TEST_F(Ventanas, LoQueCambiaEnElDisco) {
     hojas_->Abrir();
     EXPECT_EQ(Dice(), "El documento ha cambiado en el disco y se ha vuelto a leer.");
     EXPECT_EQ(Control<Lx::CEdit>(v, 0).GetText(), "1 / 3");
+    cambia([&] { std::ofstream(ruta_, std::ios::app); });
+    EXPECT_EQ(hojas_, nullptr) << "it was opened for writing, and nothing was written";
     paginas_ = 0;
     cambia([&] {
         Apoyo::EscribirFichero(carpeta_ / "otro", "roto");
@@ -220,6 +231,62 @@ TEST_F(Ventanas, LoQueCambiaEnElDisco) {
     Falso::ElMundo().tareas.clear();
     Falso::HastaQue([n = 0]() mutable { return ++n > 5; });
     EXPECT_TRUE(Falso::ElMundo().tareas.empty()) << "another file of the folder";
+}
+
+// The view stays where it was unless the stamp is elsewhere, the notice beside the stamp, and no name is in green.
+TEST_F(Ventanas, LaCopiaFirmada) {
+    ruta_ = carpeta_ / "doc.pdf";
+    Apoyo::EscribirFichero(ruta_, Pdf(3));
+    g_fuentes.entradas = {Apta(Origen::Sistema, "Ana")};
+    g_fuentes.firmar = Apoyo::IdentidadComun().firmar;
+    for (const auto& [vista, pagina] : Apoyo::Filas<std::string, std::string>{{"1", "1 / 3"}, {"3", "2 / 3"}}) {
+        SCOPED_TRACE(vista);
+        CMainWindow& v = Abrir(3);
+        Ver();
+        v.OnIrHoja(vista);
+        Falso::ElMundo().guion = {[] { Falso::Tecla(Falso::Arriba(), KeyCode::Enter); }};
+        Pulsar(v, "Firmar");
+        Falso::HastaQue([&] { return pedida_ != ruta_; });
+        EXPECT_THAT(Dice(), testing::StartsWith("Firmado: " + pedida_)) << "before it can be seen";
+        hojas_->Abrir();
+        Ver();
+        EXPECT_EQ(Estado(), pedida_);
+        const LxPdfSigner::Estampa sello = SelloDe(pedida_);
+        const auto& doc = Control<Lx::CDocView>(v, 0);
+        const Lx::Rect r =
+            doc.RectOf(0, {float(sello.izquierda), float(sello.arriba), float(sello.derecha), float(sello.abajo)});
+        const Lx::Rect& a = Aviso().rect;
+        EXPECT_TRUE(r.h > 0 && r.y > doc.rect.y && r.y + r.h < doc.rect.y + doc.rect.h) << "it is in sight";
+        EXPECT_TRUE(r.y + r.h <= a.y || a.y + a.h <= r.y) << "the notice stands on it";
+        EXPECT_THAT(Control<Lx::CEdit>(v, 0).GetText(), pagina);
+        EXPECT_EQ(Control<CBarraFirmas>(v, 0).Accessibility().name, "Firmado ahora por Ana. ");
+        Pulsar(v, "Mostrar en la carpeta");
+        EXPECT_THAT(Falso::ElMundo().carpetas, testing::Contains(pedida_));
+    }
+}
+
+TEST_F(Ventanas, LaBarraDeFirmas) {
+    using Lx::Firma::FirmaAnterior;
+    const FirmaAnterior ana{"Ana", ""}, eva{"Eva", ""}, nadie{}, sello{"TSA", "", -1, true};
+    using Firmas = std::vector<FirmaAnterior>;
+    using Nombres = std::vector<std::string>;
+    for (const auto& [firmas, aqui, dice] : Apoyo::Filas<Firmas, Nombres, std::string>{
+             {Firmas{}, Nombres{}, ""},
+             {Firmas{nadie}, Nombres{}, "Contiene 1 firma, sin comprobar."},
+             {Firmas{ana, eva, ana, sello}, Nombres{},
+              "Contiene 4 firmas, sin comprobar: según el documento, de Ana, Eva y sello de tiempo."},
+             {Firmas{ana, eva}, Nombres{"Eva"},
+              "Firmado ahora por Eva. Contiene además 1 firma, sin comprobar: según el documento, de Ana."},
+             {Firmas{eva}, Nombres{"Eva"}, "Firmado ahora por Eva. "},
+         }) {
+        CBarraFirmas barra(Paleta::DelTema());
+        EXPECT_EQ(barra.Poner(firmas, aqui), !dice.empty());
+        EXPECT_EQ(barra.Accessibility().name, dice);
+        barra.rect = {0, 0, 100, 26};
+        EXPECT_EQ(barra.ToolTip({}), dice) << "it is cut";
+        for (const std::string& linea : Falso::Pintar(barra))
+            EXPECT_THAT(linea, testing::Not(testing::HasSubstr(Falso::Texto(Paleta::DelTema()[Paleta::kExito]))));
+    }
 }
 
 // Printing shows how far it is and can be given up; until it ends the document stays the one that is printed.
@@ -320,6 +387,7 @@ TEST_F(Ventanas, LaBusqueda) {
     v.MostrarEstado("un error", true);
     Falso::Tecla(v, KeyCode::Escape);
     EXPECT_FALSE(texto.visible);
+    EXPECT_EQ(vista.GetSearch().pagesDone, 0) << "it has ended";
     EXPECT_EQ(v.focus, &vista);
     EXPECT_EQ(vista.rect.y, 100);
     EXPECT_TRUE(Aviso().visible) << "one thing at a time";
@@ -452,6 +520,18 @@ TEST_F(Ventanas, LaAyuda) {
         Falso::Tecla(Falso::Arriba(), KeyCode::Escape);
     }};
     Falso::Tecla(v, KeyCode::F1);
+    std::vector<std::string> menu;
+    Falso::ElMundo().elegirOrden = [&](const std::vector<Lx::MenuItem>& ordenes) {
+        menu.clear();
+        for (const Lx::MenuItem& una : ordenes) menu.push_back(una.text + "/" + una.shortcut);
+        return 0;
+    };
+    Falso::Tecla(v, KeyCode::F10);
+    EXPECT_THAT(menu, testing::IsSupersetOf({"Imprimir…/Ctrl+P", "Zoom/", "Recientes/", "Copiar/Ctrl+C"}));
+    EXPECT_THAT(menu, testing::Not(testing::Contains("Abrir este menú/F10")));
+    v.OnContextMenu({50, 200});
+    EXPECT_THAT(menu, testing::IsSupersetOf({"Copiar/Ctrl+C", "Ajustar al ancho/"}));
+    EXPECT_THAT(menu, testing::Not(testing::Contains("Imprimir…/Ctrl+P")));
     for (const char* linea : {"Ctrl+O Abrir un documento…", "Mayús+F3 Buscar el anterior", "Ctrl++ Acercar",
                               "Alt+Izquierda Volver adonde estabas", "Ctrl+C Copiar", "Menú Oscuro"})
         EXPECT_THAT(lineas, testing::Contains(linea));
