@@ -319,7 +319,7 @@ TEST_F(Programa, LoQueNoSePuedeEscribirNiFirmar) {
                   .codigo,
               0);
     for (const auto& [nombre, antes, frase] : Apoyo::Filas<std::string, std::string, std::string>{
-             {"cifrado", "", "No se puede firmar. El documento está protegido contra cambios"},
+             {"cifrado", "", "El documento está protegido: se puede leer, pero no firmar"},
              {"doble", "", ".*dato del PDF está dos veces"},
              {"ido", "rm ido.pdf", "El documento ya no está en su sitio"},
          }) {
