@@ -1,5 +1,6 @@
 // The main window's own logic, without a display, a card, a store or a program that draws.
 #include <filesystem>
+#include <fstream>
 
 #include "tests/app/Ventanas.h"
 #include "ui/LxEdit.h"
@@ -192,6 +193,8 @@ TEST_F(Ventanas, LoQueCambiaEnElDisco) {
         EXPECT_EQ(hojas_, nullptr) << "it isn't left alone yet";
         Falso::HacerTareas();
     };
+    cambia([&] { std::ofstream(ruta_, std::ios::app); });
+    EXPECT_EQ(hojas_, nullptr) << "it was opened for writing, and nothing was written";
     cambia([&] { Apoyo::EscribirFichero(ruta_, Pdf(3)); });
     ASSERT_NE(hojas_, nullptr);
     // What is shown isn't what would be signed.
@@ -219,6 +222,55 @@ TEST_F(Ventanas, LoQueCambiaEnElDisco) {
     EXPECT_TRUE(Falso::ElMundo().tareas.empty()) << "another file of the folder";
 }
 
+// Printing shows how far it is and can be given up; until it ends the document stays the one that is printed.
+TEST_F(Ventanas, LaImpresion) {
+    struct Impresora : Lx::IPrintJob {
+        [[nodiscard]] const std::vector<int>& Pages() const override { return hojas; }
+        bool BeginPage(float, float, Lx::Size& device, int&) override {
+            device = {60, 80};
+            return true;
+        }
+        bool DrawBand(const unsigned char*, int, int, int, int) override { return true; }
+        bool Finish() override { return true; }
+        std::vector<int> hojas{1, 0};
+    };
+    ruta_ = carpeta_ / "doc.pdf";
+    Apoyo::EscribirFichero(ruta_, Pdf(2));
+    CMainWindow& v = Abrir(2);
+    Ver();
+    Falso::ElMundo().imprimir = [](const Lx::PrintRequest& peticion,
+                                   std::string& error) -> std::unique_ptr<Lx::IPrintJob> {
+        if (peticion.pages != 2 || peticion.title != "doc.pdf") error = "mal";
+        return std::make_unique<Impresora>();
+    };
+    for (const bool cancela : {true, false}) {
+        Falso::Hojas* const impresas = hojas_;
+        v.OnShortcut('P', Lx::kControl);
+        EXPECT_EQ(Dice(), "Imprimiendo la página 1 de 2…");
+        v.OnDropFile("/otro.pdf");
+        EXPECT_EQ(pedida_, ruta_);
+        Apoyo::EscribirFichero(ruta_, Pdf(cancela ? 3 : 4));
+        Falso::HastaQue([] { return !Falso::ElMundo().tareas.empty(); });
+        Falso::HacerTareas();
+        EXPECT_EQ(hojas_, impresas) << "it is read anew later";
+        static_cast<void>(impresas->Tomar());
+        cancela ? static_cast<void>(Falso::Tecla(v, KeyCode::Escape)) : impresas->ContestarTodo();
+        EXPECT_THAT(Dice(), testing::HasSubstr(cancela ? "Impresión cancelada" : "enviado a la impresora"));
+        EXPECT_EQ(testing::Value(impresas->Tomar(), testing::Contains(testing::StartsWith("cancelar"))), cancela);
+        ASSERT_NE(hojas_, impresas);
+        v.OnShortcut('P', Lx::kControl);
+        EXPECT_THAT(Dice(), testing::HasSubstr("vuelve a imprimirlo"));
+        hojas_->Abrir();
+        Ver();
+    }
+    Falso::ElMundo().imprimir = [](const Lx::PrintRequest&, std::string& error) {
+        error = "No hay impresora.";
+        return nullptr;
+    };
+    v.OnShortcut('P', Lx::kControl);
+    EXPECT_EQ(Dice(), "No hay impresora.");
+}
+
 TEST_F(Ventanas, LaBusqueda) {
     CMainWindow& v = Abrir(9);
     Ver();
@@ -236,6 +288,11 @@ TEST_F(Ventanas, LaBusqueda) {
     v.OnShortcut('F', Lx::kControl);
     EXPECT_EQ(v.focus, &texto);
     EXPECT_EQ(vista.rect.y, 146) << "it stands above the pages, not on them";
+    static_cast<void>(hojas_->Tomar());
+    Falso::Teclear(v, "xy");
+    Falso::ElMundo().tareas.front().hacer();
+    EXPECT_THAT(hojas_->Tomar(), ElementsAre()) << "the keyboard doesn't rest yet";
+    texto.SelectAll();
     EXPECT_EQ(busca("ñ"), "") << "one letter is too few";
     EXPECT_EQ(busca("a"), "buscar ña 0;");
     auto& cuenta = Control<Lx::CLabel>(v, 0);
