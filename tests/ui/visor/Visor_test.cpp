@@ -446,6 +446,35 @@ TEST_F(VisorTexto, Enlaces) {
     EXPECT_FALSE(vista->GoForward()) << "there is another way on";
 }
 
+TEST_F(VisorTexto, ConElTeclado) {
+    std::vector<std::string> direcciones;
+    vista->onAddress = [&](const std::string& direccion) { direcciones.push_back(direccion); };
+    ventana.SetFocusControl(vista);
+    EXPECT_TRUE(Falso::Tecla(ventana, KeyCode::Tab));
+    EXPECT_TRUE(Falso::Tecla(ventana, KeyCode::Tab));
+    EXPECT_THAT(Hechas("FillDevice"), Contains("FillDevice 79,269,110,3 #0959ccdc"));
+    EXPECT_TRUE(Falso::Tecla(ventana, KeyCode::Enter));
+    EXPECT_THAT(direcciones, ElementsAre("https://a.b/c"));
+    EXPECT_FALSE(Falso::Tecla(ventana, KeyCode::Tab)) << "behind the last link comes the next control";
+    EXPECT_FALSE(Falso::Tecla(ventana, KeyCode::Enter));
+    EXPECT_TRUE(Falso::Tecla(ventana, KeyCode::Tab, Lx::kShift));
+    EXPECT_TRUE(Falso::Tecla(ventana, KeyCode::Tab, Lx::kShift));
+    EXPECT_TRUE(Falso::Tecla(ventana, KeyCode::Enter));
+    EXPECT_EQ(vista->GetCurrentPage(), 3);
+    // A tap of the space bar goes on by nine tenths of the view; held down, or while a page is pulled, by nothing.
+    vista->SetPlace({});
+    const Filas<int, bool, int> espacios{{1, false, 306 - 360 + 34}, {2, false, 334}, {1, true, 334}};
+    for (const auto& [veces, tira, alto] : espacios) {
+        vista->SetPlace({});
+        Falso::Teclear(ventana, std::string(veces, ' '));
+        if (tira) Arrastrar(En(300, 380), En(310, 380), Lx::kLeftButton, Lx::kSpaceHeld);
+        Lx::Event ev;
+        ev.type = EventType::KeyUp;
+        ventana.RouteEvent(ev);
+        EXPECT_EQ(vista->RectOf(0, {0, 300, 600, 800}).y, std::max(20, alto)) << veces << tira;
+    }
+}
+
 TEST_F(VisorTexto, Busca) {
     const auto estado = [&] {
         const Lx::SearchState& es = vista->GetSearch();
