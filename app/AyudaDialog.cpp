@@ -31,7 +31,7 @@ bool CAyudaDialog::OnInit() {
     lista_->AddColumn("Qué hace", 0);
     for (const Orvanta::Ayuda& linea : lineas_) lista_->AddItem({linea.tecla, linea.para});
     cerrar_ = AddButton("Cerrar", {});
-    Paleta::VestirCancelar(*cerrar_, paleta_);
+    Paleta::VestirBoton(*cerrar_, paleta_, false);
     cerrar_->OnClick(this, &CAyudaDialog::OnCerrar);
     SetFocusControl(lista_);
     OnSize(0, {rect.w, rect.h});

@@ -65,7 +65,7 @@ void CBarraBusqueda::Mostrar(bool si) {
 void CBarraBusqueda::Vestir(const Paleta::Colores& paleta) {
     for (Lx::CButton* b : {anterior_, siguiente_, exacto_}) Paleta::VestirBoton(*b, paleta, false);
     Paleta::VestirMarcado(*exacto_, paleta);
-    Paleta::VestirCancelar(*cerrar_, paleta);
+    Paleta::VestirBoton(*cerrar_, paleta, false);
     cuenta_->SetTextColor(paleta[Paleta::kTexto]);
 }
 

@@ -44,7 +44,7 @@ bool CDlgFirmar::OnInit() {
     aviso_ = new CAviso(paleta_, lista_);
     AddControl(aviso_);
     // Over the line that will say what was found, never over what was.
-    aviso_->Colocar({144, 240, 500, 104});
+    aviso_->Colocar({144, 240, 500, 105});
     vigilante_ =
         std::make_unique<Lx::Firma::Vigilante>([correo = correo_, this] { correo->Enviar([this] { OnTarjeta(); }); });
     SetFocusControl(lista_);

@@ -207,6 +207,8 @@ class CMainWindow : public Lx::CWindow {
     void OnCancelar();
     void Recordar(const Lx::Firma::FirmarDocumentos& trabajo);
     void OlvidarPin();
+    // `pero`: what is wrong all the same.
+    void AvisarFirmado(const LxPdfSigner::Resultado& r, const std::string& pero = "");
     void ContarResultado(const Lx::Firma::Firmados& firmados, const std::string& quien);
 
     inline static Orvanta::Preferencias preferencias_;             // of the program

@@ -185,7 +185,7 @@ void CMainWindow::PedirLectura() {
                            std::exchange(pedido_.claveRechazada, true), clave);
     if (Preguntar(dialogo) == Lx::kAccepted)
         visor_->Unlock(clave);
-    else if (recarga_.has_value())
+    else if (std::exchange(recarga_, std::nullopt))
         Avisar("El documento ha cambiado en el disco y ahora pide una contraseña: se sigue viendo lo que había.", true);
     else
         MostrarEstado("Error al abrir " + pedido_.ruta + ": está protegido y no se dio su contraseña.", true);
@@ -253,7 +253,7 @@ void CMainWindow::PonerFirmas() {
 
 void CMainWindow::AlCambiarEnDisco() {
     // When what goes on has ended it is looked at again.
-    if (firmando_ || impresion_ != nullptr || !HayDocumento()) return;
+    if (firmando_ || reemplazo_ || impresion_ != nullptr || !HayDocumento()) return;
     const CCambiosDisco::Marca marca = CCambiosDisco::MarcaDe(documento_);
     if (!marca.hay)
         return Avisar(
@@ -284,6 +284,7 @@ void CMainWindow::OnRecargado(const Lx::Pdf::Opened& como) {
     OnPagina(visor_->GetCurrentPage(), visor_->GetPageCount());
     antesDelExamen_ = "El documento ha cambiado en el disco y se ha vuelto a leer.";
     Avisar(antesDelExamen_, false);
+    examinando_.Abandonar();
     Examinar(nullptr);
 }
 

@@ -82,7 +82,8 @@ bool CMainWindow::PuedeFirmarse() {
 
 void CMainWindow::SeguirFirma() {
     Firma::Encargo encargo;
-    if (!PuedeFirmarse() || !ElegirCertificado(encargo)) return AcabarFirma();
+    // It may have changed while the certificate was being chosen.
+    if (!PuedeFirmarse() || !ElegirCertificado(encargo) || !PuedeFirmarse()) return AcabarFirma();
     const bool conTarjeta = encargo.elegida.origen == Origen::Dnie;
     const std::string quien = encargo.elegida.cert.subjectCN;
     const auto trabajo = std::make_shared<Firma::FirmarDocumentos>(std::move(encargo), Preguntas(quien));
@@ -133,35 +134,43 @@ void CMainWindow::ContarResultado(const Firma::Firmados& firmados, const std::st
             return Avisar(kCancelada, false);
         }
         MostrarEstado(r.error.empty() ? "No se pudo firmar." : r.error, true);
-        if (r.motivo == Lx::Motivo::PinIncorrecto) Avisar(Quedan(firmados.intentos), true);
+        if (r.motivo == Lx::Motivo::PinIncorrecto)
+            Avisar(Quedan(firmados.intentos), true);
+        else if (!r.error.empty())
+            Avisar(Lx::ParaLeer({r.motivo, r.error}), true);
         return;
     }
+    AvisarFirmado(r);
     GuardarLugar();
     firmadoAqui_.push_back(quien);
     reemplazo_ = r;
     pedido_ = {.ruta = r.salida, .marca = CCambiosDisco::MarcaDe(r.salida)};
-    cambios_.Dejar();
     visor_->Replace(r.salida);
+}
+
+void CMainWindow::AvisarFirmado(const LxPdfSigner::Resultado& r, const std::string& pero) {
+    std::string frase = "Firmado: " + r.salida + "  (" + std::to_string(r.bytes) + " bytes)";
+    if (!r.nota.empty()) frase += "  [" + r.nota + "]";
+    if (!r.aviso.empty()) frase += " " + r.aviso;
+    if (!pero.empty()) frase += "\n" + pero;
+    Avisar(frase, !pero.empty(),
+           {"Mostrar en la carpeta", [ruta = r.salida] { Lx::LxApp::s_pApp->backend->ShowInFolder(ruta); }});
 }
 
 // The signed document is in the view, where the one without the signature was.
 void CMainWindow::OnReemplazado(const Lx::Pdf::Opened& como) {
     const LxPdfSigner::Resultado r = *std::exchange(reemplazo_, std::nullopt);
-    std::string frase = "Firmado: " + r.salida + "  (" + std::to_string(r.bytes) + " bytes)";
-    if (!r.nota.empty()) frase += "  [" + r.nota + "]";
-    if (!r.aviso.empty()) frase += " " + r.aviso;
-    const CAviso::Accion mostrar{"Mostrar en la carpeta",
-                                 [ruta = r.salida] { Lx::LxApp::s_pApp->backend->ShowInFolder(ruta); }};
     if (como.outcome != Lx::Pdf::Outcome::Good) {
         firmadoAqui_.clear();
-        return Avisar(frase + "\nSe sigue viendo el original: la copia firmada no se puede mostrar. " + como.sentence,
-                      true, mostrar);
+        return AvisarFirmado(r, "Se sigue viendo el original: la copia firmada no se puede mostrar. " + como.sentence);
     }
     documento_ = r.salida;
     bienvenida_ = false;
-    MostrarEstado("", false);
+    PonerEstado(documento_, false);
     cambios_.Vigilar(documento_, pedido_.marca, [this] { AlCambiarEnDisco(); });
     AnotarReciente();
+    examen_.reset();
+    PonerFirmas();  // the band takes its place before the stamp is brought into sight
     estampa_ = r.estampa;
     if (estampa_.pagina >= 0) {
         const Lx::Pdf::Box caja = CajaDe(estampa_);
@@ -170,10 +179,9 @@ void CMainWindow::OnReemplazado(const Lx::Pdf::Opened& como) {
     }
     if (panel_->visible) panel_->Rebuild();
     OnPagina(visor_->GetCurrentPage(), visor_->GetPageCount());
-    Avisar(frase, false, mostrar);
-    examen_.reset();
+    AvisarFirmado(r);
+    examinando_.Abandonar();
     Examinar(nullptr);
-    PonerFirmas();
 }
 
 // --- What the job asks, on its own thread

@@ -16,7 +16,9 @@ void CMainWindow::OnImprimir() {
         if (!error.empty()) Avisar(error, true);
         return;
     }
-    if (visor_->Pages() == nullptr || firmando_) return;  // what went on meanwhile
+    // What went on meanwhile: the pages that are printed have to stay.
+    if (visor_->Pages() == nullptr || firmando_ || recarga_ || visor_->IsOpening())
+        return Avisar("El documento cambió mientras tanto: míralo y vuelve a imprimirlo.", true);
     recado_.clear();
     impresion_ = std::make_unique<Lx::CPrintRun>(*visor_->Pages(), std::move(trabajo));
     impresion_->onProgress = [this](int cual, int total) {
@@ -38,7 +40,6 @@ void CMainWindow::AcabarImpresion() {
 }
 
 void CMainWindow::DejarDeImprimir() {
-    impresion_->Cancel();
     AcabarImpresion();
     Avisar("Impresión cancelada: lo que ya recibió la impresora puede salir todavía.", false);
 }

@@ -92,6 +92,10 @@ void Ranuras::Anular(uint32_t numero) {
     anulados[numero % std::size(anulados)].store(numero, std::memory_order_release);
 }
 
+void Ranuras::OlvidarAnulados() {
+    for (auto& numero : reinterpret_cast<Cabecera*>(vista_)->anulados) numero.store(0, std::memory_order_release);
+}
+
 void Ranuras::Perforar(size_t primera, size_t fin) {
     if (fallocate(memoria_.Valor(), FALLOC_FL_PUNCH_HOLE | FALLOC_FL_KEEP_SIZE, static_cast<off_t>(primera * kUnidad),
                   static_cast<off_t>((fin - primera) * kUnidad)) != 0)

@@ -56,6 +56,8 @@ class Ranuras : public std::enable_shared_from_this<Ranuras> {
     [[nodiscard]] Ranura Tomar(size_t bytes);
     // The helper is not to begin the request of that number.
     void Anular(uint32_t numero);
+    // For a helper that counts its requests anew.
+    void OlvidarAnulados();
     // Gives all that is free back to the system.
     void Vaciar();
     [[nodiscard]] const Api::Descriptor& Memoria() const { return memoria_; }

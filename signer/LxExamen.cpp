@@ -163,7 +163,7 @@ Examinado Examinar(const std::string& entrada, Lx::Control& control) {
         Probar(*doc, entrada, r);
         e.impedimento = {r.motivo, r.error};
         e.avisos = std::move(r.avisos);
-        e.firmas = FirmasDe(*doc);
+        if (r.motivo != Lx::Motivo::Excesivo) e.firmas = FirmasDe(*doc);
     }
     if (control.Cancelado()) return {{Lx::Motivo::Cancelado, kFraseCancelado}, {}, {}, 0};
     return e;

@@ -37,7 +37,9 @@ constexpr std::string_view kAcroForm =
 struct Fichero {
     LxPdf::Actualizacion partes{0};
     uint32_t objetos = 0;
-    Hueco hueco;  // only of a signed document
+    // Only of a signed document.
+    Hueco hueco;
+    Estampa estampa;
 
     void Objeto(std::string_view cuerpo) { partes.Objeto({++objetos, 0}, cuerpo); }
 };
@@ -58,6 +60,7 @@ Sello SelloNuevo(const std::string& nombre, const std::string& utc) {
 
 void EscribirFormulario(Fichero& fichero, const Metadatos& meta, const std::string& utc, size_t reserva) {
     const Sello sello = SelloNuevo(meta.nombre, utc);
+    fichero.estampa = {0, 50, 842 - 40 - kAltoSello, 50 + sello.ancho, 842 - 40};
     fichero.Objeto(kAcroForm);
     fichero.Objeto("<< /Type /Annot /Subtype /Widget /FT /Sig /T (Signature1) /Rect " + RectSello(sello.ancho, 0, 842) +
                    " /F 4 /P 3 0 R /V 8 0 R /AP << /N 10 0 R >> >>");
@@ -115,6 +118,7 @@ bool CrearFirmado(const std::string& utc, const std::string& salida, const std::
     r.escrito = true;
     r.firmado = true;
     r.nota = nota;
+    r.estampa = fichero.estampa;
     return true;
 }
 
@@ -145,6 +149,7 @@ void CrearEntero(const std::string& utc, const std::string& salida, const std::s
     r.bytes = bytes.size();
     r.salida = copia.Ruta();
     r.nota = nota;
+    r.estampa = fichero.estampa;
     r.escrito = r.firmado = true;
 }
 

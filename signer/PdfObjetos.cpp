@@ -45,7 +45,8 @@ bool Escritor::Pagina(Ref pagina, Ref anotacion, std::string& rect) {
 
 // The stamp of a page is there: the first that can be seen is told of.
 void Escritor::Estampar(size_t cual, const std::string& rect) {
-    if (r.estampa.pagina < 0) r.estampa = LugarVisto(doc, plan.indices[cual], rect);
+    constexpr size_t kHasta = 64;  // pages are looked at, each with what it inherits
+    if (r.estampa.pagina < 0 && cual < kHasta) r.estampa = LugarVisto(doc, plan.indices[cual], rect);
 }
 
 bool Escritor::EditarAcroForm(std::string_view dict, std::string& nuevo) {

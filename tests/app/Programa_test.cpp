@@ -164,11 +164,19 @@ TEST_F(Programa, DosFirmasConUnFichero) {
     Ve("label.contrato_firmao2.pdf");
     Ve(R"(notification.Firmado: contrato_firmao2.pdf  \(\d+ bytes\))");
     EXPECT_TRUE(Apoyo::PdfValido(En("contrato_firmao2.pdf"), *identidad_));
-    // File and password are remembered.
-    FirmarConElPrimero();
-    Ve("label.contrato_firmao2_firmao.pdf");
-    EXPECT_TRUE(Apoyo::PdfValido(En("contrato_firmao2_firmao.pdf"), *identidad_, 2));
+    // File and password are remembered. A name that is taken is asked about before it is replaced.
+    Elegir();
+    Ve("label.Se guardará como contrato_firmao2_firmao.pdf");
+    Clic("button.Guardar como");
+    Espera("Guardar el documento firmado");
+    Escribir("contrato_firmao.pdf");
+    Ve("label.Ya existe contrato_firmao.pdf");
+    pantalla_.Pulsar("alt+s");
+    Ve("label.Sustituirá a contrato_firmao.pdf");
     EXPECT_EQ(Leer("contrato_firmao.pdf"), "ocupado");
+    Clic(kFirmar);
+    Ve("label.*/contrato_firmao.pdf");
+    EXPECT_TRUE(Apoyo::PdfValido(En("contrato_firmao.pdf"), *identidad_, 2));
 }
 
 TEST_F(Programa, CadaSello) {
@@ -311,7 +319,7 @@ TEST_F(Programa, LoQueNoSePuedeEscribirNiFirmar) {
                   .codigo,
               0);
     for (const auto& [nombre, antes, frase] : Apoyo::Filas<std::string, std::string, std::string>{
-             {"cifrado", "", "No se puede firmar. El documento está protegido contra cambios"},
+             {"cifrado", "", "El documento está protegido: se puede leer, pero no firmar"},
              {"doble", "", ".*dato del PDF está dos veces"},
              {"ido", "rm ido.pdf", "El documento ya no está en su sitio"},
          }) {

@@ -34,6 +34,7 @@ TEST_F(Crear, LosJuecesLoAceptan) {
     const Resultado r =
         LxPdfSigner::Crear(salida_, "Acta del año: 20 € (ñandú)", identidad_.certificado, identidad_.firmar, {}, 8192);
     EXPECT_TRUE(r.escrito && r.firmado);
+    EXPECT_TRUE(r.estampa.pagina == 0 && r.estampa.arriba == 770 && r.estampa.abajo == 802);
     EXPECT_EQ(r.error + r.aviso + r.nota, "");
     EXPECT_EQ(r.bytes, LeerFichero(salida_).size());
     EXPECT_TRUE(Apoyo::PdfValido(salida_, identidad_));

@@ -4,6 +4,7 @@
 #include <signal.h>
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <codecvt>
@@ -13,6 +14,8 @@
 #include <iterator>
 #include <locale>
 #include <memory>
+#include <numeric>
+#include <thread>
 
 #include "tests/apoyo/Apoyo.h"
 #include "ui/platform/pdf/Pages.h"
@@ -318,6 +321,123 @@ TEST_F(Documento, AbreConContrasena) {
             for (const pid_t hijo : Hijos()) Matar(hijo);
         }
     }
+}
+
+// The first page takes longer than anybody lives, the others are red and each a point wider.
+std::string LentaYRojas(int rojas) {
+    constexpr int kNiveles = 12, kPrimera = 5;
+    std::string hijas = "3 0 R", diez;
+    for (int i = 0; i < 10; ++i) diez += "/F Do ";
+    std::vector<std::string> objetos{"<< /Type /Catalog /Pages 2 0 R >>", "",
+                                     "<< /Type /Page /Parent 2 0 R /MediaBox [0 0 200 100] /Contents " +
+                                         std::to_string(kPrimera + kNiveles) +
+                                         " 0 R /Resources << /XObject << /F 5 0 R >> >> >>",
+                                     Flujo("1 0 0 rg 0 0 5000 100 re f BT /F 9 Tf 5 5 Td (lupa) Tj ET")};
+    for (int i = 0; i < kNiveles; ++i) {
+        const std::string dibujo = i + 1 < kNiveles ? diez : "0 0 200 100 re f";
+        objetos.push_back("<< /Type /XObject /Subtype /Form /BBox [0 0 200 100] /Resources << /XObject << /F " +
+                          std::to_string(kPrimera + i + 1) + " 0 R >> >>" + Flujo(dibujo).substr(2));
+    }
+    objetos.push_back(Flujo("/F Do"));
+    for (int i = 0; i < rojas; ++i) {
+        objetos.push_back("<< /Type /Page /Parent 2 0 R /MediaBox [0 0 " + std::to_string(201 + i) +
+                          " 100] /Contents 4 0 R /Resources << /Font << /F << /Type /Font /Subtype /Type1 /BaseFont "
+                          "/Helvetica >> >> >> >>");
+        hijas += " " + std::to_string(objetos.size()) + " 0 R";
+    }
+    objetos[1] = "<< /Type /Pages /Count " + std::to_string(rojas + 1) + " /Kids [" + hijas + "] >>";
+    return Apoyo::PdfDe(objetos);
+}
+
+TEST_F(Documento, LoQueNadieQuiereSeDeja) {
+    const TileSpec lenta{0, 200, 0, {0, 0, 200, 100}}, roja{1, 201, 0, {0, 0, 201, 100}};
+    Abrir(LentaYRojas(1), 0, {.work = 2000ms, .rest = 1ms, .spare = true});
+    Picture guardada = Dibujar(roja).second;
+    ASSERT_TRUE(Esperar([] { return Hijos().size() == 2; })) << "no spare";
+    const std::vector<pid_t> antes = Hijos();
+    bool llamada = false;
+    const auto nunca = [&llamada](Outcome, const Picture&) { llamada = true; };
+    const IPages::Id primera = doc->Draw(lenta, nunca);
+    const IPages::Id segunda = doc->Draw({1, 100, 0, {0, 0, 100, 50}}, nunca);
+    std::this_thread::sleep_for(50ms);
+    const auto inicio = std::chrono::steady_clock::now();
+    doc->Cancel(primera);
+    doc->Cancel(segunda);
+    doc->Cancel(77);
+    EXPECT_EQ(Dibujar(roja).first, Outcome::Good);
+    const auto pasado = std::chrono::steady_clock::now() - inicio;
+    EXPECT_TRUE(pasado >= 100ms && pasado < 700ms);
+    EXPECT_FALSE(llamada);
+    // The spare has taken over, and has one of its own.
+    EXPECT_EQ(Hijos().at(0), antes.at(1));
+    EXPECT_TRUE(Esperar([] { return Hijos().size() == 2; }));
+
+    // What holds up all others is ended, and tells so; so does who dies at it.
+    EXPECT_EQ(Dibujar(lenta).first, Outcome::Slow);
+    EXPECT_EQ(Dibujar(roja).first, Outcome::Good);
+    const auto [como, foto] = Pedir<Picture>([&](auto hecho) {
+        doc->Draw(lenta, hecho);
+        std::this_thread::sleep_for(50ms);
+        Matar(Hijos().at(0));
+    });
+    EXPECT_EQ(como, Outcome::NoProgram);
+    EXPECT_EQ(Dibujar(roja).first, Outcome::Good);
+    doc.reset();
+    EXPECT_TRUE(Hijos().empty());
+    EXPECT_EQ(Punto(guardada, 100, 50), 0xffff0000);
+}
+
+TEST_F(Documento, LaMemoriaTieneFondo) {
+    Abrir(LentaYRojas(600) + std::string(5 << 20, '\n'), 0, {.slots = size_t{4} << 20});
+    const TileSpec grande{1, 1000, 0, {0, 0, 1000, 500}};
+    std::vector<Picture> fotos;
+    Outcome como = Outcome::Good;
+    while (como == Outcome::Good && fotos.size() < 9) {
+        auto [esta, foto] = Dibujar(grande);
+        como = esta;
+        fotos.push_back(foto);
+    }
+    EXPECT_TRUE(como == Outcome::NoMemory && fotos.size() == 3);
+    fotos.clear();
+    doc->Shrink();
+    EXPECT_EQ(Dibujar(grande).first, Outcome::Good);
+
+    // Sizes come in blocks; what isn't there isn't told.
+    using Medidas = std::vector<PageSize>;
+    for (const auto& [primera, pedidas, hay] :
+         Apoyo::Filas<int, int, size_t>{{300, 500, 256}, {500, 500, 101}, {9999, 5, 1}}) {
+        const Medidas medidas =
+            Pedir<Medidas>([&, p = primera, n = pedidas](auto hecho) { doc->Sizes(p, n, hecho); }).second;
+        ASSERT_EQ(medidas.size(), hay);
+        EXPECT_EQ(medidas.back().width, 200 + std::min(primera + static_cast<int>(hay) - 1, 600));
+    }
+}
+
+// On two processes, each page once and whatever one of them does.
+TEST_F(Documento, BuscaEnTodasLasHojas) {
+    Abrir(LentaYRojas(400), 0, {.work = 300ms});
+    std::vector<int> hojas, todas(400);
+    int noticias = 0, hechas = 0;
+    bool acabada = false;
+    const auto oir = [&](Outcome, const SearchNews& noticia) {
+        for (const Hit& h : noticia.hits) hojas.push_back(h.page);
+        ++noticias;
+        hechas = noticia.pagesDone;
+        acabada = noticia.finished;
+    };
+    doc->Search({"LUPA", false, 100}, oir);
+    ASSERT_TRUE(Esperar([&] { return acabada; }));
+    EXPECT_EQ(hechas, 401);
+    EXPECT_GT(noticias, 3);
+    EXPECT_TRUE(hojas.at(0) >= 100 && hojas.at(0) < 192) << "not from there on";
+    std::sort(hojas.begin(), hojas.end());
+    std::iota(todas.begin(), todas.end(), 1);
+    EXPECT_EQ(hojas, todas);
+
+    const int antes = noticias;
+    doc->Cancel(doc->Search({"lupa", false, 0}, oir));
+    EXPECT_EQ(Pedir<PageText>([&](auto hecho) { doc->Text(1, hecho); }).first, Outcome::Good);
+    EXPECT_EQ(noticias, antes);
 }
 
 }  // namespace

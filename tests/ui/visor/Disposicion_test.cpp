@@ -5,6 +5,8 @@
 #include "tests/apoyo/Apoyo.h"
 #include "tests/ui/apoyo/Falso.h"
 #include "ui/viewer/PageLayout.h"
+#include "ui/viewer/PageTexts.h"
+#include "ui/viewer/Selection.h"
 #include "ui/viewer/TileCache.h"
 #include "ui/viewer/TileRequests.h"
 
@@ -45,6 +47,21 @@ TEST(Disposicion, DondeCaeCadaHoja) {
 
 int64_t Parte(double parte, int64_t todo) {
     return std::llround(parte * static_cast<double>(todo));
+}
+
+TEST(Disposicion, QueHojaHayAhi) {
+    PageLayout hojas;
+    hojas.Reset(10, {{600, 800}});
+    hojas.Arrange({628, 400, 1, 1, Fit::Width});
+    // From, to, the first and the last between them; the gap is of the page below it, and shows none.
+    const Filas<int64_t, int64_t, int32_t, int32_t> casos{{0, 14, 0, -1},   {0, 15, 0, 0},    {813, 829, 0, 1},
+                                                          {814, 828, 1, 0}, {814, 829, 1, 1}, {8100, 9000, 9, 9}};
+    for (const auto& [desde, hasta, primera, ultima] : casos)
+        EXPECT_EQ(hojas.PagesBetween(desde, hasta), std::pair(primera, ultima)) << desde;
+    EXPECT_EQ(hojas.PageAt(813), 0);
+    EXPECT_EQ(hojas.PageAt(814), 1);
+    EXPECT_FALSE(hojas.Learn(3, {{600, 800}})) << "as it was guessed";
+    EXPECT_TRUE(hojas.Knows(3));
 }
 
 // A place of a page stays under its pixel of the view whatever changes: at each corner, and beside the page.
@@ -115,6 +132,7 @@ TEST(Disposicion, QueSePideYEnQueOrden) {
     EXPECT_THAT(plan(700, 1), ElementsAre("1", "0", "|", "2", "3")) << "the one in the middle first";
     EXPECT_THAT(plan(2600, 1), ElementsAre("3", "|", "4", "5", "2"));
     EXPECT_THAT(plan(2600, -1), ElementsAre("3", "|", "2", "1", "4")) << "ahead is where the scroll goes";
+    EXPECT_THAT(plan(2300, -1), ElementsAre("3", "2", "|", "1", "0", "4"));
     EXPECT_THAT(plan(2600, 1, 600 * 800 * 4 * 2), ElementsAre("3", "|", "4")) << "no more than may be kept";
     EXPECT_THAT(plan(7400, 1), ElementsAre("|", "8")) << "of the last page only a guess is known";
     EXPECT_THAT(plan(1000, 1, 64 << 20, true), ElementsAre("1:0,0,600,512", "1:0,512,600,288", "|", "2:0,0,600,512"));
@@ -134,6 +152,9 @@ TEST(Disposicion, UnaHojaEnormeSeCortaSoloDondeSeVe) {
     EXPECT_EQ(sabido.visible, 9U);
     EXPECT_LE(sabido.tiles.size(), 18U);
     for (const TileSpec& trozo : sabido.tiles) EXPECT_EQ(trozo.page, 50'000);
+    EXPECT_GT(sabido.tiles.back().area.y, 600'000);
+    const Lx::WantedTiles arriba = Lx::PlanTiles({hojas, medio, -1, [](int32_t) { return true; }, 64 << 20});
+    EXPECT_LT(arriba.tiles.back().area.y, 600'000 - 512) << "ahead is above when the scroll goes up";
 }
 
 Lx::Pdf::Picture Hoja(int32_t ancho, int32_t alto) {
@@ -186,6 +207,36 @@ TEST(Disposicion, QueSeGuarda) {
     EXPECT_EQ(cache.Find({5, 1000, 0, {0, 0, 1000, 1000}}), nullptr);
     poner(5, 1000);
     EXPECT_EQ(cache.Of(5).size(), 1U);
+}
+
+TEST(Disposicion, LasMiniaturasTienenSuParte) {
+    Lx::TileCache cache;
+    for (int32_t hoja = 0; hoja < 100; ++hoja)
+        cache.Put({hoja, 200, 0, {0, 0, 200, 300}}, Hoja(200, 300), Tile::Kind::Small);
+    // 240 kB each: those far from what is seen go, but for those that the pane shows.
+    cache.Trim(Lx::TileCache::kLimit, {0, 0, 1, {}, 0, [](int32_t) { return 0; }, {90, 99}});
+    EXPECT_LE(cache.Bytes(), Lx::TileCache::kSmallLimit);
+    EXPECT_GT(cache.Bytes(), Lx::TileCache::kSmallLimit - 240'000);
+    EXPECT_NE(cache.SmallOf(95, 0), nullptr);
+    EXPECT_EQ(cache.SmallOf(89, 0), nullptr);
+}
+
+TEST(Disposicion, TextosDeLasUltimasHojas) {
+    Lx::PageTexts textos;
+    for (int32_t hoja = 0; hoja < 16; ++hoja) textos.PutText(hoja, {});
+    EXPECT_NE(textos.TextOf(0), nullptr);
+    EXPECT_EQ(textos.LinksOf(0), nullptr);
+    textos.PutText(16, {});
+    EXPECT_NE(textos.TextOf(0), nullptr) << "it was looked at after the next one";
+    EXPECT_EQ(textos.TextOf(1), nullptr);
+}
+
+TEST(Disposicion, UnaSeleccionDeVariasHojas) {
+    const Lx::Pdf::PageText texto{std::vector<Lx::Pdf::Glyph>(10)};
+    Lx::Selection seleccion;
+    seleccion.Set({2, 3}, {0, 5});
+    const Filas<int32_t, int32_t, int32_t> casos{{0, 5, 10}, {1, 0, 10}, {2, 0, 3}, {3, 0, 0}};
+    for (const auto& [hoja, desde, hasta] : casos) EXPECT_EQ(seleccion.On(hoja, texto), std::pair(desde, hasta));
 }
 
 TEST(Disposicion, UnaCopiaPequenaPromedia) {

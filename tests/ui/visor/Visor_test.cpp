@@ -111,6 +111,9 @@ TEST_F(Visor, CorrerSoloCopia) {
     EXPECT_THAT(Hechas("DrawPixels"), ElementsAre("DrawPixels 600x800 0,87,600,400 24,20,600,400")) << "halves add up";
     Falso::Rueda(ventana, 300, 200, -2);
     EXPECT_THAT(Hechas("DrawPixels"), ElementsAre("DrawPixels 600x800 0,167,600,400 24,20,600,400"));
+    Falso::Rueda(ventana, 300, 200, 5000);
+    EXPECT_THAT(Hechas("DrawPixels"), ElementsAre("DrawPixels 600x800 0,47,600,400 24,20,600,400"));
+    Correr(120);
     EXPECT_THAT(doc->Tomar(), IsEmpty()) << "nothing is drawn anew";
     // Into the next page: what comes then is asked for, and two are under way at most.
     Correr(600);
@@ -164,6 +167,7 @@ TEST_F(Visor, ElZoomEsperaAQueAcabenLosPasos) {
     vista->ZoomBy(1);
     vista->ZoomBy(1);
     EXPECT_NEAR(vista->GetZoom(), 1.1, 1e-9);
+    Falso::ElMundo().tareas[Falso::ElMundo().tareas.size() - 2].hacer();
     EXPECT_THAT(doc->Tomar(), IsEmpty()) << "while there are more steps, nothing is begun";
     EXPECT_THAT(Hechas("DrawPixels 600x800"), SizeIs(1)) << "what is there is shown larger";
     Esperar(90);
@@ -305,6 +309,7 @@ TEST_F(Visor, TeclasYHojas) {
     // So many small pages that the last can't reach the top: each of them can be gone to all the same.
     vista->SetSingle(false);
     vista->SetZoom(0.1);
+    EXPECT_EQ(vista->GetCurrentPage(), 0) << "the first of those that are seen as much";
     for (const int hoja : {4, 3}) {
         vista->SetCurrentPage(hoja);
         EXPECT_EQ(vista->GetCurrentPage(), hoja);
@@ -358,6 +363,7 @@ TEST_F(VisorTexto, SeleccionaEnOrdenDeLectura) {
         {En(101, 105), En(121, 125), "dos, tres0\ncuatro"},
         {En(131, 127), En(349, 105), "cinco0\nse"},  // into the second column: not across both
         {En(331, 105), En(459, 140), "seis siete0\nocho nueve0"},
+        {En(88, 105), En(1, 1), "uno"},  // what has no place on the page is nowhere near
         {En(61, 105), En(61, 105), ""},
     };
     for (const auto& [desde, hasta, texto] : casos) {
@@ -435,6 +441,38 @@ TEST_F(VisorTexto, Enlaces) {
     EXPECT_TRUE(vista->GoForward());
     EXPECT_EQ(vista->GetCurrentPage(), 3);
     EXPECT_FALSE(vista->GoForward());
+    EXPECT_TRUE(vista->GoBack());
+    vista->GoTo({Lx::Pdf::Target::Kind::Page, 2, -1, ""});
+    EXPECT_FALSE(vista->GoForward()) << "there is another way on";
+}
+
+TEST_F(VisorTexto, ConElTeclado) {
+    std::vector<std::string> direcciones;
+    vista->onAddress = [&](const std::string& direccion) { direcciones.push_back(direccion); };
+    ventana.SetFocusControl(vista);
+    EXPECT_TRUE(Falso::Tecla(ventana, KeyCode::Tab));
+    EXPECT_TRUE(Falso::Tecla(ventana, KeyCode::Tab));
+    EXPECT_THAT(Hechas("FillDevice"), Contains("FillDevice 79,269,110,3 #0959ccdc"));
+    EXPECT_TRUE(Falso::Tecla(ventana, KeyCode::Enter));
+    EXPECT_THAT(direcciones, ElementsAre("https://a.b/c"));
+    EXPECT_FALSE(Falso::Tecla(ventana, KeyCode::Tab)) << "behind the last link comes the next control";
+    EXPECT_FALSE(Falso::Tecla(ventana, KeyCode::Enter));
+    EXPECT_TRUE(Falso::Tecla(ventana, KeyCode::Tab, Lx::kShift));
+    EXPECT_TRUE(Falso::Tecla(ventana, KeyCode::Tab, Lx::kShift));
+    EXPECT_TRUE(Falso::Tecla(ventana, KeyCode::Enter));
+    EXPECT_EQ(vista->GetCurrentPage(), 3);
+    // A tap of the space bar goes on by nine tenths of the view; held down, or while a page is pulled, by nothing.
+    vista->SetPlace({});
+    const Filas<int, bool, int> espacios{{1, false, 306 - 360 + 34}, {2, false, 334}, {1, true, 334}};
+    for (const auto& [veces, tira, alto] : espacios) {
+        vista->SetPlace({});
+        Falso::Teclear(ventana, std::string(veces, ' '));
+        if (tira) Arrastrar(En(300, 380), En(310, 380), Lx::kLeftButton, Lx::kSpaceHeld);
+        Lx::Event ev;
+        ev.type = EventType::KeyUp;
+        ventana.RouteEvent(ev);
+        EXPECT_EQ(vista->RectOf(0, {0, 300, 600, 800}).y, std::max(20, alto)) << veces << tira;
+    }
 }
 
 TEST_F(VisorTexto, Busca) {
@@ -467,6 +505,8 @@ TEST_F(VisorTexto, Busca) {
         EXPECT_EQ(estado(), queda);
     }
     EXPECT_EQ(noticias, 10);
+    doc->Hallar({{{2, 4, 3}}, 5, true});
+    EXPECT_EQ(estado(), "3/5") << "nobody is taken elsewhere who has gone on";
     vista->Search("", false);
     EXPECT_EQ(estado(), "0/0");
 }
@@ -483,6 +523,17 @@ TEST_F(VisorTexto, LoQueOyeUnLector) {
 }
 
 TEST_F(VisorTexto, BarrasYMemoria) {
+    // Held where it is, the thumb stays; once let go it doesn't follow; beside it the view goes on by four fifths.
+    const auto alto = [&] { return vista->RectOf(0, {0, 300, 600, 310}).y; };
+    Falso::Raton(ventana, EventType::MouseDown, 644, 30);
+    Falso::Raton(ventana, EventType::MouseMove, 644, 30);
+    Falso::Raton(ventana, EventType::MouseUp, 644, 30);
+    Falso::Raton(ventana, EventType::MouseMove, 644, 200);
+    EXPECT_EQ(alto(), 334);
+    Falso::Clic(ventana, 644, 410);
+    EXPECT_EQ(alto(), 334 - 320 + 6) << "cut at the view's edge";
+    Falso::Clic(ventana, 644, 22);
+    EXPECT_EQ(alto(), 334);
     // Dragging the thumb to the end shows the last page, and what is asked for there is all that is asked for.
     Falso::Raton(ventana, EventType::MouseDown, 644, 30);
     Falso::Raton(ventana, EventType::MouseMove, 644, 900);
@@ -504,6 +555,20 @@ TEST_F(VisorTexto, BarrasYMemoria) {
     EXPECT_TRUE(Falso::Tecla(ventana, KeyCode::Right));
     EXPECT_EQ(vista->RectOf(0, medio).x, x - 40);
     EXPECT_THAT(Hechas("FillRect 10,408,628,12"), SizeIs(1));
+}
+
+TEST_F(Visor, LaMemoriaTieneUnLimite) {
+    Abrir(40);
+    for (int hoja = 0; hoja < 40; ++hoja) {
+        vista->SetCurrentPage(hoja);
+        doc->ContestarTodo();
+    }
+    doc->Tomar();
+    vista->SetCurrentPage(20);
+    EXPECT_THAT(doc->Tomar(), Not(Contains(StartsWith("dibujar"))));
+    vista->SetCurrentPage(0);
+    EXPECT_THAT(doc->Tomar(), Contains("dibujar 0 600 0,0,600,800")) << "77 MB in all: the first have gone";
+    EXPECT_THAT(Hechas("DrawPixels"), ElementsAre(StartsWith("DrawPixels 176x234"))) << "and have left a thumbnail";
 }
 
 }  // namespace

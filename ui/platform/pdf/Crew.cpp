@@ -72,6 +72,7 @@ void Crew::Start() {
     }
     program_ = spare_ ? std::move(spare_) : Programa::Arrancar(slots_->Memoria());
     hasOpening_ = false;
+    slots_->OlvidarAnulados();
     if (program_) wakeups_.Add(program_->Canal());
 }
 

@@ -65,9 +65,11 @@ class Pages : public IPages {
     Id DrawWith(Crew& crew, const TileSpec& tile, int rank, Done<Picture> done);
     // A job for who reads, with a slot of `room` bytes.
     Job Reading(Ayudante::Orden order, int32_t page, size_t room, int rank);
-    void ReadOn(const std::shared_ptr<Searching>& search);
+    void Share(Searching& search, int32_t first, int32_t end) const;
+    // The next pages for reading_ (0) or searching_ (1).
+    void ReadOn(const std::shared_ptr<Searching>& search, int who);
     void TakeFound(const std::shared_ptr<Searching>& search, Outcome outcome, std::vector<Hit> hits, int32_t first,
-                   int32_t count, int32_t done);
+                   int32_t count, int who, int32_t done);
     void SaveOn(const std::shared_ptr<Saving>& saving);
     // Called from the event loop, unless it is cancelled before.
     void Post(Id id, std::function<void()> call);

@@ -109,60 +109,68 @@ IPages::Id Pages::Search(const SearchSpec& spec, Done<SearchNews> news) {
         Rearm();
         return id;
     }
-    const int32_t from = std::clamp(spec.from, 0, state_.pages - 1);
-    search->ranges.emplace_back(from, state_.pages - from);
-    if (from > 0) search->ranges.emplace_back(0, from);
     searches_[id] = search;
     if (!searching_ && state_.pages >= kPagesForTwo && std::thread::hardware_concurrency() > 1)
         searching_ = std::make_unique<Crew>(wakeups_, source_, LimitsOfReading({}));
-    ReadOn(search);
-    if (searching_) ReadOn(search);
+    Share(*search, std::clamp(spec.from, 0, state_.pages - 1), state_.pages);
+    if (spec.from > 0) Share(*search, 0, std::min(spec.from, state_.pages - 1));
+    for (const int who : {0, 1}) ReadOn(search, who);
     Rearm();
     return id;
 }
 
-// The next pages for whoever has nothing to do.
-void Pages::ReadOn(const std::shared_ptr<Searching>& search) {
-    if (search->ranges.empty()) return;
-    auto& [first, left] = search->ranges.front();
-    const int32_t page = first, count = std::min(left, kPagesAtOnce);
-    first += count;
-    left -= count;
-    if (left == 0) search->ranges.pop_front();
+// Pages from `first` to before `end`, in blocks that always go to the same one.
+void Pages::Share(Searching& search, int32_t first, int32_t end) const {
+    while (first < end) {
+        const int32_t block = first / kPagesAtOnce;
+        const int32_t stop = std::min(end, (block + 1) * kPagesAtOnce);
+        search.ranges[searching_ ? block % 2 : 0].emplace_back(first, stop - first);
+        first = stop;
+    }
+}
+
+void Pages::ReadOn(const std::shared_ptr<Searching>& search, int who) {
+    auto& own = search->ranges[who];
+    auto& others = search->ranges[1 - who];
+    if (own.empty() && (others.size() < 2 || (who == 1 && !searching_))) return;
+    // Who has nothing left takes the last of the other's.
+    const auto [page, count] = own.empty() ? others.back() : own.front();
+    own.empty() ? others.pop_back() : own.pop_front();
 
     Job job = Reading(Orden::Buscar, page, kMiB, kRankOfSearch);
     job.request.cuantos = count;
     job.request.banderas = search->exact ? Ayudante::kExacta : 0;
     job.input = search->pattern;
     search->jobs.push_back(job.id);
-    job.done = [this, id = job.id, search, page, count](Outcome outcome, const Respuesta& answer, const Ranura& slot) {
+    job.done = [this, id = job.id, search, page = page, count = count, who](Outcome outcome, const Respuesta& answer,
+                                                                            const Ranura& slot) {
         int32_t done = 0;
         // A process that has ended leaves what it had found until then.
         const size_t bytes = outcome == Outcome::Good ? answer.bytes : slot.Bytes();
         std::vector<Hit> hits = ReadHits(slot.Datos(), slot ? bytes : 0, page, count, done);
-        Post(id, [this, id, search, outcome, hits = std::move(hits), page, count, done] {
+        Post(id, [this, id, search, outcome, hits = std::move(hits), page, count, who, done] {
             std::erase(search->jobs, id);
-            TakeFound(search, outcome, hits, page, count, done);
+            TakeFound(search, outcome, hits, page, count, who, done);
         });
     };
-    Crew& crew = searching_ && searching_->IsIdle() ? *searching_ : reading_;
+    Crew& crew = who == 1 && searching_ ? *searching_ : reading_;
     crew.Ask(std::move(job));
 }
 
 void Pages::TakeFound(const std::shared_ptr<Searching>& search, Outcome outcome, std::vector<Hit> hits, int32_t first,
-                      int32_t count, int32_t done) {
+                      int32_t count, int who, int32_t done) {
     // The page that a process has ended at is left out.
     if (outcome != Outcome::Good || done == 0) {
         done = std::min(done + 1, count);
         ++search->failures;
     }
     search->pagesDone += done;
-    if (done < count) search->ranges.emplace_front(first + done, count - done);
+    if (done < count) search->ranges[who].emplace_front(first + done, count - done);
     const bool givenUp = search->failures >= kMaxFailures;
-    if (givenUp) search->ranges.clear();
-    const bool finished = search->ranges.empty() && search->jobs.empty();
+    if (givenUp) search->ranges[0].clear(), search->ranges[1].clear();
+    const bool finished = search->ranges[0].empty() && search->ranges[1].empty() && search->jobs.empty();
     if (finished) searches_.erase(search->id);
-    ReadOn(search);
+    ReadOn(search, who);
     search->news(givenUp ? outcome : Outcome::Good, {std::move(hits), search->pagesDone, finished});
 }
 

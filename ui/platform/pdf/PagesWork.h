@@ -20,8 +20,9 @@ struct Pages::Searching {
     std::string pattern;
     bool exact = false;
     Done<SearchNews> news;
-    std::deque<std::pair<int32_t, int32_t>> ranges;  // first and count of pages that nobody searches yet
-    std::vector<Id> jobs;                            // under way
+    // First and count of pages that nobody searches yet, by who shall: each keeps the text of its own for next time.
+    std::deque<std::pair<int32_t, int32_t>> ranges[2];
+    std::vector<Id> jobs;  // under way
     int32_t pages = 0, pagesDone = 0;
     int failures = 0;
 };

@@ -58,18 +58,6 @@ void Wakeups::Bind() {
     if (isBound_ || backend == nullptr) return;
     isBound_ = true;
     watch_ = backend->Watch(epoll_.Valor(), [ready = ready_] { (*ready)(); });
-    if (watch_ == 0) LookAgain();
-}
-
-// For a backend that can't watch.
-void Wakeups::LookAgain() {
-    constexpr unsigned kMs = 4;
-    Backend()->CallLater(kMs, [this, alive = std::weak_ptr(ready_)] {
-        const auto ready = alive.lock();
-        if (!ready) return;
-        LookAgain();
-        (*ready)();
-    });
 }
 
 }  // namespace Lx::Pdf

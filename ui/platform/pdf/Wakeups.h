@@ -30,8 +30,6 @@ class Wakeups {
     [[nodiscard]] int Fd() const { return epoll_.Valor(); }
 
   private:
-    void LookAgain();
-
     std::shared_ptr<std::function<void()>> ready_;
     Api::Descriptor epoll_, timer_;
     Clock::time_point at_ = Clock::time_point::max();

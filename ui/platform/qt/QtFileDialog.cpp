@@ -32,6 +32,7 @@ constexpr struct {
     {"Files of type:", "Archivos de tipo:"},
     {"Date Modified", "Modificación"},
     {"Save in:", "Guardar en:"},
+    {"%1 already exists.\nDo you want to replace it?", "Ya existe %1.\n¿Quieres sustituirlo?"},
     {"Ctrl", "Ctrl"},
     {"Shift", "Mayús"},
     {"Output &file:", "&Archivo de salida:"},
