@@ -571,4 +571,23 @@ TEST_F(Visor, LaMemoriaTieneUnLimite) {
     EXPECT_THAT(Hechas("DrawPixels"), ElementsAre(StartsWith("DrawPixels 176x234"))) << "and have left a thumbnail";
 }
 
+TEST_F(Visor, UnLugarRecordado) {
+    // The document may be there before the view has a size.
+    const Lx::ViewPlace sitio{3, 0.25, 0, 1, Fit::Free, 1, false};
+    const Rect donde = std::exchange(vista->rect, {});
+    vista->Open("a.pdf", &sitio);
+    doc->Abrir();
+    EXPECT_THAT(doc->Tomar(), IsEmpty());
+    EXPECT_EQ(vista->GetPlace(), sitio);
+    vista->rect = donde;
+    Pintar();
+    doc->ContestarTodo();
+    EXPECT_EQ(vista->GetPlace().page, 3);
+    EXPECT_NEAR(vista->GetPlace().down, 0.25, 0.001);
+    EXPECT_THAT(Hechas("DrawPixels"), ElementsAre(StartsWith("DrawPixels 1067x800 0,200,")));
+    // A picture that lies otherwise stands in for nothing.
+    vista->Turn(1);
+    EXPECT_THAT(Hechas("DrawPixels"), IsEmpty());
+}
+
 }  // namespace
