@@ -1,4 +1,4 @@
-// The program's own small files, below the folders that the XDG Base Directory Specification gives it: nobody else's to
+// The program's own small files, below the folders that the desktop (XDG base directories) gives it: nobody else's to
 // read, and replaced whole or not at all.
 #pragma once
 
