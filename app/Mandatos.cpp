@@ -60,9 +60,6 @@ namespace {
 constexpr Orvanta::Tecla Ctrl(char letra, unsigned con = 0) {
     return {KeyCode::Unknown, letra, con};
 }
-constexpr Orvanta::Tecla Edicion(char letra) {
-    return {KeyCode::Unknown, letra, 0, true};
-}
 constexpr Orvanta::Tecla Codigo(KeyCode codigo, unsigned con = 0) {
     return {codigo, 0, con};
 }
@@ -77,7 +74,8 @@ constexpr size_t kLetrasReciente = 60;
 }  // namespace
 
 std::span<const W::Mandato> W::Mandatos() {
-    // What isn't in the menu has a button, or is there only for the hand that knows its key.
+    // What isn't in the menu has a button, or is there only for the hand that knows its key. The view takes Ctrl+C and
+    // Ctrl+A by itself, as every control does that has something to copy.
     constexpr auto kMenu = Mandato::kEnMenu, kAmbos = Mandato::kEnMenu | Mandato::kEnContexto;
     static constexpr Mandato kMandatos[] = {
         {"Abrir un documento…", Ctrl('O'), Grupo::Documento, kMenu, &W::OnAbrir},
@@ -87,8 +85,8 @@ std::span<const W::Mandato> W::Mandatos() {
         {"Buscar lo seleccionado", {}, Grupo::Editar, Mandato::kEnContexto, &W::OnBuscar, &W::HaySeleccion},
         {"Buscar el siguiente", Codigo(KeyCode::F3), Grupo::Editar, 0, &W::OnBuscarSiguiente, &W::HayPaginas},
         {"Buscar el anterior", Codigo(KeyCode::F3, Lx::kShift), Grupo::Editar, 0, &W::OnBuscarAnterior, &W::HayPaginas},
-        {"Copiar", Edicion('C'), Grupo::Editar, kAmbos, &W::OnCopiar, &W::HaySeleccion},
-        {"Seleccionar todo", Edicion('A'), Grupo::Editar, kAmbos, &W::OnSeleccionarTodo, &W::HayPaginas},
+        {"Copiar", Ctrl('C'), Grupo::Editar, kAmbos, &W::OnCopiar, &W::HaySeleccion},
+        {"Seleccionar todo", Ctrl('A'), Grupo::Editar, kAmbos, &W::OnSeleccionarTodo, &W::HayPaginas},
         {"Acercar", Ctrl('+'), Grupo::Zoom, kAmbos, &W::OnAcercar, &W::HayPaginas},
         {"Alejar", Ctrl('-'), Grupo::Zoom, kAmbos, &W::OnAlejar, &W::HayPaginas},
         {"Tamaño real (100 %)", Ctrl('0'), Grupo::Zoom, kAmbos, &W::OnTamanoReal, &W::HayPaginas},
@@ -123,7 +121,7 @@ bool W::Mandar(size_t cual) {
 bool W::MandarTecla(const Orvanta::Tecla& tecla) {
     const std::span<const Mandato> todos = Mandatos();
     for (size_t i = 0; i < todos.size(); ++i)
-        if (todos[i].tecla.Hay() && !todos[i].tecla.deEdicion && todos[i].tecla == tecla) return Mandar(i);
+        if (todos[i].tecla.Hay() && todos[i].tecla == tecla) return Mandar(i);
     return false;
 }
 
