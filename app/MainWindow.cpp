@@ -1,5 +1,6 @@
 #include "app/MainWindow.h"
 
+#include "app/Escasez.h"
 #include "app/Teclado.h"
 #include "ui/LxButton.h"
 #include "ui/LxEdit.h"
@@ -48,6 +49,7 @@ bool CMainWindow::OnInit() {
     Colocar();
     SetFocusControl(visor_);
     CargarInicial();
+    Orvanta::VigilarMemoria(correo_, [this] { visor_->Shrink(); });
     return true;
 }
 

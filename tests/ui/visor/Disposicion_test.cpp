@@ -54,8 +54,9 @@ TEST(Disposicion, QueHojaHayAhi) {
     hojas.Reset(10, {{600, 800}});
     hojas.Arrange({628, 400, 1, 1, Fit::Width});
     // From, to, the first and the last between them; the gap is of the page below it, and shows none.
-    const Filas<int64_t, int64_t, int32_t, int32_t> casos{{0, 14, 0, -1},   {0, 15, 0, 0},    {813, 829, 0, 1},
-                                                          {814, 828, 1, 0}, {814, 829, 1, 1}, {8100, 9000, 9, 9}};
+    const Filas<int64_t, int64_t, int32_t, int32_t> casos{{0, 14, 0, -1},     {0, 15, 0, 0},    {813, 829, 0, 1},
+                                                          {814, 828, 1, 0},   {814, 829, 1, 1}, {8100, 9000, 9, 9},
+                                                          {8140, 9000, 10, 9}};
     for (const auto& [desde, hasta, primera, ultima] : casos)
         EXPECT_EQ(hojas.PagesBetween(desde, hasta), std::pair(primera, ultima)) << desde;
     EXPECT_EQ(hojas.PageAt(813), 0);
