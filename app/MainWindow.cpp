@@ -1,5 +1,6 @@
 #include "app/MainWindow.h"
 
+#include "app/Escasez.h"
 #include "app/Teclado.h"
 #include "ui/LxButton.h"
 #include "ui/LxEdit.h"
@@ -48,6 +49,7 @@ bool CMainWindow::OnInit() {
     Colocar();
     SetFocusControl(visor_);
     CargarInicial();
+    Orvanta::VigilarMemoria(correo_, [this] { visor_->Shrink(); });
     return true;
 }
 
@@ -230,9 +232,8 @@ void CMainWindow::OnChar(unsigned ch) {
     if (ch == ' ') Orvanta::PulsarFoco(*this);
 }
 
-void CMainWindow::OnShortcut(char letter, unsigned modifiers) {
-    const bool esLetra = letter >= 'A' && letter <= 'Z';
-    MandarTecla({Lx::KeyCode::Unknown, letter, esLetra ? modifiers & Lx::kShift : 0});
+void CMainWindow::OnShortcut(char letter, unsigned) {
+    MandarTecla({Lx::KeyCode::Unknown, letter, 0});
 }
 
 void CMainWindow::OnContextMenu(const Lx::Point& pt) {

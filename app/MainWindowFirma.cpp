@@ -134,7 +134,10 @@ void CMainWindow::ContarResultado(const Firma::Firmados& firmados, const std::st
             return Avisar(kCancelada, false);
         }
         MostrarEstado(r.error.empty() ? "No se pudo firmar." : r.error, true);
-        if (r.motivo == Lx::Motivo::PinIncorrecto) Avisar(Quedan(firmados.intentos), true);
+        if (r.motivo == Lx::Motivo::PinIncorrecto)
+            Avisar(Quedan(firmados.intentos), true);
+        else if (!r.error.empty())
+            Avisar(Lx::ParaLeer({r.motivo, r.error}), true);
         return;
     }
     AvisarFirmado(r);

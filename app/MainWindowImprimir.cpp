@@ -40,7 +40,6 @@ void CMainWindow::AcabarImpresion() {
 }
 
 void CMainWindow::DejarDeImprimir() {
-    impresion_->Cancel();
     AcabarImpresion();
     Avisar("Impresión cancelada: lo que ya recibió la impresora puede salir todavía.", false);
 }

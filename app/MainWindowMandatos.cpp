@@ -143,7 +143,7 @@ void CMainWindow::AplicarTema() {
     if (std::exchange(temaPedido_, true)) return;
     Lx::LxApp::s_pApp->backend->AskAppearance([](Lx::ThemeSet tema) {
         temaDelEscritorio_ = tema;
-        if (preferencias_.tema == Tema::DelEscritorio) AplicarTema();
+        AplicarTema();
     });
 }
 

@@ -57,11 +57,8 @@ using W = CMainWindow;
 
 namespace {
 
-constexpr Orvanta::Tecla Ctrl(char letra, unsigned con = 0) {
-    return {KeyCode::Unknown, letra, con};
-}
-constexpr Orvanta::Tecla Edicion(char letra) {
-    return {KeyCode::Unknown, letra, 0, true};
+constexpr Orvanta::Tecla Ctrl(char letra) {
+    return {KeyCode::Unknown, letra, 0};
 }
 constexpr Orvanta::Tecla Codigo(KeyCode codigo, unsigned con = 0) {
     return {codigo, 0, con};
@@ -87,8 +84,8 @@ std::span<const W::Mandato> W::Mandatos() {
         {"Buscar lo seleccionado", {}, Grupo::Editar, Mandato::kEnContexto, &W::OnBuscar, &W::HaySeleccion},
         {"Buscar el siguiente", Codigo(KeyCode::F3), Grupo::Editar, 0, &W::OnBuscarSiguiente, &W::HayPaginas},
         {"Buscar el anterior", Codigo(KeyCode::F3, Lx::kShift), Grupo::Editar, 0, &W::OnBuscarAnterior, &W::HayPaginas},
-        {"Copiar", Edicion('C'), Grupo::Editar, kAmbos, &W::OnCopiar, &W::HaySeleccion},
-        {"Seleccionar todo", Edicion('A'), Grupo::Editar, kAmbos, &W::OnSeleccionarTodo, &W::HayPaginas},
+        {"Copiar", Ctrl('C'), Grupo::Editar, kAmbos, &W::OnCopiar, &W::HaySeleccion},
+        {"Seleccionar todo", Ctrl('A'), Grupo::Editar, kAmbos, &W::OnSeleccionarTodo, &W::HayPaginas},
         {"Acercar", Ctrl('+'), Grupo::Zoom, kAmbos, &W::OnAcercar, &W::HayPaginas},
         {"Alejar", Ctrl('-'), Grupo::Zoom, kAmbos, &W::OnAlejar, &W::HayPaginas},
         {"Tamaño real (100 %)", Ctrl('0'), Grupo::Zoom, kAmbos, &W::OnTamanoReal, &W::HayPaginas},
@@ -96,7 +93,7 @@ std::span<const W::Mandato> W::Mandatos() {
         {"Ajustar a la página", {}, Grupo::Zoom, kAmbos, &W::OnAjustarPagina, &W::HayPaginas, &W::AjustaPagina},
         {"Una página cada vez", {}, Grupo::Ver, kMenu, &W::OnUnaPagina, &W::HayPaginas, &W::EsUnaPagina},
         {"Girar a la derecha", Ctrl('R'), Grupo::Ver, kAmbos, &W::OnGirarDerecha, &W::HayPaginas},
-        {"Girar a la izquierda", Ctrl('R', Lx::kShift), Grupo::Ver, kAmbos, &W::OnGirarIzquierda, &W::HayPaginas},
+        {"Girar a la izquierda", Ctrl('L'), Grupo::Ver, kAmbos, &W::OnGirarIzquierda, &W::HayPaginas},
         {"Panel lateral", Codigo(KeyCode::F9), Grupo::Ver, kMenu, &W::OnPanel, nullptr, &W::HayPanel},
         {"Pantalla completa", Codigo(KeyCode::F11), Grupo::Ver, kMenu, &W::OnPantallaCompleta, nullptr, &W::EsCompleta},
         {"Volver adonde estabas", Codigo(KeyCode::Left, Lx::kOption), Grupo::Ir, kMenu, &W::OnAtras, &W::HayPaginas},
@@ -123,7 +120,7 @@ bool W::Mandar(size_t cual) {
 bool W::MandarTecla(const Orvanta::Tecla& tecla) {
     const std::span<const Mandato> todos = Mandatos();
     for (size_t i = 0; i < todos.size(); ++i)
-        if (todos[i].tecla.Hay() && !todos[i].tecla.deEdicion && todos[i].tecla == tecla) return Mandar(i);
+        if (todos[i].tecla.Hay() && todos[i].tecla == tecla) return Mandar(i);
     return false;
 }
 

@@ -13,9 +13,8 @@ enum class Grupo { Documento, Editar, Zoom, Ver, Ir, Tema, Programa };
 
 struct Tecla {
     Lx::KeyCode codigo = Lx::KeyCode::Unknown;
-    char letra = 0;          // with Control, instead of a code: 'A' to 'Z', '+', '-', '0'
-    unsigned con = 0;        // modifiers
-    bool deEdicion = false;  // the control that has the focus takes it by itself
+    char letra = 0;    // with Control, instead of a code: 'A' to 'Z', '+', '-', '0'
+    unsigned con = 0;  // modifiers
 
     [[nodiscard]] bool Hay() const { return codigo != Lx::KeyCode::Unknown || letra != 0; }
     [[nodiscard]] bool operator==(const Tecla& otra) const = default;

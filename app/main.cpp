@@ -9,6 +9,7 @@
 #include "crypto/LxSecreto.h"
 #include "firma/LxDiagnosticar.h"
 #include "ui/LxApp.h"
+#include "ui/LxPages.h"
 
 namespace {
 
@@ -60,6 +61,9 @@ class Programa : public Lx::LxApp {
 };
 
 int Ejecutar(int argc, char** argv, const std::vector<std::string>& documentos) {
+    const std::string primero = CMainWindow::DocumentoInicial(documentos.empty() ? std::string() : documentos[0]);
+    if (!primero.empty()) Lx::Pdf::OpenAhead(primero, CMainWindow::AnchoInicial());
+    Lx::PreparePlatform();
     CMainWindow::PonerTemaElegido();
     Programa app(argc, argv, documentos);
     const auto correo = std::make_shared<Correo>();

@@ -20,8 +20,8 @@ class CMedida : public Lx::CGaleria {
     explicit CMedida(int vueltas) : CGaleria(""), vueltas_(vueltas) { rect = {0, 0, 900, 680}; }
 
     void OnPaint(Lx::CCanvas*) override {
-        if (pintada_) return;
-        pintada_ = true;
+        // The first one goes nowhere: it readies the next.
+        if (++pintadas_ != 2) return;
         Lx::LxApp::s_pApp->backend->CallLater(0, [this] { Medir(); });
     }
 
@@ -38,7 +38,7 @@ class CMedida : public Lx::CGaleria {
     }
 
     int vueltas_;
-    bool pintada_ = false;
+    int pintadas_ = 0;
 };
 
 }  // namespace

@@ -125,11 +125,8 @@ Aviso Canal::MotivoDe(Espera espera) const {
         {Espera::Servicio, Motivo::SinServicio,
          "El servicio de tarjetas no responde. Desconecta y conecta el lector, o reinicia el servicio, y vuelve a "
          "intentarlo."},
-        {Espera::Conexion, Motivo::TarjetaMuda,
-         "La tarjeta no responde. Sácala, limpia el chip, insértala con el chip hacia el lector y vuelve a "
-         "intentarlo."},
-        {Espera::Transaccion, Motivo::LectorOcupado,
-         "Otra aplicación usa el lector y no lo suelta. Ciérrala y vuelve a intentarlo."},
+        {Espera::Conexion, Motivo::TarjetaMuda, "La tarjeta no responde."},
+        {Espera::Transaccion, Motivo::LectorOcupado, "Otra aplicación usa el lector y no lo suelta."},
     };
     for (const auto& fila : kMotivos) {
         if (fila.espera == espera) return {fila.motivo, fila.frase};

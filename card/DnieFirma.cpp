@@ -43,9 +43,8 @@ Motivo MotivoDePin(int sw) {
 // not be sent again.
 bool PresentarPin(Intento& i) {
     if (i.sesion.canal.Seguir() != 0) {
-        i.r.fallo = i.sesion.Fallo(Motivo::TarjetaRetirada,
-                                   "La tarjeta se retiró o se reinició antes de enviarle el PIN. Déjala quieta en el "
-                                   "lector y vuelve a firmar.");
+        i.r.fallo =
+            i.sesion.Fallo(Motivo::TarjetaRetirada, "La tarjeta se retiró o se reinició antes de enviarle el PIN.");
         return false;
     }
     if (!i.r.pinEnviado && !i.control.Comprometer()) {

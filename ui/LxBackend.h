@@ -94,6 +94,8 @@ class CWindowImpl {
     [[nodiscard]] virtual Size WorkArea() const = 0;
 };
 
+// Begins, in a thread of its own, what the first window would wait for. First of all in main, or not at all.
+void PreparePlatform();
 // On the heap; the caller owns the result. No backend, after one line on standard error, when there is no display.
 [[nodiscard]] CAppBackend* CreatePlatformBackend();
 [[nodiscard]] CWindowImpl* CreatePlatformWindowImpl();

@@ -22,9 +22,11 @@ Listado ListarFuentes(const Contexto& ctx, Control& control, const Listado* ante
     return {g_fuentes.entradas, g_fuentes.fuentes, "resumen"};
 }
 
-FirmaHecha FirmarCon(const Entrada&, const Contexto&, const std::vector<unsigned char>&, const PreguntaClave&,
-                     Control&) {
-    return {};
+FirmaHecha FirmarCon(const Entrada&, const Contexto&, const std::vector<unsigned char>& datos, const PreguntaClave&,
+                     Control& control) {
+    FirmaHecha hecha;
+    if (g_fuentes.firmar && control.Comprometer()) hecha.firma = g_fuentes.firmar(datos, hecha.nota);
+    return hecha;
 }
 
 }  // namespace Lx::CertStore

@@ -15,6 +15,8 @@ struct FuentesFalsas {
     // On the job's thread, while it lists, and while it asks the card for its tries or examines it.
     std::function<void(const Lx::CertStore::Contexto&, bool soloTarjeta, Lx::Control&)> alListar = {};
     std::function<void(Lx::Control&)> alConsultar = {};
+    // With what the chosen key signs; unset it fails.
+    std::function<std::vector<unsigned char>(const std::vector<unsigned char>&, std::string&)> firmar = {};
     Lx::Dnie::Diagnostico diagnostico = {};
     std::function<void()> tarjeta = {};  // a card was put in or taken out: what the last watcher is told
 };

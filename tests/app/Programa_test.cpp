@@ -142,6 +142,17 @@ TEST_F(Programa, LaTarjetaVaYViene) {
     EXPECT_FALSE(EstaEnMemoria(programa_->Pid(), kBueno));
     Meter(Dnie());
     Ve(R"(list item.PRUEBA TITULAR[^|]*\|[A-Z ]*SELECTED)");
+    pantalla_.Pulsar("Escape");
+    ASSERT_TRUE(pantalla_.EsperarCierre("Selecciona"));
+    Clic("button.Menú");
+    usleep(500'000);
+    for (const char* tecla : {"Up", "Up", "Up", "Up", "Return"}) pantalla_.Pulsar(tecla);
+    Ve("label.Se puede firmar con esta tarjeta");
+    Retirar();
+    Ve("label.Todavía no se puede firmar con tarjeta");
+    Ve("label.No hay tarjeta en el lector");
+    Meter(Dnie());
+    Ve("label.Se puede firmar con esta tarjeta");
 }
 
 TEST_F(Programa, DosFirmasConUnFichero) {

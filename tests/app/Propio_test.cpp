@@ -7,6 +7,7 @@
 #include <filesystem>
 
 #include "app/Direccion.h"
+#include "app/Escasez.h"
 #include "app/FicheroPropio.h"
 #include "app/LineaDeOrdenes.h"
 #include "app/Preferencias.h"
@@ -46,6 +47,13 @@ TEST(LineaDeOrdenes, LoQueSePide) {
         EXPECT_EQ(linea.documentos, documentos);
         EXPECT_EQ(linea.error.empty(), accion != Accion::Error);
     }
+}
+
+TEST(Escasez, LoQueDiceElNucleo) {
+    for (const char* mucha : {"some avg10=10.00 avg60=0.00", "some avg10=99.5"})
+        EXPECT_TRUE(Orvanta::FaltaMemoria(mucha));
+    for (const char* poca : {"some avg10=9.99 avg60=80.00", "full avg10=50.00", "some avg10=", "some avg10=nan", ""})
+        EXPECT_FALSE(Orvanta::FaltaMemoria(poca)) << poca;
 }
 
 TEST(Direccion, SoloLoQueSePuedeComprobar) {

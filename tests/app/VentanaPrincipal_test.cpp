@@ -1,4 +1,5 @@
 // The main window's own logic, without a display, a card, a store or a program that draws.
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -29,6 +30,8 @@ TEST_F(Ventanas, LaLineaDeEstado) {
     auto& estado = Control<Lx::CLabel>(v, 1);
     EXPECT_EQ(estado.text, "Error al abrir /a/doc.pdf: motivo");
     EXPECT_EQ(estado.textColor, Lx::ThemeColor(Lx::ColorRole::AppErrorOnFooter));
+    v.OnShortcut('F', Lx::kControl);
+    EXPECT_FALSE(Control<Lx::CEdit>(v, 1).visible) << "there is nothing to look in";
     paginas_ = 1;
     v.OnDropFile("/b/otro.pdf");
     hojas_->Abrir();
@@ -41,143 +44,6 @@ TEST_F(Ventanas, LaLineaDeEstado) {
     EXPECT_THAT(Falso::Pintar(aviso), testing::Contains(testing::HasSubstr("\"" + std::string(80, 'b') + "\"")));
     Falso::Tecla(v, KeyCode::Escape);
     EXPECT_FALSE(aviso.visible);
-}
-
-// Each row is one way to end a signature before its key is used; afterwards nothing ends it.
-TEST_F(Ventanas, MientrasFirma) {
-    ruta_ = carpeta_ / "doc.pdf";
-    Apoyo::EscribirFichero(ruta_, Pdf(3));
-    g_fuentes.entradas = {Apta(Origen::Dnie, "Ana")};
-    const auto cerrar = [](CMainWindow& v, const std::string& respuesta) {
-        if (!respuesta.empty()) Lx::LxApp::s_pApp->backend->Post([respuesta] { Pulsar(Falso::Arriba(), respuesta); });
-        v.Close();
-    };
-    using Accion = std::function<void(CMainWindow&)>;
-    const Apoyo::Filas<bool, Accion, bool, bool> casos = {
-        {false, [](CMainWindow& v) { Falso::Tecla(v, KeyCode::Escape); }, true, false},
-        {false, [](CMainWindow& v) { Pulsar(v, "Cancelar"); }, true, false},
-        {false, [&](CMainWindow& v) { cerrar(v, ""); }, true, true},
-        {false, [](CMainWindow& v) { v.Terminar([] { ADD_FAILURE(); }); }, true, true},
-        {true, [&](CMainWindow& v) { cerrar(v, "Seguir abierto"); }, false, false},
-        {true, [&](CMainWindow& v) { cerrar(v, "Cerrar al acabar"); }, false, true},
-        {true,
-         [](CMainWindow& v) {
-             v.Terminar([] { ADD_FAILURE(); });
-             Falso::HacerTareas();
-         },
-         false, true},
-    };
-    int caso = 0;
-    for (const auto& [enUso, accion, cancela, cierra] : casos) {
-        SCOPED_TRACE(caso++);
-        CMainWindow& v = Abrir(3);
-        bool consultado = false;
-        g_fuentes.alConsultar = [&, enUso = enUso, accion = accion, cancela = cancela](Lx::Control& control) {
-            consultado = true;
-            control.Pasar(Lx::Etapa::Copia, 100);
-            control.Avanzar(62);
-            if (enUso) static_cast<void>(control.Comprometer());
-            EnVentana([&] {
-                Falso::HacerTareas();
-                EXPECT_EQ(Dice(), "Firmando 62 %");
-                EXPECT_THAT(Falso::Pintar(v), testing::Contains(testing::HasSubstr("\"Firmando 62 %\"")));
-                // The pages turn, another document is not opened, and no other signature begins, here or elsewhere.
-                Falso::Tecla(v, KeyCode::End);
-                EXPECT_EQ(Control<Lx::CEdit>(v, 0).GetText(), "3 / 3");
-                Falso::Clic(v, Aviso().rect.x + 5, Aviso().rect.y + 5);
-                EXPECT_TRUE(Aviso().visible);
-                v.OnDropFile("/otro.pdf");
-                EXPECT_EQ(pedida_, ruta_);
-                Pulsar(v, "Firmar");
-                EXPECT_THAT(Dice(), testing::HasSubstr("Ya hay una firma en marcha"));
-                CMainWindow otra;
-                otra.keepAppOnClose = true;
-                EXPECT_TRUE(otra.Create());
-                otra.OnFirmar();
-                EXPECT_THAT(Control<CAviso>(otra, 0).Accessibility().name, testing::HasSubstr("Otra ventana"));
-                accion(v);
-            });
-            EXPECT_EQ(control.Cancelado(), cancela);
-            control.Soltar();
-            // What was asked for while the key was in use counts now.
-            if (!control.Cancelado()) control.Cancelar();
-        };
-        Falso::ElMundo().guion.push_back([] { Falso::Tecla(Falso::Arriba(), KeyCode::Enter); });
-        Pulsar(v, "Firmar");
-        Falso::HastaQue([&] { return consultado && CTarea::Hilos() == 0 && !Aviso().EnProgreso(); });
-        EXPECT_EQ(Estado(), ruta_);
-        EXPECT_EQ(Dice(), "Firma cancelada por el usuario.");
-        Quieto();
-        EXPECT_EQ(Falso::De(v).cerrada, cierra);
-    }
-}
-
-// The program is told to end while a device doesn't answer.
-TEST_F(Ventanas, ElFinNoEspera) {
-    ruta_ = carpeta_ / "doc.pdf";
-    Apoyo::EscribirFichero(ruta_, Pdf(1));
-    g_fuentes.entradas = {Apta(Origen::Dnie, "Ana")};
-    CMainWindow& v = Abrir(1);
-    std::promise<void> soltar;
-    g_fuentes.alConsultar = [&](Lx::Control&) {
-        EnVentana([&] {
-            Falso::ElMundo().tareas.clear();
-            v.Terminar([] { ADD_FAILURE(); });
-            Falso::HacerTareas();
-        });
-        soltar.get_future().wait();
-    };
-    Falso::ElMundo().guion.push_back([] { Falso::Tecla(Falso::Arriba(), KeyCode::Enter); });
-    Pulsar(v, "Firmar");
-    Falso::HastaQue([&] { return Falso::De(v).cerrada; });
-    EXPECT_FALSE(Aviso().visible) << "there is no result";
-    EXPECT_EQ(CTarea::Hilos(), 1);
-    soltar.set_value();
-    Falso::HastaQue([] { return CTarea::Hilos() == 0; });
-}
-
-// What is known of a document before anything is asked for. Each row: the document, the pages that are seen, what the
-// notice says when it is opened, and what "Firmar" says instead of asking; empty: it asks.
-TEST_F(Ventanas, LoQueSeSabeAntesDeFirmar) {
-    const std::string p12 = "x";
-    const auto firmado = [&](const std::string& ruta) {
-        const Apoyo::Identidad& yo = Apoyo::IdentidadComun();
-        Apoyo::EscribirFichero(carpeta_ / "base.pdf", Pdf(1));
-        EXPECT_TRUE(LxPdfSigner::Firmar(carpeta_ / "base.pdf", ruta, yo.certificado, yo.firmar, {}, {}).firmado);
-    };
-    ruta_ = carpeta_ / "doc.pdf";
-    const Apoyo::Filas<std::function<void()>, int, std::string, std::string, std::string> filas = {
-        {[&] { Apoyo::EscribirFichero(ruta_, Pdf(2)); }, 2, "", "", ""},
-        {[&] { Apoyo::EscribirFichero(ruta_, Pdf(2)); }, 3, "", "se ven 3 páginas, pero el documento tiene 2", ""},
-        {[&] { Apoyo::EscribirFichero(ruta_, "nada"); }, 1, "No se puede firmar", "No se puede firmar", ""},
-        {[&] { firmado(ruta_); }, 1, "ya tiene una firma", "",
-         "Contiene 1 firma, sin comprobar: según el documento, de "},
-    };
-    for (const auto& [hacer, vistas, alAbrir, alFirmar, barra] : filas) {
-        SCOPED_TRACE(alAbrir + alFirmar);
-        hacer();
-        CMainWindow& v = Abrir(vistas);
-        EXPECT_EQ(Dice(), "") << "before it was looked at";
-        Ver();
-        EXPECT_THAT(Dice(),
-                    alAbrir.empty() ? testing::IsEmpty() : testing::Matcher<std::string>(testing::HasSubstr(alAbrir)));
-        const auto& banda = Control<CBarraFirmas>(v, 0);
-        EXPECT_EQ(banda.visible, !barra.empty());
-        EXPECT_THAT(banda.Accessibility().name, testing::StartsWith(barra));
-        EXPECT_EQ(Control<Lx::CDocView>(v, 0).rect,
-                  (Lx::Rect{14, barra.empty() ? 100 : 132, 872, barra.empty() ? 544 : 512}));
-        bool pregunta = false;
-        Falso::ElMundo().guion = {[&] {
-            pregunta = true;
-            Falso::Tecla(Falso::Arriba(), KeyCode::Escape);
-        }};
-        Pulsar(v, "Firmar");
-        Quieto();
-        EXPECT_EQ(pregunta, alFirmar.empty());
-        if (!alFirmar.empty()) {
-            EXPECT_THAT(Dice(), testing::HasSubstr(alFirmar));
-        }
-    }
 }
 
 TEST_F(Ventanas, LoQueCambiaEnElDisco) {
@@ -193,8 +59,6 @@ TEST_F(Ventanas, LoQueCambiaEnElDisco) {
         EXPECT_EQ(hojas_, nullptr) << "it isn't left alone yet";
         Falso::HacerTareas();
     };
-    cambia([&] { std::ofstream(ruta_, std::ios::app); });
-    EXPECT_EQ(hojas_, nullptr) << "it was opened for writing, and nothing was written";
     cambia([&] { Apoyo::EscribirFichero(ruta_, Pdf(3)); });
     ASSERT_NE(hojas_, nullptr);
     // What is shown isn't what would be signed.
@@ -205,6 +69,8 @@ TEST_F(Ventanas, LoQueCambiaEnElDisco) {
     hojas_->Abrir();
     EXPECT_EQ(Dice(), "El documento ha cambiado en el disco y se ha vuelto a leer.");
     EXPECT_EQ(Control<Lx::CEdit>(v, 0).GetText(), "1 / 3");
+    cambia([&] { std::ofstream(ruta_, std::ios::app); });
+    EXPECT_EQ(hojas_, nullptr) << "it was opened for writing, and nothing was written";
     paginas_ = 0;
     cambia([&] {
         Apoyo::EscribirFichero(carpeta_ / "otro", "roto");
@@ -290,7 +156,9 @@ TEST_F(Ventanas, LaBusqueda) {
     EXPECT_EQ(vista.rect.y, 146) << "it stands above the pages, not on them";
     static_cast<void>(hojas_->Tomar());
     Falso::Teclear(v, "xy");
-    Falso::ElMundo().tareas.front().hacer();
+    const auto espera = std::ranges::find(Falso::ElMundo().tareas, 150U, &Falso::Tarea::ms);
+    ASSERT_NE(espera, Falso::ElMundo().tareas.end());
+    espera->hacer();
     EXPECT_THAT(hojas_->Tomar(), ElementsAre()) << "the keyboard doesn't rest yet";
     texto.SelectAll();
     EXPECT_EQ(busca("ñ"), "") << "one letter is too few";
@@ -320,6 +188,7 @@ TEST_F(Ventanas, LaBusqueda) {
     v.MostrarEstado("un error", true);
     Falso::Tecla(v, KeyCode::Escape);
     EXPECT_FALSE(texto.visible);
+    EXPECT_EQ(vista.GetSearch().pagesDone, 0) << "it has ended";
     EXPECT_EQ(v.focus, &vista);
     EXPECT_EQ(vista.rect.y, 100);
     EXPECT_TRUE(Aviso().visible) << "one thing at a time";
@@ -452,6 +321,18 @@ TEST_F(Ventanas, LaAyuda) {
         Falso::Tecla(Falso::Arriba(), KeyCode::Escape);
     }};
     Falso::Tecla(v, KeyCode::F1);
+    std::vector<std::string> menu;
+    Falso::ElMundo().elegirOrden = [&](const std::vector<Lx::MenuItem>& ordenes) {
+        menu.clear();
+        for (const Lx::MenuItem& una : ordenes) menu.push_back(una.text + "/" + una.shortcut);
+        return 0;
+    };
+    Falso::Tecla(v, KeyCode::F10);
+    EXPECT_THAT(menu, testing::IsSupersetOf({"Imprimir…/Ctrl+P", "Zoom/", "Recientes/", "Copiar/Ctrl+C"}));
+    EXPECT_THAT(menu, testing::Not(testing::Contains("Abrir este menú/F10")));
+    v.OnContextMenu({50, 200});
+    EXPECT_THAT(menu, testing::IsSupersetOf({"Copiar/Ctrl+C", "Ajustar al ancho/"}));
+    EXPECT_THAT(menu, testing::Not(testing::Contains("Imprimir…/Ctrl+P")));
     for (const char* linea : {"Ctrl+O Abrir un documento…", "Mayús+F3 Buscar el anterior", "Ctrl++ Acercar",
                               "Alt+Izquierda Volver adonde estabas", "Ctrl+C Copiar", "Menú Oscuro"})
         EXPECT_THAT(lineas, testing::Contains(linea));

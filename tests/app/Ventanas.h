@@ -90,6 +90,7 @@ class Ventanas : public testing::Test {
             Lx::Pdf::Opened estado{Lx::Pdf::Outcome::Good, "motivo", paginas_, {}};
             if (paginas_ == 0) estado.outcome = Lx::Pdf::Outcome::Damaged;
             auto hojas = std::make_unique<Falso::Hojas>(estado, std::move(abierto));
+            hojas->medida = {595, 842};
             hojas_ = hojas.get();
             pedida_ = ruta;
             return hojas;

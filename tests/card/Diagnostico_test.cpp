@@ -84,8 +84,8 @@ TEST(DnieDiagnostico, UnLectorQueNoConecta) {
     Mundo mundo(Apoyo::EscenarioDe(1, true));
     mundo.pcsc.lectores = {"nfc vacio", mundo.lector};
     EXPECT_EQ(CDnie::Diagnosticar("").lector, "nfc vacio");
-    for (const auto& [code, consejo] : Apoyo::Filas<unsigned long, std::string>{{0x8010000B, "Cierre el otro programa"},
-                                                                                {0x8010002F, "Espere unos segundos"}}) {
+    for (const auto& [code, consejo] : Apoyo::Filas<unsigned long, std::string>{{0x8010000B, "Cierra el otro programa"},
+                                                                                {0x8010002F, "Espera unos segundos"}}) {
         mundo.pcsc.codigos["SCardConnect"] = code;
         const auto d = CDnie::Diagnosticar(mundo.lector);
         EXPECT_EQ(d.pasos[2].consejo.rfind(consejo, 0), 0U) << d.pasos[2].consejo;

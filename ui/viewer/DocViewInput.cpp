@@ -2,6 +2,8 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
+#include <tuple>
+#include <utility>
 
 #include "ui/LxApp.h"
 #include "ui/LxWindow.h"
@@ -13,8 +15,9 @@ namespace {
 
 constexpr double kLine = 40;  // client pixels: an arrow key, a notch of the wheel
 constexpr double kZoomPerPixel = 0.0025;
-constexpr float kNear = 10;     // client pixels: a press so near to text selects it
-constexpr int kClickSlack = 4;  // client pixels that a click may be dragged
+constexpr float kNear = 10;          // client pixels: a press so near to text selects it
+constexpr int kClickSlack = 4;       // client pixels that a click may be dragged
+constexpr double kSpaceShare = 0.9;  // of the view
 constexpr unsigned kCreepMs = 40;
 constexpr double kCreepShare = 0.4;  // of how far the pointer is outside
 
@@ -25,8 +28,7 @@ CDocView::Inside::Spot CDocView::Inside::SpotAt(const Point& pt) const {
     if (!Has() || !laidOut.Contains(pt)) return spot;
     const auto [x, y] = InContent(pt);
     const int32_t page = layout.PageAt(y);
-    const Area area = layout.PageArea(page);
-    if (x < area.x || x >= area.Right() || y < area.y || y >= area.Bottom()) return spot;
+    if (Cut(Cut(layout.PageArea(page), Seen()), {x, y, 1, 1}).Empty()) return spot;
     spot.page = page;
     std::tie(spot.x, spot.y) = layout.PointOn(page, x, y);
     if (const std::vector<Pdf::Link>* const links = texts.LinksOf(page)) {
@@ -59,6 +61,9 @@ void CDocView::OnEvent(Event& ev) {
             return in_->OnScroll(ev);
         case EventType::KeyDown:
             return in_->OnKey(ev);
+        case EventType::Char:
+        case EventType::KeyUp:
+            return in_->OnSpace(ev);
         case EventType::Command:
             return in_->OnCommand(ev);
         case EventType::ContextMenu:
@@ -67,6 +72,8 @@ void CDocView::OnEvent(Event& ev) {
             return in_->Tell(onContextMenu, Point{ev.pt});
         case EventType::SetFocus:
         case EventType::KillFocus:
+            in_->tabbed.reset();
+            in_->spaces = 0;
             return in_->Repaint();
         default:
             return;
@@ -92,6 +99,8 @@ void CDocView::Inside::OnPress(Event& ev) {
     ev.handled = true;
     clicks = ev.type == EventType::MouseDoubleClick ? clicks + 1 : 1;
     pressed = pannedTo = ev.pt;
+    spaces = 0;
+    tabbed.reset();
     dragged = false;
     drag = Drag::Pan;
     const Spot spot = SpotAt(ev.pt);
@@ -218,7 +227,51 @@ void CDocView::Inside::OnKey(Event& ev) {
         (void)(key == KeyCode::Left ? view.GoBack() : view.GoForward());
         return;
     }
-    if ((ev.modifiers & (kOption | kControl | kCommand)) == 0) ev.handled = OnPlainKey(key);
+    if ((ev.modifiers & (kOption | kControl | kCommand)) != 0) return;
+    if (key == KeyCode::Tab) {
+        ev.handled = Has() && TabLinks((ev.modifiers & kShift) != 0);
+    } else if (key == KeyCode::Enter && Tabbed()) {
+        ev.handled = true;
+        Follow(Pdf::Target(Tabbed()->target));
+    } else {
+        ev.handled = OnPlainKey(key);
+    }
+}
+
+// A tap of the space bar goes on by a view; held down it pulls the page.
+void CDocView::Inside::OnSpace(Event& ev) {
+    if (ev.type == EventType::Char) {
+        ev.handled = ev.key == ' ';
+        spaces = ev.handled ? spaces + 1 : 0;
+        return;
+    }
+    if (ev.key != static_cast<uint16_t>(KeyCode::Unknown) || std::exchange(spaces, 0) != 1) return;
+    const double way = kSpaceShare * static_cast<double>(height) / setup.scale;
+    ScrollBy(0, (ev.modifiers & kShift) != 0 ? -way : way);
+}
+
+// From link to link of what is seen, and on to the next control behind the last.
+bool CDocView::Inside::TabLinks(bool backwards) {
+    std::vector<std::pair<int32_t, size_t>> links;
+    const auto [first, last] = layout.PagesBetween(scrollY, scrollY + height);
+    for (int32_t page = first; page <= last; ++page) {
+        const std::vector<Pdf::Link>* const of = texts.LinksOf(page);
+        for (size_t i = 0; of && i < of->size(); ++i) {
+            const bool seen = !Cut(layout.BoxArea(page, (*of)[i].box), Seen()).Empty();
+            if (seen && (*of)[i].target.kind != Pdf::Target::Kind::None) links.emplace_back(page, i);
+        }
+    }
+    if (backwards) std::reverse(links.begin(), links.end());
+    const auto at = tabbed ? std::find(links.begin(), links.end(), *tabbed) : links.end();
+    const auto to = at == links.end() ? links.begin() : std::next(at);
+    tabbed = to == links.end() ? std::nullopt : std::optional(*to);
+    Repaint();
+    return tabbed.has_value();
+}
+
+const Pdf::Link* CDocView::Inside::Tabbed() const {
+    const std::vector<Pdf::Link>* const of = tabbed ? texts.LinksOf(tabbed->first) : nullptr;
+    return of && tabbed->second < of->size() ? &(*of)[tabbed->second] : nullptr;
 }
 
 bool CDocView::Inside::OnPlainKey(KeyCode key) {

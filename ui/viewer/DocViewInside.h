@@ -188,6 +188,8 @@ struct CDocView::Inside {
     bool spaceHeld = false;
     int clicks = 0;
     bool dragged = false, creeping = false;
+    int spaces = 0;                                    // typed since the space bar went down
+    std::optional<std::pair<int32_t, size_t>> tabbed;  // the link that the keyboard is at: its page, which of its links
 
     struct Spot {
         int32_t page = -1;  // -1: beside the pages
@@ -202,6 +204,9 @@ struct CDocView::Inside {
     void OnScroll(Event& ev);
     void OnKey(Event& ev);
     bool OnPlainKey(KeyCode key);
+    void OnSpace(Event& ev);
+    bool TabLinks(bool backwards);
+    [[nodiscard]] const Pdf::Link* Tabbed() const;
     void OnCommand(Event& ev);
     bool OnBars(Event& ev);
     void SelectTo(const Point& pt);
@@ -232,7 +237,7 @@ struct CDocView::Inside {
     void PaintTile(CCanvas& canvas, const Tile& tile) const;
     void PaintMarks(CCanvas& canvas, int32_t page) const;
     void PaintMessage(CCanvas& canvas, const std::string& text, const Rect& area, ColorRole color) const;
-    void PaintFlash(CCanvas& canvas) const;
+    void PaintOutline(CCanvas& canvas, int32_t page, const Pdf::Box& box) const;
     [[nodiscard]] bool IsBare(int32_t page);
     void ArrangeBars();
 };

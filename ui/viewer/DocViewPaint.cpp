@@ -54,7 +54,8 @@ void CDocView::Inside::PaintPages(CCanvas& canvas) {
     const std::pair seen = layout.PagesBetween(scrollY, scrollY + height);
     std::erase_if(bare, [&](const auto& entry) { return entry.first < seen.first || entry.first > seen.second; });
     for (int32_t page = std::max(0, first); page <= last; ++page) PaintPage(canvas, page);
-    PaintFlash(canvas);
+    if (flash.page >= 0) PaintOutline(canvas, flash.page, flash.box);
+    if (const Pdf::Link* const link = Tabbed()) PaintOutline(canvas, tabbed->first, link->box);
 }
 
 void CDocView::Inside::PaintPage(CCanvas& canvas, int32_t page) {
@@ -227,10 +228,9 @@ bool CDocView::Inside::IsBare(int32_t page) {
     return false;
 }
 
-void CDocView::Inside::PaintFlash(CCanvas& canvas) const {
-    if (flash.page < 0 || flash.page >= layout.Count()) return;
+void CDocView::Inside::PaintOutline(CCanvas& canvas, int32_t page, const Pdf::Box& around) const {
     const int64_t line = std::llround(3 * setup.scale), gap = std::llround(2 * setup.scale);
-    const Area box = layout.BoxArea(flash.page, flash.box);
+    const Area box = layout.BoxArea(page, around);
     if (box.Empty()) return;
     const Area outer{box.x - gap - line, box.y - gap - line, box.w + 2 * (gap + line), box.h + 2 * (gap + line)};
     const Area sides[] = {{outer.x, outer.y, outer.w, line},

@@ -215,6 +215,7 @@ void CDocView::Inside::ZoomTo(double zoom, int64_t viewX, int64_t viewY) {
 }
 
 ViewPlace CDocView::Inside::Place() const {
+    if (unplaced) return *unplaced;
     ViewPlace place;
     place.fit = setup.fit;
     place.zoom = layout.ZoomOf(Current());

@@ -77,6 +77,7 @@ void CDocView::Inside::DropText() {
     search.End();
     pattern.clear();
     drag = Drag::None;
+    tabbed.reset();
 }
 
 // Search

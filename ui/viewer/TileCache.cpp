@@ -4,9 +4,13 @@
 #include <cstring>
 #include <tuple>
 
+#include "ui/viewer/PageLayout.h"
+
 namespace Lx {
 
 namespace {
+
+constexpr int32_t kRough = 2;  // every other pixel of every other row
 
 // Higher goes first; none for what stays.
 constexpr int64_t kStays = -1;
@@ -40,6 +44,28 @@ int64_t RankOf(const Tile& tile, const TileKeep& keep) {
     // In sight what stands in is worth more than what may be seen later.
     if (away == 0 && !current) return kClass / 2;
     return (current ? kClass : 2 * kClass) + away;
+}
+
+// Each part of a colour has 21 bits of a sum, which a row of a box doesn't fill.
+constexpr int64_t kLongestRow = (int64_t{1} << 21) / 256;
+
+uint32_t MeanOf(const Pdf::Picture& picture, const Area& box, int32_t step) {
+    uint64_t red = 0, green = 0, blue = 0, count = 0;
+    const int64_t right = box.x + std::min(box.w, kLongestRow);
+    for (int64_t y = box.y; y < box.Bottom(); y += step) {
+        const unsigned char* const row = picture.data + y * picture.stride;
+        uint64_t sum = 0;
+        for (int64_t x = box.x; x < right; x += step, ++count) {
+            uint32_t pixel = 0;
+            std::memcpy(&pixel, row + x * 4, sizeof pixel);
+            sum += (pixel & 0xFF) | uint64_t{pixel & 0xFF00} << 13 | uint64_t{pixel & 0xFF0000} << 26;
+        }
+        blue += sum & 0x1FFFFF;
+        green += sum >> 21 & 0x1FFFFF;
+        red += sum >> 42;
+    }
+    const uint64_t mean = 0xFF000000 | (red / count) << 16 | (green / count) << 8 | blue / count;
+    return static_cast<uint32_t>(mean);
 }
 
 }  // namespace
@@ -120,7 +146,7 @@ void TileCache::LeaveSmall(const Tile& gone) {
     const int64_t height = int64_t{gone.picture.height} * width / gone.picture.width;
     if (height < 1 || height > 4 * kSmallWidth) return;
     const Rect all{0, 0, width, static_cast<int32_t>(height)};
-    Put({gone.spec.page, width, gone.spec.turn, all}, Shrunk(gone.picture, width, all.h), Tile::Kind::Small);
+    Put({gone.spec.page, width, gone.spec.turn, all}, Shrunk(gone.picture, width, all.h, kRough), Tile::Kind::Small);
 }
 
 void TileCache::TrimSmall(const TileKeep& keep) {
@@ -138,30 +164,22 @@ void TileCache::TrimSmall(const TileKeep& keep) {
     }
 }
 
-Pdf::Picture Shrunk(const Pdf::Picture& picture, int32_t width, int32_t height) {
-    auto rows =
-        std::make_shared<std::vector<unsigned char>>(static_cast<size_t>(width) * 4 * static_cast<size_t>(height));
+Pdf::Picture Shrunk(const Pdf::Picture& picture, int32_t width, int32_t height, int32_t step) {
+    const size_t stride = static_cast<size_t>(width) * 4;
+    auto rows = std::make_shared<std::vector<unsigned char>>(stride * static_cast<size_t>(height));
     for (int32_t y = 0; y < height; ++y) {
         const int64_t top = int64_t{y} * picture.height / height;
         const int64_t bottom = std::max(top + 1, int64_t{y + 1} * picture.height / height);
-        for (int32_t x = 0; x < width; ++x) {
+        unsigned char* to = rows->data() + static_cast<size_t>(y) * stride;
+        for (int32_t x = 0; x < width; ++x, to += 4) {
             const int64_t left = int64_t{x} * picture.width / width;
             const int64_t right = std::max(left + 1, int64_t{x + 1} * picture.width / width);
-            uint64_t sum[3] = {};
-            for (int64_t row = top; row < bottom; ++row) {
-                const unsigned char* from = picture.data + row * picture.stride + left * 4;
-                for (int64_t column = left; column < right; ++column, from += 4)
-                    for (int part = 0; part < 3; ++part) sum[part] += from[part];
-            }
-            unsigned char* to =
-                rows->data() + (static_cast<size_t>(y) * static_cast<size_t>(width) + static_cast<size_t>(x)) * 4;
-            const auto count = static_cast<uint64_t>((bottom - top) * (right - left));
-            for (int part = 0; part < 3; ++part) to[part] = static_cast<unsigned char>(sum[part] / count);
-            to[3] = 255;
+            const uint32_t mean = MeanOf(picture, {left, top, right - left, bottom - top}, step);
+            std::memcpy(to, &mean, sizeof mean);
         }
     }
     const unsigned char* data = rows->data();
-    return {data, width, height, width * 4, std::move(rows)};
+    return {data, width, height, static_cast<int32_t>(stride), std::move(rows)};
 }
 
 }  // namespace Lx

@@ -62,7 +62,7 @@ class TileCache {
     size_t bytes_ = 0, smallBytes_ = 0;
 };
 
-// A copy of the picture, so much smaller.
-[[nodiscard]] Pdf::Picture Shrunk(const Pdf::Picture& picture, int32_t width, int32_t height);
+// A copy of the picture, so much smaller; of every `step`th pixel.
+[[nodiscard]] Pdf::Picture Shrunk(const Pdf::Picture& picture, int32_t width, int32_t height, int32_t step = 1);
 
 }  // namespace Lx

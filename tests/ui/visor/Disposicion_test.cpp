@@ -54,8 +54,9 @@ TEST(Disposicion, QueHojaHayAhi) {
     hojas.Reset(10, {{600, 800}});
     hojas.Arrange({628, 400, 1, 1, Fit::Width});
     // From, to, the first and the last between them; the gap is of the page below it, and shows none.
-    const Filas<int64_t, int64_t, int32_t, int32_t> casos{{0, 14, 0, -1},   {0, 15, 0, 0},    {813, 829, 0, 1},
-                                                          {814, 828, 1, 0}, {814, 829, 1, 1}, {8100, 9000, 9, 9}};
+    const Filas<int64_t, int64_t, int32_t, int32_t> casos{{0, 14, 0, -1},     {0, 15, 0, 0},    {813, 829, 0, 1},
+                                                          {814, 828, 1, 0},   {814, 829, 1, 1}, {8100, 9000, 9, 9},
+                                                          {8140, 9000, 10, 9}};
     for (const auto& [desde, hasta, primera, ultima] : casos)
         EXPECT_EQ(hojas.PagesBetween(desde, hasta), std::pair(primera, ultima)) << desde;
     EXPECT_EQ(hojas.PageAt(813), 0);
@@ -242,9 +243,11 @@ TEST(Disposicion, UnaSeleccionDeVariasHojas) {
 TEST(Disposicion, UnaCopiaPequenaPromedia) {
     Lx::Pdf::Picture grande = Hoja(4, 2);
     auto* puntos = const_cast<unsigned char*>(grande.data);
-    std::fill(puntos, puntos + 8, 100);  // the upper left two of eight
+    // The upper left two of eight.
+    for (const int punto : {0, 4})
+        for (int parte = 0; parte < 3; ++parte) puntos[punto + parte] = static_cast<unsigned char>(100 - 50 * parte);
     const Lx::Pdf::Picture copia = Lx::Shrunk(grande, 2, 1);
-    EXPECT_EQ(copia.data[0], 150);
+    EXPECT_THAT(std::vector(copia.data, copia.data + 4), ElementsAre(150, 125, 100, 255));
     EXPECT_EQ(copia.data[4], 200);
 }
 

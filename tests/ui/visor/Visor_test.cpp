@@ -196,6 +196,8 @@ TEST_F(Visor, SinNadaQueMostrar) {
     doc->Tomar();
     Correr(1);
     EXPECT_THAT(doc->Tomar(), Not(Contains(StartsWith("dibujar 0")))) << "it isn't asked again and again";
+    for (const int hoja : {4, 0}) vista->SetCurrentPage(hoja);
+    EXPECT_THAT(doc->Tomar(), Contains(StartsWith("dibujar 0"))) << "but when the reader comes back to it";
     // What can't be opened takes what was shown with it.
     vista->Open("roto.pdf");
     EXPECT_TRUE(vista->HasDocument());
@@ -446,6 +448,35 @@ TEST_F(VisorTexto, Enlaces) {
     EXPECT_FALSE(vista->GoForward()) << "there is another way on";
 }
 
+TEST_F(VisorTexto, ConElTeclado) {
+    std::vector<std::string> direcciones;
+    vista->onAddress = [&](const std::string& direccion) { direcciones.push_back(direccion); };
+    ventana.SetFocusControl(vista);
+    EXPECT_TRUE(Falso::Tecla(ventana, KeyCode::Tab));
+    EXPECT_TRUE(Falso::Tecla(ventana, KeyCode::Tab));
+    EXPECT_THAT(Hechas("FillDevice"), Contains("FillDevice 79,269,110,3 #0959ccdc"));
+    EXPECT_TRUE(Falso::Tecla(ventana, KeyCode::Enter));
+    EXPECT_THAT(direcciones, ElementsAre("https://a.b/c"));
+    EXPECT_FALSE(Falso::Tecla(ventana, KeyCode::Tab)) << "behind the last link comes the next control";
+    EXPECT_FALSE(Falso::Tecla(ventana, KeyCode::Enter));
+    EXPECT_TRUE(Falso::Tecla(ventana, KeyCode::Tab, Lx::kShift));
+    EXPECT_TRUE(Falso::Tecla(ventana, KeyCode::Tab, Lx::kShift));
+    EXPECT_TRUE(Falso::Tecla(ventana, KeyCode::Enter));
+    EXPECT_EQ(vista->GetCurrentPage(), 3);
+    // A tap of the space bar goes on by nine tenths of the view; held down, or while a page is pulled, by nothing.
+    vista->SetPlace({});
+    const Filas<int, bool, int> espacios{{1, false, 306 - 360 + 34}, {2, false, 334}, {1, true, 334}};
+    for (const auto& [veces, tira, alto] : espacios) {
+        vista->SetPlace({});
+        Falso::Teclear(ventana, std::string(veces, ' '));
+        if (tira) Arrastrar(En(300, 380), En(310, 380), Lx::kLeftButton, Lx::kSpaceHeld);
+        Lx::Event ev;
+        ev.type = EventType::KeyUp;
+        ventana.RouteEvent(ev);
+        EXPECT_EQ(vista->RectOf(0, {0, 300, 600, 800}).y, std::max(20, alto)) << veces << tira;
+    }
+}
+
 TEST_F(VisorTexto, Busca) {
     const auto estado = [&] {
         const Lx::SearchState& es = vista->GetSearch();
@@ -540,6 +571,48 @@ TEST_F(Visor, LaMemoriaTieneUnLimite) {
     vista->SetCurrentPage(0);
     EXPECT_THAT(doc->Tomar(), Contains("dibujar 0 600 0,0,600,800")) << "77 MB in all: the first have gone";
     EXPECT_THAT(Hechas("DrawPixels"), ElementsAre(StartsWith("DrawPixels 176x234"))) << "and have left a thumbnail";
+}
+
+TEST_F(Visor, UnLugarRecordado) {
+    // The document may be there before the view has a size.
+    const Lx::ViewPlace sitio{3, 0.25, 0, 1, Fit::Free, 1, false};
+    const Rect donde = std::exchange(vista->rect, {});
+    vista->Open("a.pdf", &sitio);
+    doc->Abrir();
+    EXPECT_THAT(doc->Tomar(), IsEmpty());
+    EXPECT_EQ(vista->GetPlace(), sitio);
+    vista->rect = donde;
+    Pintar();
+    doc->ContestarTodo();
+    EXPECT_EQ(vista->GetPlace().page, 3);
+    EXPECT_NEAR(vista->GetPlace().down, 0.25, 0.001);
+    EXPECT_THAT(Hechas("DrawPixels"), ElementsAre(StartsWith("DrawPixels 1067x800 0,200,")));
+    // A picture that lies otherwise stands in for nothing.
+    vista->Turn(1);
+    EXPECT_THAT(Hechas("DrawPixels"), IsEmpty());
+}
+
+// Whoever is told may close the document, open another, or take the view away.
+TEST_F(VisorTexto, LosAvisosPuedenCambiarloTodo) {
+    vista->onSearch = [this] { vista->Close(); };
+    vista->onPageChanged = [this](int hoja, int) {
+        if (hoja < 0) vista->Open("b.pdf");
+    };
+    vista->Search("os", false);
+    EXPECT_FALSE(vista->HasDocument());
+    EXPECT_EQ(rutas.back(), "b.pdf");
+    vista->onSearch = nullptr;
+    doc->Abrir();
+    vista->onPageChanged = nullptr;
+    vista->Search("os", false);
+    vista->onSearch = [this] { vista->Close(); };
+    doc->Hallar({{{3, 15, 5}}, 1, false});
+    EXPECT_FALSE(vista->HasDocument());
+    vista->Open("c.pdf");
+    vista->onOpened = [this](const auto&) { ventana.RemoveControl(std::exchange(vista, nullptr), true); };
+    doc->Abrir();
+    EXPECT_THAT(ventana.controls, IsEmpty());
+    Esperar(5000);
 }
 
 }  // namespace

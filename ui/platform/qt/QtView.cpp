@@ -93,6 +93,15 @@ void CQtView::Announce() {
     Call([this](CWindow& window) { window.HandleResize(size_); });
 }
 
+void CQtView::Rehearse() {
+    if (std::exchange(rehearsed_, true) || owner_ == nullptr) return;
+    QImage nowhere(1, 1, QImage::Format_ARGB32_Premultiplied);
+    nowhere.setDevicePixelRatio(devicePixelRatioF());
+    QPainter painter(&nowhere);
+    CQtCanvas canvas(painter, CQtApp::s_pInstance->Fonts(), rasters_, rect());
+    Contain([this, &canvas] { owner_->PaintAll(&canvas); });
+}
+
 void CQtView::Invalidate(const Rect* area) {
     const QRect r = area == nullptr ? rect() : QRect(area->x, area->y, area->w, area->h).intersected(rect());
     if (r.isEmpty()) return;
@@ -405,7 +414,7 @@ void CQtView::keyPressEvent(QKeyEvent* e) {
     }
     Event shortcut;
     shortcut.type = EventType::Shortcut;
-    shortcut.key = command == EditCommand::None ? ShortcutOf(*e) : uint16_t{0};
+    shortcut.key = ShortcutOf(*e);
     shortcut.modifiers = modifiers;
     const bool repeats = shortcut.key == '+' || shortcut.key == '-';
     if (shortcut.key != 0 && (repeats || !e->isAutoRepeat())) Route(shortcut);

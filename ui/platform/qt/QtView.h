@@ -28,6 +28,8 @@ class CQtView : public QWidget {
     [[nodiscard]] bool IsBlocked() const;
     // Gives the owner its size before it is first shown: no resize says it.
     void Announce();
+    // Paints into nothing: what the first painting loads is there when the window system asks for it.
+    void Rehearse();
     void Invalidate(const Rect* area);
     void Flush();
     bool StartTimer(unsigned id, unsigned ms);
@@ -92,6 +94,7 @@ class CQtView : public QWidget {
     ulong lastPress_ = 0;
     QPointF lastPressAt_;
     int clicks_ = 0;
+    bool rehearsed_ = false;
     bool spaceHeld_ = false;
     int wheel_ = 0;  // eighths of a degree that make no whole notch yet
     CQtRasters rasters_;

@@ -51,6 +51,7 @@ void CQtWindow::Show() {
     view_->raise();
     view_->activateWindow();
     view_->setFocus();
+    view_->Rehearse();
 }
 
 void CQtWindow::Hide() {
