@@ -224,8 +224,8 @@ TEST(Ventana, ElMenuDaLaOrdenElegidaYSeVaConSuVentana) {
     const Filas<std::vector<const char*>, const char*> casos = {
         {{"F6", "Down", "Return"}, "menu 1"},
         {{"F6", "Down", "Down", "Right", "Return"}, "menu 2"},
-        {{"F6", "Up", "Return"}, "menu 4"},  // over the one that is disabled
-        {{"F6", "Escape"}, "menu 0"},
+        {{"F6", "Up", "Return"}, "menu 4"},
+        {{"F6", "Up", "Up", "Return", "Escape", "Escape"}, "menu 0"},  // what is disabled can't be chosen
     };
     for (const auto& [teclas, linea] : casos) {
         for (const char* tecla : teclas) {
@@ -282,7 +282,7 @@ TEST(Ventana, LasAyudasTecnicasVenYActuan) {
     std::istringstream aviso(g.Textos({"notification.Aviso", "5", "donde"}).texto);
     aviso >> x >> y;
     g.Raton({"mousemove", x, y, "sleep", "0.2", "mousemove_relative", "2", "1"});
-    EXPECT_EQ(g.Textos({"tool tip.Aviso de muestra, que no cabe entero en su sitio", "10"}).codigo, 0);
+    EXPECT_EQ(g.Textos({"tool tip.Aviso de muestra, que no cabe <b>entero</b> en su sitio", "10"}).codigo, 0);
 }
 
 TEST(Ventana, SigueLosColoresDelEscritorio) {
