@@ -9,6 +9,8 @@ namespace Lx {
 
 namespace {
 
+constexpr char32_t kLastCode = 0x10FFFF;
+
 int32_t CountOf(const Pdf::PageText& text) {
     return static_cast<int32_t>(std::min<size_t>(text.glyphs.size(), std::numeric_limits<int32_t>::max()));
 }
@@ -61,7 +63,7 @@ void AppendUtf8(std::string& text, char32_t code) {
         text += static_cast<char>(0xE0 | (code >> 12));
         tail(6);
         tail(0);
-    } else if (code < 0x110000) {
+    } else if (code <= kLastCode) {
         text += static_cast<char>(0xF0 | (code >> 18));
         tail(12);
         tail(6);

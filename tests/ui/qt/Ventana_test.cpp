@@ -97,6 +97,7 @@ TEST(Ventana, EntregaRatonYTeclado) {
     g.Mover(v, 530, 340);
     g.Raton({"click", "4", "mousemove_relative", "60", "0", "click", "5", "mousemove_relative", "--", "-60", "0"});
     ve({"desplaza 0 120", "desplaza 0 -120", "rueda -1 0"});
+    EXPECT_EQ(Cuenta(g.Texto(), "rueda 1 0"), 2) << "what scrolled hears no notch";
     g.Raton({"keydown", "space", "click", "2", "keyup", "space", "click", "2"});
     ve({"toca 16", "toca 0"});
     g.Clic(v, 90, 64);
