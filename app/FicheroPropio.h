@@ -1,5 +1,5 @@
-// The program's own small files, below the folders that the desktop (XDG base directories) gives it: nobody else's to
-// read, and replaced whole or not at all.
+// The program's own small files, below the folders that XDG sets aside for each program: nobody else's to read, and
+// replaced whole or not at all.
 #pragma once
 
 #include <cstddef>

@@ -232,9 +232,8 @@ void CMainWindow::OnChar(unsigned ch) {
     if (ch == ' ') Orvanta::PulsarFoco(*this);
 }
 
-void CMainWindow::OnShortcut(char letter, unsigned modifiers) {
-    const bool esLetra = letter >= 'A' && letter <= 'Z';
-    MandarTecla({Lx::KeyCode::Unknown, letter, esLetra ? modifiers & Lx::kShift : 0});
+void CMainWindow::OnShortcut(char letter, unsigned) {
+    MandarTecla({Lx::KeyCode::Unknown, letter, 0});
 }
 
 void CMainWindow::OnContextMenu(const Lx::Point& pt) {

@@ -57,8 +57,8 @@ using W = CMainWindow;
 
 namespace {
 
-constexpr Orvanta::Tecla Ctrl(char letra, unsigned con = 0) {
-    return {KeyCode::Unknown, letra, con};
+constexpr Orvanta::Tecla Ctrl(char letra) {
+    return {KeyCode::Unknown, letra, 0};
 }
 constexpr Orvanta::Tecla Codigo(KeyCode codigo, unsigned con = 0) {
     return {codigo, 0, con};
@@ -74,8 +74,7 @@ constexpr size_t kLetrasReciente = 60;
 }  // namespace
 
 std::span<const W::Mandato> W::Mandatos() {
-    // What isn't in the menu has a button, or is there only for the hand that knows its key. The view takes Ctrl+C and
-    // Ctrl+A by itself, as every control does that has something to copy.
+    // What isn't in the menu has a button, or is there only for the hand that knows its key.
     constexpr auto kMenu = Mandato::kEnMenu, kAmbos = Mandato::kEnMenu | Mandato::kEnContexto;
     static constexpr Mandato kMandatos[] = {
         {"Abrir un documento…", Ctrl('O'), Grupo::Documento, kMenu, &W::OnAbrir},
@@ -94,7 +93,7 @@ std::span<const W::Mandato> W::Mandatos() {
         {"Ajustar a la página", {}, Grupo::Zoom, kAmbos, &W::OnAjustarPagina, &W::HayPaginas, &W::AjustaPagina},
         {"Una página cada vez", {}, Grupo::Ver, kMenu, &W::OnUnaPagina, &W::HayPaginas, &W::EsUnaPagina},
         {"Girar a la derecha", Ctrl('R'), Grupo::Ver, kAmbos, &W::OnGirarDerecha, &W::HayPaginas},
-        {"Girar a la izquierda", Ctrl('R', Lx::kShift), Grupo::Ver, kAmbos, &W::OnGirarIzquierda, &W::HayPaginas},
+        {"Girar a la izquierda", Ctrl('L'), Grupo::Ver, kAmbos, &W::OnGirarIzquierda, &W::HayPaginas},
         {"Panel lateral", Codigo(KeyCode::F9), Grupo::Ver, kMenu, &W::OnPanel, nullptr, &W::HayPanel},
         {"Pantalla completa", Codigo(KeyCode::F11), Grupo::Ver, kMenu, &W::OnPantallaCompleta, nullptr, &W::EsCompleta},
         {"Volver adonde estabas", Codigo(KeyCode::Left, Lx::kOption), Grupo::Ir, kMenu, &W::OnAtras, &W::HayPaginas},

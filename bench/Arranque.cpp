@@ -61,7 +61,7 @@ int main(int argc, char** argv) {
     Paso();
     Lx::PrepararProceso();
     const std::string documento = CMainWindow::DocumentoInicial(argc >= 2 ? argv[1] : "");
-    if (!documento.empty()) Lx::Pdf::OpenAhead(documento, CMainWindow::AnchoInicial());
+    if (!documento.empty()) Lx::Pdf::OpenAhead(documento, 0);
     Lx::PreparePlatform();
     Paso();
     CAplicacion app(argc, argv);

@@ -46,7 +46,8 @@ enum class EventType : uint32_t {
     // Beyond the ten: for the focused control only, no window handler sees them.
     Text = 11,     // text that isn't one character 32 to 126: accents, dead keys, input methods
     Command = 12,  // an edit command, in `command`
-    // A letter, '+', '-' or '0' pressed with Control that is no edit command; for the window only (OnShortcut).
+    // A letter, '+', '-' or '0' pressed with Control that no control took as an edit command; for the window only
+    // (OnShortcut).
     Shortcut = 13,
     // For the control under the pointer only. Where a MouseWheel would come too, it comes when this wasn't handled.
     Scroll = 14,  // by `scroll`, in client pixels; of a wheel, a touchpad or a touch screen

@@ -47,7 +47,7 @@ class CWindow : public CControl {
     virtual void OnChar(unsigned ch);
     virtual void OnSetFocus();
     virtual void OnKillFocus();
-    // A letter 'A' to 'Z' with Control that is no edit command (Ctrl+O, Ctrl+W, Ctrl+Q...).
+    // A letter 'A' to 'Z' with Control that no control took as an edit command (Ctrl+O, Ctrl+W, Ctrl+Q...).
     // Also '+', '-' and '0'.
     virtual void OnShortcut(char letter, unsigned modifiers);
     // The menu key where no control took it.

@@ -34,6 +34,11 @@ TEST_F(Programa, BuscaYRecuerda) {
     Ve(R"(text\|Página.*\|3 / 3$)");
     pantalla_.Pulsar("Escape");
     Ve(R"(document frame[^|]*\|[^|]*\|[A-Z ]*FOCUSED)");
+    // Whatever has the focus, but for what takes text itself.
+    Clic(kHoja);
+    for (const char* tecla : {"shift+Tab", "ctrl+a", "ctrl+c", "ctrl+f", "ctrl+a", "ctrl+v"}) pantalla_.Pulsar(tecla);
+    Ve(R"(text.Buscar en el documento.*\|Contrato de muestra)");
+    pantalla_.Pulsar("Escape");
     // A file that another program writes anew.
     ASSERT_EQ(Guion("cp contrato.pdf otro.pdf && mv otro.pdf tres.pdf").codigo, 0);
     Ve("notification.El documento ha cambiado en el disco y se ha vuelto a leer");

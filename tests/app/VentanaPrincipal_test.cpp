@@ -1,4 +1,5 @@
 // The main window's own logic, without a display, a card, a store or a program that draws.
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 
@@ -155,7 +156,9 @@ TEST_F(Ventanas, LaBusqueda) {
     EXPECT_EQ(vista.rect.y, 146) << "it stands above the pages, not on them";
     static_cast<void>(hojas_->Tomar());
     Falso::Teclear(v, "xy");
-    Falso::ElMundo().tareas.front().hacer();
+    const auto espera = std::ranges::find(Falso::ElMundo().tareas, 150U, &Falso::Tarea::ms);
+    ASSERT_NE(espera, Falso::ElMundo().tareas.end());
+    espera->hacer();
     EXPECT_THAT(hojas_->Tomar(), ElementsAre()) << "the keyboard doesn't rest yet";
     texto.SelectAll();
     EXPECT_EQ(busca("ñ"), "") << "one letter is too few";

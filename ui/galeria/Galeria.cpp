@@ -92,7 +92,7 @@ bool CGaleria::OnInit() {
     PonerListas();
     estado_ = AddLabel("Pulse, escriba o suelte aquí un fichero.", {kMargen, kAlto - 30, 560, 20});
     AddControl(new CMuestra({kMargen + 500, 334, 100, 24}));
-    nota_ = new CNota("Aviso de muestra, que no cabe entero en su sitio");
+    nota_ = new CNota("Aviso de muestra, que no cabe <b>entero</b> en su sitio");
     nota_->rect = {kMargen + 300, kAlto - 30, 200, 20};
     nota_->visible = false;
     AddControl(nota_);

@@ -102,7 +102,7 @@ void CDocView::Inside::Adopt(const Pdf::Opened& opened) {
     firstPageDue = !again;
     chosen = reported = -1;
     SetPlace(place);
-    if (wanted.empty()) return;
+    if (wanted.empty() || !Has()) return;
     pattern = wanted;
     StartSearch(hit ? hit->page : Current());
     if (hit) search.Keep(*hit);

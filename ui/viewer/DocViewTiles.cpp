@@ -45,6 +45,11 @@ void CDocView::Inside::Pump() {
         if (!wanted) pages->Cancel(it->first);
         it = wanted ? std::next(it) : drawing.erase(it);
     }
+    // A page that failed is tried again when it comes back.
+    std::erase_if(failed, [&](const auto& entry) {
+        const auto isOf = [&](const Pdf::TileSpec& tile) { return tile.page == entry.first; };
+        return std::none_of(plan.tiles.begin(), plan.tiles.end(), isOf);
+    });
     bool seenAll = plan.visible > 0;
     for (size_t i = 0; i < plan.tiles.size(); ++i) {
         const Pdf::TileSpec& tile = plan.tiles[i];

@@ -9,6 +9,9 @@ namespace {
 
 constexpr int64_t kBandBytes = 32 << 20;
 constexpr int kBytesPerPixel = 4;
+// Bands begin on multiples of so many rows: at 600 dpi a third of an inch, whole pixels of any coarser printer or
+// screen. Elsewhere their seams would show.
+constexpr int64_t kBandStep = 200;
 constexpr int kCoarseDpi = 150;  // where the document allows no more
 constexpr float kPointsPerInch = 72;
 
@@ -79,7 +82,8 @@ void CPrintRun::BeginPage(const Pdf::PageSize& size) {
 void CPrintRun::NextBand() {
     const int top = tile_.area.y + tile_.area.h;
     if (top >= rows_) return NextPage();
-    const int64_t fit = std::max<int64_t>(1, kBandBytes / (int64_t{tile_.width} * kBytesPerPixel));
+    int64_t fit = std::max<int64_t>(1, kBandBytes / (int64_t{tile_.width} * kBytesPerPixel));
+    if (fit > kBandStep) fit -= fit % kBandStep;
     tile_.area = {0, top, tile_.width, static_cast<int32_t>(std::min<int64_t>(fit, rows_ - top))};
     asked_ = pages_.Draw(tile_, [this](Pdf::Outcome outcome, const Pdf::Picture& picture) {
         asked_ = 0;

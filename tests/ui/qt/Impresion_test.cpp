@@ -115,6 +115,7 @@ TEST_F(Impresion, AtActualSizeASheetIsAsLargeAsItsPage) {
         EXPECT_THAT(medidas, HasSubstr(una));
     for (const Lx::Pdf::TileSpec& t : hojas.pedidas) {
         EXPECT_LE(int64_t{t.area.w} * t.area.h * 4, 32 << 20);
+        EXPECT_EQ(t.area.y % 200, 0);
         EXPECT_LE(t.width, 842 * 600 / 72 + 1);
         EXPECT_TRUE(t.forPrint);
     }

@@ -97,6 +97,7 @@ TEST(Ventana, EntregaRatonYTeclado) {
     g.Mover(v, 530, 340);
     g.Raton({"click", "4", "mousemove_relative", "60", "0", "click", "5", "mousemove_relative", "--", "-60", "0"});
     ve({"desplaza 0 120", "desplaza 0 -120", "rueda -1 0"});
+    EXPECT_EQ(Cuenta(g.Texto(), "rueda 1 0"), 2) << "what scrolled hears no notch";
     g.Raton({"keydown", "space", "click", "2", "keyup", "space", "click", "2"});
     ve({"toca 16", "toca 0"});
     g.Clic(v, 90, 64);
@@ -223,8 +224,8 @@ TEST(Ventana, ElMenuDaLaOrdenElegidaYSeVaConSuVentana) {
     const Filas<std::vector<const char*>, const char*> casos = {
         {{"F6", "Down", "Return"}, "menu 1"},
         {{"F6", "Down", "Down", "Right", "Return"}, "menu 2"},
-        {{"F6", "Up", "Return"}, "menu 4"},  // over the one that is disabled
-        {{"F6", "Escape"}, "menu 0"},
+        {{"F6", "Up", "Return"}, "menu 4"},
+        {{"F6", "Up", "Up", "Return", "Escape", "Escape"}, "menu 0"},  // what is disabled can't be chosen
     };
     for (const auto& [teclas, linea] : casos) {
         for (const char* tecla : teclas) {
@@ -281,7 +282,7 @@ TEST(Ventana, LasAyudasTecnicasVenYActuan) {
     std::istringstream aviso(g.Textos({"notification.Aviso", "5", "donde"}).texto);
     aviso >> x >> y;
     g.Raton({"mousemove", x, y, "sleep", "0.2", "mousemove_relative", "2", "1"});
-    EXPECT_EQ(g.Textos({"tool tip.Aviso de muestra, que no cabe entero en su sitio", "10"}).codigo, 0);
+    EXPECT_EQ(g.Textos({"tool tip.Aviso de muestra, que no cabe <b>entero</b> en su sitio", "10"}).codigo, 0);
 }
 
 TEST(Ventana, SigueLosColoresDelEscritorio) {

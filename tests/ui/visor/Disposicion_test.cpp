@@ -243,9 +243,11 @@ TEST(Disposicion, UnaSeleccionDeVariasHojas) {
 TEST(Disposicion, UnaCopiaPequenaPromedia) {
     Lx::Pdf::Picture grande = Hoja(4, 2);
     auto* puntos = const_cast<unsigned char*>(grande.data);
-    std::fill(puntos, puntos + 8, 100);  // the upper left two of eight
+    // The upper left two of eight.
+    for (const int punto : {0, 4})
+        for (int parte = 0; parte < 3; ++parte) puntos[punto + parte] = static_cast<unsigned char>(100 - 50 * parte);
     const Lx::Pdf::Picture copia = Lx::Shrunk(grande, 2, 1);
-    EXPECT_EQ(copia.data[0], 150);
+    EXPECT_THAT(std::vector(copia.data, copia.data + 4), ElementsAre(150, 125, 100, 255));
     EXPECT_EQ(copia.data[4], 200);
 }
 

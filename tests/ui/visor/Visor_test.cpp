@@ -196,6 +196,8 @@ TEST_F(Visor, SinNadaQueMostrar) {
     doc->Tomar();
     Correr(1);
     EXPECT_THAT(doc->Tomar(), Not(Contains(StartsWith("dibujar 0")))) << "it isn't asked again and again";
+    for (const int hoja : {4, 0}) vista->SetCurrentPage(hoja);
+    EXPECT_THAT(doc->Tomar(), Contains(StartsWith("dibujar 0"))) << "but when the reader comes back to it";
     // What can't be opened takes what was shown with it.
     vista->Open("roto.pdf");
     EXPECT_TRUE(vista->HasDocument());
@@ -588,6 +590,29 @@ TEST_F(Visor, UnLugarRecordado) {
     // A picture that lies otherwise stands in for nothing.
     vista->Turn(1);
     EXPECT_THAT(Hechas("DrawPixels"), IsEmpty());
+}
+
+// Whoever is told may close the document, open another, or take the view away.
+TEST_F(VisorTexto, LosAvisosPuedenCambiarloTodo) {
+    vista->onSearch = [this] { vista->Close(); };
+    vista->onPageChanged = [this](int hoja, int) {
+        if (hoja < 0) vista->Open("b.pdf");
+    };
+    vista->Search("os", false);
+    EXPECT_FALSE(vista->HasDocument());
+    EXPECT_EQ(rutas.back(), "b.pdf");
+    vista->onSearch = nullptr;
+    doc->Abrir();
+    vista->onPageChanged = nullptr;
+    vista->Search("os", false);
+    vista->onSearch = [this] { vista->Close(); };
+    doc->Hallar({{{3, 15, 5}}, 1, false});
+    EXPECT_FALSE(vista->HasDocument());
+    vista->Open("c.pdf");
+    vista->onOpened = [this](const auto&) { ventana.RemoveControl(std::exchange(vista, nullptr), true); };
+    doc->Abrir();
+    EXPECT_THAT(ventana.controls, IsEmpty());
+    Esperar(5000);
 }
 
 }  // namespace

@@ -71,6 +71,7 @@ Crew::Limits LimitsOfReading(Crew::Limits limits) {
 Pages::Pages(const std::string& path, int32_t aheadWidth, const Crew::Limits& limits)
     : path_(path),
       wakeups_([this] { Attend(); }),
+      limits_(limits),
       drawing_(wakeups_, source_, limits),
       reading_(wakeups_, source_, LimitsOfReading(limits)) {
     drawing_.Start();

@@ -92,6 +92,7 @@ class Pages : public IPages {
     bool isAnswered_ = false;
     Source source_;
     std::unique_ptr<Copying> copying_;
+    Crew::Limits limits_;
     Crew drawing_, reading_;
     std::unique_ptr<Crew> searching_;  // searches beside reading_, once there is much to search
     std::map<Id, std::shared_ptr<Searching>> searches_;

@@ -111,7 +111,7 @@ IPages::Id Pages::Search(const SearchSpec& spec, Done<SearchNews> news) {
     }
     searches_[id] = search;
     if (!searching_ && state_.pages >= kPagesForTwo && std::thread::hardware_concurrency() > 1)
-        searching_ = std::make_unique<Crew>(wakeups_, source_, LimitsOfReading({}));
+        searching_ = std::make_unique<Crew>(wakeups_, source_, LimitsOfReading(limits_));
     Share(*search, std::clamp(spec.from, 0, state_.pages - 1), state_.pages);
     if (spec.from > 0) Share(*search, 0, std::min(spec.from, state_.pages - 1));
     for (const int who : {0, 1}) ReadOn(search, who);

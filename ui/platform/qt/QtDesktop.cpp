@@ -8,6 +8,7 @@
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QPalette>
+#include <QPointer>
 #include <QUrl>
 #include <utility>
 
@@ -59,8 +60,9 @@ void Ask(QObject* owner, const QDBusMessage& call, std::function<void(const QDBu
 CAppearance::CAppearance(std::function<void(ThemeSet)> told) : told_(std::move(told)), desktop_(SetOfPalette()) {
     QDBusConnection bus = QDBusConnection::sessionBus();
     if (!bus.isConnected()) {
-        QMetaObject::invokeMethod(
-            this, [this] { Tell(0); }, Qt::QueuedConnection);
+        CQtApp::s_pInstance->CallLater(0, [self = QPointer<CAppearance>(this)] {
+            if (self != nullptr) self->Tell(0);
+        });
         return;
     }
     // The slot's types are looked up by name, and this one has none before the bus was used.

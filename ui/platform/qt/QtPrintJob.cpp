@@ -93,10 +93,12 @@ bool CQtPrintJob::BeginPage(float width, float height, Size& device, int& turn) 
         printer_->setFullPage(true);
     }
     if (!BeginSheet()) return false;
-    place_ = Place(width, height, turn);
+    const QRectF place = Place(width, height, turn);
     constexpr double kMost = 1 << 20;
-    device = {static_cast<int32_t>(std::lround(std::clamp(place_.width(), 1.0, kMost))),
-              static_cast<int32_t>(std::lround(std::clamp(place_.height(), 1.0, kMost)))};
+    device = {static_cast<int32_t>(std::lround(std::clamp(place.width(), 1.0, kMost))),
+              static_cast<int32_t>(std::lround(std::clamp(place.height(), 1.0, kMost)))};
+    // On whole pixels of the printer, or its rows would be drawn between two.
+    place_ = QRectF(std::round(place.x()), std::round(place.y()), device.cx, device.cy);
     return true;
 }
 

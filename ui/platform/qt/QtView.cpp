@@ -414,7 +414,7 @@ void CQtView::keyPressEvent(QKeyEvent* e) {
     }
     Event shortcut;
     shortcut.type = EventType::Shortcut;
-    shortcut.key = command == EditCommand::None ? ShortcutOf(*e) : uint16_t{0};
+    shortcut.key = ShortcutOf(*e);
     shortcut.modifiers = modifiers;
     const bool repeats = shortcut.key == '+' || shortcut.key == '-';
     if (shortcut.key != 0 && (repeats || !e->isAutoRepeat())) Route(shortcut);
