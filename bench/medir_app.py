@@ -58,13 +58,14 @@ class Xlib:
         return time.monotonic()
 
 
-def documento(ruta, paginas):
-    """Pages filled with a colour in turn, each with fifty lines of text; classic objects, so that it can be signed."""
+def documento(ruta, paginas, veces=1):
+    """Pages filled with a colour in turn, each with fifty lines of text, so often in each line; classic objects, so that
+    it can be signed."""
     objetos = ["<< /Type /Catalog /Pages 2 0 R >>", "", "<< /Type /Font /Subtype /Type1 /BaseFont /Helvetica >>"]
     hijos = []
     for p in range(paginas):
         r, g, b = (int(c, 16) / 255 for c in ((ROSA, CIAN)[p % 2][i:i + 2] for i in (0, 2, 4)))
-        lineas = " ".join(f"({p}.{n} texto de prueba de una linea corriente) '" for n in range(50))
+        lineas = " ".join(f"({' '.join([f'{p}.{n} texto de prueba de una linea corriente'] * veces)}) '" for n in range(50))
         flujo = f"{r:.4f} {g:.4f} {b:.4f} rg 0 0 595 842 re f 0 g BT /F1 9 Tf 12 TL 60 760 Td {lineas} ET"
         objetos.append(f"<< /Length {len(flujo)} >>\nstream\n{flujo}\nendstream")
         objetos.append(f"<< /Type /Page /Parent 2 0 R /MediaBox [0 0 595 842] /Contents {len(objetos)} 0 R "

@@ -4,8 +4,8 @@
     bench/medir_vista.py [--vueltas N] [--carpeta FOLDER] [--sin-construir] [MEASUREMENT...]
 
 MEASUREMENT: rueda ultima zoom busqueda memoria; all of them when none is named. Medians of N (5 unless told). The
-screen is read every two milliseconds or so, the same way for all: a strip in its middle whose change is a frame, or
-the colour that only the last page has. Viewers that aren't installed are left out."""
+screen is read every two milliseconds or so, the same way for all: a strip in its middle, across lines of text,
+whose change is a frame, or the colour that only the last page has. All windows have the same size. Viewers that aren't installed are left out."""
 
 import ctypes
 import shutil
@@ -31,7 +31,7 @@ VISORES = {  # how it is started, the keys for the last page, for a step of zoom
 
 
 class Pantalla(medir_app.Xlib):
-    def franja(self, x=600, y=150, ancho=24, alto=500):
+    def franja(self, x=530, y=200, ancho=24, alto=500):
         imagen = self.x.XGetImage(self.d, self.raiz, x, y, ancho, alto, ctypes.c_ulong(0xFFFFFF), 2)
         i = imagen.contents
         bruto = ctypes.string_at(i.data, i.bytes_per_line * i.height)
@@ -54,7 +54,7 @@ class Pantalla(medir_app.Xlib):
 
 def documento(ruta):
     """Text on pages of one colour; the last one has another, and the only word that is looked for."""
-    medir_app.documento(ruta, PAGINAS)
+    medir_app.documento(ruta, PAGINAS, 2)
     texto = ruta.read_text(encoding="ascii")
     cian = " ".join(f"{int(medir_app.CIAN[i:i + 2], 16) / 255:.4f}" for i in (0, 2, 4)) + " rg"
     rosa = " ".join(f"{int(ROSA[i:i + 2], 16) / 255:.4f}" for i in (0, 2, 4)) + " rg"
@@ -78,8 +78,10 @@ class Taller(medir_app.Taller):
     def leyendo(self, orden):
         with self.abierto(*orden, self.doc) as p:
             self.x.esperar(ROSA, 60)
+            time.sleep(0.5)
+            self.xdotool("getactivewindow", "windowsize", "1000", "900", "windowmove", "100", "30")
             time.sleep(1)
-            self.xdotool("mousemove", "612", "400")
+            self.xdotool("mousemove", "542", "400")
             time.sleep(0.2)
             yield p
 
