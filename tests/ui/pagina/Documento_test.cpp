@@ -312,7 +312,8 @@ TEST_F(Documento, LlevaAlSitioQueSeVe) {
 }
 
 TEST_F(Documento, AbreConContrasena) {
-    const std::string rojo = UnaHoja("", "1 0 0 rg 0 0 200 100 re f");
+    const std::string rojo = UnaHoja("", "1 0 0 rg 0 0 200 100 re f", "/Outlines 7 0 R",
+                                     {"<< /First 8 0 R >>", "<< /Title (a) /Dest [3 0 R /XYZ 0 60 null] >>"});
     Apoyo::EscribirFichero(carpeta / "clara.pdf", rojo);
     using Opciones = std::vector<std::string>;
     const std::string tipo = "--allow-weak-crypto";
@@ -351,6 +352,7 @@ TEST_F(Documento, AbreConContrasena) {
         EXPECT_TRUE(abierto.isProtected);
         EXPECT_EQ(abierto.mayPrint, opciones.back() != "--print=none");
         EXPECT_EQ(abierto.mayPrintWell, opciones.back().substr(0, 7) != "--print");
+        EXPECT_EQ(Pedir<std::vector<OutlineItem>>([&](auto h) { doc->Outline(h); }).second.at(0).target.top, 40);
         // The one that reads has it too, and who follows the one that draws.
         EXPECT_EQ(Pedir<PageText>([&](auto hecho) { doc->Text(0, hecho); }).first, Outcome::Good);
         for (int vez = 0; vez < 2; ++vez) {
