@@ -62,8 +62,7 @@ class Programa : public Lx::LxApp {
 
 int Ejecutar(int argc, char** argv, const std::vector<std::string>& documentos) {
     const std::string primero = CMainWindow::DocumentoInicial(documentos.empty() ? std::string() : documentos[0]);
-    // Opened, not drawn: the width is known with the window.
-    if (!primero.empty()) Lx::Pdf::OpenAhead(primero, 0);
+    if (!primero.empty()) Lx::Pdf::OpenAhead(primero, CMainWindow::AnchoInicial());
     Lx::PreparePlatform();
     CMainWindow::PonerTemaElegido();
     Programa app(argc, argv, documentos);

@@ -271,6 +271,25 @@ TEST_F(Ventanas, UnDocumentoConContrasena) {
     EXPECT_THAT(Estado(), testing::StartsWith("Error al abrir /b/cerrado.pdf: "));
 }
 
+// Saved where the person says, beside the document at first; where it is opened from comes from there too.
+TEST_F(Ventanas, UnAdjuntoSeGuarda) {
+    CMainWindow& v = Abrir(1);
+    Ver();
+    const std::string destino = carpeta_ / "nota.txt";
+    std::vector<std::string> ofrecidos;
+    Falso::ElMundo().elegirFichero = [&](const Lx::FileDialogRequest& peticion, std::string& ruta) {
+        ofrecidos.push_back(peticion.initialPath + (peticion.save ? " guardar" : ""));
+        ruta = destino;
+        return peticion.save;
+    };
+    Control<Lx::CSidePane>(v, 0).onSave(2, {"nota.txt", 3});
+    EXPECT_THAT(hojas_->Tomar(), testing::Contains("guardar 2 " + destino));
+    hojas_->ContestarTodo();
+    EXPECT_THAT(Dice(), testing::HasSubstr("se ha guardado en " + destino));
+    v.OnShortcut('O', Lx::kControl);
+    EXPECT_THAT(ofrecidos, ElementsAre("/a/nota.txt guardar", "/a/doc.pdf"));
+}
+
 TEST_F(Ventanas, UnEnlaceSePregunta) {
     CMainWindow& v = Abrir(1);
     const auto& vista = Control<Lx::CDocView>(v, 0);

@@ -111,6 +111,16 @@ uint32_t Punto(const Picture& p, int x, int y) {
     return punto;
 }
 
+TEST_F(Documento, LoAdelantadoSeEntregaAunqueSePidaMas) {
+    std::string lenta = "1 0 0 rg ";
+    for (int i = 0; i < 20'000; ++i) lenta += "0 0 200 100 re f ";
+    ASSERT_EQ(Abrir(UnaHoja("", lenta), 400).outcome, Outcome::Good);
+    std::string entregas;
+    doc->Draw({0, 400, 0, {0, 0, 400, 200}}, [&](Outcome, const Picture& foto) { entregas += foto ? "a" : "-"; });
+    doc->Draw({0, 200, 0, {0, 0, 200, 100}}, [&](Outcome, const Picture& foto) { entregas += foto ? "b" : "-"; });
+    EXPECT_TRUE(Esperar([&] { return entregas == "ab"; })) << entregas;
+}
+
 TEST_F(Documento, DaCadaTrozoDeUnaHojaGirada) {
     // Left half red, right half green, the lower quarter blue; a black stamp that isn't printed.
     const Opened& abierto =

@@ -238,7 +238,8 @@ IPages::Id Pages::DrawWith(Crew& crew, const TileSpec& tile, int rank, Done<Pict
 
 IPages::Id Pages::Draw(const TileSpec& tile, Done<Picture> done) {
     if (!IsAhead(tile)) {
-        ahead_.reset();
+        // Asked for already, it is still owed.
+        if (ahead_ && !ahead_->done) ahead_.reset();
         return DrawWith(drawing_, tile, 0, std::move(done));
     }
     ahead_->id = ++lastId_;
