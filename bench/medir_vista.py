@@ -38,9 +38,9 @@ class Pantalla(medir_app.Xlib):
         self.x.XDestroyImage(imagen)
         return bruto
 
-    def cambios(self, segundos, hasta=None):
+    def cambios(self, segundos, hasta=None, antes=None):
         """When the strip changed, and the longest run of white rows that was seen in it."""
-        veces, blanco, antes, fin = [], 0, self.franja(), time.monotonic() + segundos
+        veces, blanco, antes, fin = [], 0, antes or self.franja(), time.monotonic() + segundos
         while time.monotonic() < fin and not (hasta and hasta()):
             ahora = self.franja()
             if ahora != antes:
@@ -85,6 +85,9 @@ class Taller(medir_app.Taller):
             time.sleep(0.2)
             yield p
 
+    def pulsar(self, tecla):
+        return subprocess.Popen(["xdotool", "key", tecla], env=self.entorno)
+
     def por_visor(self, que, una, unidad="ms", meta=None):
         hechas = {n: [] for n in self.visores}
         for _ in range(self.vueltas):
@@ -116,16 +119,21 @@ def medir_rueda(t):
 def medir_ultima(t):
     def una(visor):
         with t.leyendo(visor[0]):
-            inicio = t.xdotool("key", visor[1])
-            return 1000 * (t.x.esperar(ULTIMA, 60) - inicio)
+            inicio = time.monotonic()
+            p = t.pulsar(visor[1])
+            visto = t.x.esperar(ULTIMA, 60, **medir_app.FRANJA)
+            p.wait()
+            return 1000 * (visto - inicio)
     t.por_visor(f"key to the last of {PAGINAS}", una)
 
 
 def medir_zoom(t):
     def una(visor):
         with t.leyendo(visor[0]):
-            inicio = t.xdotool("key", visor[2])
-            veces, _ = t.x.cambios(0.8)
+            antes, inicio = t.x.franja(), time.monotonic()
+            p = t.pulsar(visor[2])
+            veces, _ = t.x.cambios(0.8, antes=antes)
+            p.wait()
             if not veces:
                 sys.exit("nothing changed")
             return 1000 * (veces[-1] - inicio)
@@ -139,7 +147,7 @@ def medir_busqueda(t):
             time.sleep(0.3)
             t.xdotool("type", "--delay", "5", PALABRA)
             inicio = t.xdotool("key", "Return")
-            return 1000 * (t.x.esperar(ULTIMA, 60, 60) - inicio)
+            return 1000 * (t.x.esperar(ULTIMA, 60, 60, **medir_app.FRANJA) - inicio)
     t.por_visor(f"search, only hit on the last of {PAGINAS}", una)
 
 
