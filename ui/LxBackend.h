@@ -44,6 +44,7 @@ class CAppBackend {
     virtual unsigned Watch(int fd, std::function<void()> ready) = 0;
     virtual void Unwatch(unsigned id) = 0;
     virtual void SetClipboard(const std::string& utf8) = 0;
+    [[nodiscard]] virtual std::string Clipboard() = 0;
     // With the person's program for it, when IsPublicAddress. False when nothing could be started.
     [[nodiscard]] virtual bool OpenAddress(const std::string& address) = 0;
     // The folder of a file, with the file marked where the desktop can.

@@ -19,6 +19,20 @@ constexpr int kDot = 6;         // diameter of a masked character
 constexpr int kDotAdvance = 9;  // from one to the next
 constexpr unsigned kAutoscrollMs = 60;
 
+constexpr struct {
+    EditCommand command;
+    const char* text;
+    const char* shortcut;
+} kMenu[] = {
+    {EditCommand::Undo, "Deshacer", "Ctrl+Z"},
+    {EditCommand::None, "", ""},
+    {EditCommand::Cut, "Cortar", "Ctrl+X"},
+    {EditCommand::Copy, "Copiar", "Ctrl+C"},
+    {EditCommand::Paste, "Pegar", "Ctrl+V"},
+    {EditCommand::None, "", ""},
+    {EditCommand::SelectAll, "Seleccionar todo", "Ctrl+A"},
+};
+
 struct SecretCopy {
     SecretCopy(const std::string& of, bool isSecret) : text(of), secret(isSecret) {}
     ~SecretCopy() {
@@ -50,7 +64,10 @@ void CEdit::OnEvent(Event& ev) {
         case EventType::MouseUp:
             ev.handled = dragging_;
             dragging_ = false;
-            return;
+            if (ev.button != kRightButton || !rect.Contains(ev.pt)) return;
+            [[fallthrough]];
+        case EventType::ContextMenu:
+            return OnMenu(ev);
         case EventType::KeyDown:
             return OnKey(ev);
         case EventType::Char:
@@ -175,6 +192,31 @@ void CEdit::OnTyped(Event& ev) {
     const bool changed = buffer_->Type(ev.type == EventType::Char ? std::string_view(&code, 1) : ev.text);
     if (buffer_->Masked()) WipeString(ev.text);
     Edited(changed);
+}
+
+// The edit may be gone when the menu is.
+void CEdit::OnMenu(Event& ev) {
+    ev.handled = true;
+    const bool marked = buffer_->HasSelection() && !buffer_->Masked();
+    std::vector<MenuItem> items;
+    for (const auto& row : kMenu) {
+        const bool takes = row.command == EditCommand::Cut || row.command == EditCommand::Copy;
+        items.push_back({.text = row.text,
+                         .shortcut = row.shortcut,
+                         .enabled = !takes || marked,
+                         .command = static_cast<int>(row.command)});
+    }
+    const std::weak_ptr<bool> alive = alive_;
+    const int chosen = RunPlatformMenu(WindowOf(this), items, ev.pt);
+    if (chosen < 1 || alive.expired()) return;
+    CAppBackend& desktop = *LxApp::s_pApp->backend;
+    Event command;
+    command.type = EventType::Command;
+    command.command = static_cast<EditCommand>(chosen);
+    if (command.command == EditCommand::Paste) command.text = desktop.Clipboard();
+    const bool copies = command.command == EditCommand::Copy || command.command == EditCommand::Cut;
+    OnCommand(command);
+    if (copies && !command.text.empty()) desktop.SetClipboard(command.text);
 }
 
 void CEdit::OnCommand(Event& ev) {

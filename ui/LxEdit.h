@@ -62,6 +62,7 @@ class CEdit : public CControl {
     void OnPress(Event& ev);
     void OnMove(Event& ev);
     void OnKey(Event& ev);
+    void OnMenu(Event& ev);
     void OnCommand(Event& ev);
     void OnTyped(Event& ev);
     void OnFocusEvent(Event& ev);

@@ -170,6 +170,33 @@ TEST_F(Edicion, MouseSelects) {
     EXPECT_EQ(Estado(), "uno [dos|] tres");
 }
 
+TEST_F(Edicion, TheMenuDoesWhatTheKeysDo) {
+    edit->onChange = [this](const std::string& texto) { Anotar(texto); };
+    edit->SetText("uno dos");
+    const auto elegir = [this](const std::string& texto) {
+        ElMundo().elegirOrden = Elegir(texto);
+        Raton(ventana, EventType::MouseUp, 30, 20, Lx::kRightButton);
+    };
+    EXPECT_ANY_THROW(elegir("Copiar")) << "nothing is selected";
+    elegir("Seleccionar todo");
+    elegir("Cortar");
+    EXPECT_EQ(ElMundo().portapapeles + "/" + Estado(), "uno dos/|");
+    elegir("Pegar");
+    elegir("Pegar");
+    EXPECT_EQ(Estado(), "uno dosuno dos|");
+    elegir("Deshacer");
+    EXPECT_EQ(Estado(), "uno dos|");
+    EXPECT_THAT(avisos, ElementsAre("", "uno dos", "uno dosuno dos", "uno dos"));
+    edit->SetMasked(true);
+    elegir("Seleccionar todo");
+    EXPECT_ANY_THROW(elegir("Copiar")) << "a secret stays inside";
+    ElMundo().elegirOrden = [this](const auto& ordenes) {
+        ventana.RemoveControl(edit, true);
+        return ordenes.back().command;
+    };
+    Raton(ventana, EventType::MouseUp, 30, 20, Lx::kRightButton);
+}
+
 TEST_F(Edicion, CaretStaysInSightAndADragScrolls) {
     edit->SetText(std::string(100, 'x'));
     EXPECT_THAT(Falso::Pintar(*edit), Contains(HasSubstr("FillRect 218,")));

@@ -61,6 +61,7 @@ class Backend : public Lx::CAppBackend {
     }
     void Unwatch(unsigned id) override { watched_.erase(id); }
     void SetClipboard(const std::string& utf8) override { ElMundo().portapapeles = utf8; }
+    std::string Clipboard() override { return ElMundo().portapapeles; }
 
     // False when nothing was posted and nothing can be read; first it is waited for, if threads are at work.
     bool RunPosted() {

@@ -122,18 +122,30 @@ TEST_F(Documento, LoAdelantadoSeEntregaAunqueSePidaMas) {
 }
 
 TEST_F(Documento, DaCadaTrozoDeUnaHojaGirada) {
-    // Left half red, right half green, the lower quarter blue.
+    // Left half red, right half green, the lower quarter blue; a black stamp that isn't printed.
     const Opened& abierto =
-        Abrir(UnaHoja("", "1 0 0 rg 0 0 100 100 re f 0 1 0 rg 100 0 100 100 re f 0 0 1 rg 0 0 200 25 re f"), 400);
+        Abrir(UnaHoja("/Annots [<< /Type /Annot /Subtype /Stamp /Rect [110 60 120 70] /AP << /N 7 0 R >> >>]",
+                      "1 0 0 rg 0 0 100 100 re f 0 1 0 rg 100 0 100 100 re f 0 0 1 rg 0 0 200 25 re f", "",
+                      {"<< /Subtype /Form /BBox [0 0 9 9]" + Flujo("0 0 9 9 re f").substr(2)}),
+              400);
     ASSERT_EQ(abierto.outcome, Outcome::Good);
     EXPECT_EQ(abierto.pages, 1);
     EXPECT_EQ(abierto.sizes, std::vector<PageSize>({{200, 100}}));
-    const uint32_t rojo = 0xffff0000, verde = 0xff00ff00, azul = 0xff0000ff;
+    const uint32_t rojo = 0xffff0000, verde = 0xff00ff00, azul = 0xff0000ff, negro = 0xff000000;
+    const Rect parte{222, 62, 16, 16};
     const Apoyo::Filas<TileSpec, uint32_t, uint32_t> casos{
+        // Of the same page what is recorded isn't.
+        {{0, 400, 0, parte, false}, negro, negro},
+        {{0, 400, 0, parte, true}, verde, verde},
+        {{0, 800, 0, parte, true}, rojo, rojo},
+        {{0, 800, 2, parte, true}, azul, azul},
         // What was drawn ahead, and a slice of the same; the corners top left and bottom right.
-        {{0, 400, 0, {0, 0, 400, 200}, false}, rojo, azul},  {{0, 400, 0, {150, 0, 100, 100}, false}, rojo, verde},
-        {{0, 200, 1, {0, 0, 200, 400}, false}, azul, verde}, {{0, 400, 2, {0, 0, 400, 200}, false}, azul, rojo},
-        {{0, 200, 3, {0, 0, 200, 400}, false}, verde, azul}, {{0, 200, 3, {0, 220, 140, 100}, true}, rojo, rojo},
+        {{0, 400, 0, {0, 0, 400, 200}, false}, rojo, azul},
+        {{0, 400, 0, {150, 0, 100, 100}, false}, rojo, verde},
+        {{0, 200, 1, {0, 0, 200, 400}, false}, azul, verde},
+        {{0, 400, 2, {0, 0, 400, 200}, false}, azul, rojo},
+        {{0, 200, 3, {0, 0, 200, 400}, false}, verde, azul},
+        {{0, 200, 3, {0, 220, 140, 100}, true}, rojo, rojo},
     };
     for (const auto& [trozo, arriba, abajo] : casos) {
         SCOPED_TRACE(trozo.turn);
@@ -185,9 +197,12 @@ TEST_F(Documento, SeLeeEnSuOrden) {
         // Two columns, written line by line.
         {"BT /F 9 Tf 5 80 Td (uno) Tj 120 0 Td (tres) Tj -120 -10 Td (dos) Tj 120 0 Td (cuatro) Tj ET",
          "uno\ndos\ntres\ncuatro\n"},
+        // Written on its side and turned.
+        {"BT /F 9 Tf 0 1 -1 0 20 10 Tm (uno dos) Tj 0 -20 Td (tres) Tj 50 0 Td (cua) Tj ET", "uno dos\ntres\ncua\n"},
     };
     for (const auto& [contenido, espera] : casos) {
-        Abrir(UnaHoja("", contenido));
+        SCOPED_TRACE(contenido);
+        Abrir(UnaHoja(contenido.find("Tm") < 99 ? "/Rotate 90" : "", contenido));
         const auto [como, texto] = Pedir<PageText>([&](auto hecho) { doc->Text(0, hecho); });
         EXPECT_EQ(Utf8(texto), espera);
         // Letters of a word that is read from the right stand ever farther left.
@@ -282,8 +297,33 @@ TEST_F(Documento, SoloOfreceLoQueLlevaAAlgunSitio) {
     EXPECT_EQ(guardar(0).first, Outcome::Unreadable) << "written over";
 }
 
+// Where a destination is seen; and an outline goes no deeper than anyone reads.
+TEST_F(Documento, LlevaAlSitioQueSeVe) {
+    std::vector<std::string> indice{"<< /First 8 0 R >>"};
+    for (int i = 8; i < 68; ++i)
+        indice.push_back("<< /Title (a) /Dest /Alli /First " + std::to_string(i + 1) + " 0 R >>");
+    const Apoyo::Filas<std::string, std::string, float> casos{{"", "/XYZ 50 60 null", 30},
+                                                              {"/Rotate 90", "/XYZ 50 60 null", 40},
+                                                              {"/Rotate 180", "/XYZ 50 60 null", 50},
+                                                              {"/Rotate -90", "/XYZ 50 60 null", 140},
+                                                              {"/Rotate 90", "/FitH 60", -1},
+                                                              {"/Rotate 90", "/FitV 50", 40},
+                                                              {"", "/FitV 50", -1},
+                                                              {"/Rotate 180", "/FitR 20 30 60 70", 20},
+                                                              {"/Rotate 270", "/FitR 20 30 60 70", 130}};
+    for (const auto& [giro, destino, arriba] : casos) {
+        SCOPED_TRACE(giro + destino);
+        Abrir(UnaHoja("/CropBox [10 10 190 90] " + giro, "",
+                      "/Outlines 7 0 R /Dests << /Alli [3 0 R " + destino + "] >>", indice));
+        const auto entradas = Pedir<std::vector<OutlineItem>>([&](auto hecho) { doc->Outline(hecho); }).second;
+        ASSERT_EQ(entradas.size(), 33U);
+        EXPECT_EQ(entradas[0].target.top, arriba);
+    }
+}
+
 TEST_F(Documento, AbreConContrasena) {
-    const std::string rojo = UnaHoja("", "1 0 0 rg 0 0 200 100 re f");
+    const std::string rojo = UnaHoja("", "1 0 0 rg 0 0 200 100 re f", "/Outlines 7 0 R",
+                                     {"<< /First 8 0 R >>", "<< /Title (a) /Dest [3 0 R /XYZ 0 60 null] >>"});
     Apoyo::EscribirFichero(carpeta / "clara.pdf", rojo);
     using Opciones = std::vector<std::string>;
     const std::string tipo = "--allow-weak-crypto";
@@ -322,6 +362,7 @@ TEST_F(Documento, AbreConContrasena) {
         EXPECT_TRUE(abierto.isProtected);
         EXPECT_EQ(abierto.mayPrint, opciones.back() != "--print=none");
         EXPECT_EQ(abierto.mayPrintWell, opciones.back().substr(0, 7) != "--print");
+        EXPECT_EQ(Pedir<std::vector<OutlineItem>>([&](auto h) { doc->Outline(h); }).second.at(0).target.top, 40);
         // The one that reads has it too, and who follows the one that draws.
         EXPECT_EQ(Pedir<PageText>([&](auto hecho) { doc->Text(0, hecho); }).first, Outcome::Good);
         for (int vez = 0; vez < 2; ++vez) {
@@ -368,12 +409,13 @@ TEST_F(Documento, LoQueNadieQuiereSeDeja) {
     bool llamada = false;
     const auto nunca = [&llamada](Outcome, const Picture&) { llamada = true; };
     const IPages::Id primera = doc->Draw(lenta, nunca);
-    const IPages::Id segunda = doc->Draw({1, 100, 0, {0, 0, 100, 50}}, nunca);
+    const IPages::Id segunda = doc->Draw({0, 100, 0, {0, 0, 100, 50}}, nunca);
     std::this_thread::sleep_for(50ms);
     const auto inicio = std::chrono::steady_clock::now();
     doc->Cancel(primera);
     doc->Cancel(segunda);
     doc->Cancel(77);
+    doc->Cancel(doc->Draw({9, 9, 0, {0, 0, 9, 9}}, nunca));
     EXPECT_EQ(Dibujar(roja).first, Outcome::Good);
     const auto pasado = std::chrono::steady_clock::now() - inicio;
     EXPECT_TRUE(pasado >= 100ms && pasado < 700ms);
@@ -398,7 +440,16 @@ TEST_F(Documento, LoQueNadieQuiereSeDeja) {
 }
 
 TEST_F(Documento, LaMemoriaTieneFondo) {
+    EXPECT_EQ(Abrir("").outcome, Outcome::Unreadable);
+    // What a page drawn ahead doesn't take is free.
+    Abrir(UnaHoja("", ""), 200, {.slots = size_t{33} << 20});
+    const Picture adelantada = Dibujar({0, 200, 0, {0, 0, 200, 100}}).second;
+    EXPECT_EQ(Dibujar({0, 2000, 0, {0, 0, 2000, 1000}}).first, Outcome::Good);
+
     Abrir(LentaYRojas(600) + std::string(5 << 20, '\n'), 0, {.slots = size_t{4} << 20});
+    // The last page ends where the other goes on.
+    Dibujar({600, 800, 0, {0, 0, 9, 9}});
+    EXPECT_EQ(Punto(Dibujar({1, 800, 0, {0, 300, 9, 9}}).second, 4, 4), 0xffff0000);
     const TileSpec grande{1, 1000, 0, {0, 0, 1000, 500}};
     std::vector<Picture> fotos;
     Outcome como = Outcome::Good;
@@ -411,6 +462,7 @@ TEST_F(Documento, LaMemoriaTieneFondo) {
     fotos.clear();
     doc->Shrink();
     EXPECT_EQ(Dibujar(grande).first, Outcome::Good);
+    EXPECT_EQ(Pedir<PageText>([&](auto hecho) { doc->Text(1, hecho); }).first, Outcome::NoMemory);
 
     // Sizes come in blocks; what isn't there isn't told.
     using Medidas = std::vector<PageSize>;

@@ -132,8 +132,8 @@ TEST(Hostil, LosMurosAguantan) {
         {"leer " + std::filesystem::directory_iterator("/usr/share/fonts")->path().string(), 0},
         {"leer " + std::filesystem::directory_iterator("/etc/fonts/conf.d")->path().string(), 0},
     };
-    for (const char* que :
-         {"socket", "kill", "tgkill", "ptrace", "memoria", "execve", "fork", "sendmsg", "codigo", "volverlo"})
+    for (const char* que : {"socket", "kill", "tgkill", "ptrace", "memoria", "execve", "fork", "sendmsg", "recvmsg",
+                            "codigo", "volverlo"})
         casos.emplace_back(que, EPERM);
     const Apoyo::CarpetaTemporal carpeta;
     std::string guion = "muros\n" + Hex({1, Estado::Bien, static_cast<int>(casos.size()), 0, 0}), error;

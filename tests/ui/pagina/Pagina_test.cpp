@@ -148,6 +148,10 @@ TEST_F(Pagina, DibujaLaHojaComoSeVe) {
     // Red at the left, green at the right, blue along the bottom; 10 points of black around the crop box.
     const std::string contenido =
         "0 g 0 0 220 120 re f 1 0 0 rg 10 10 100 100 re f 0 1 0 rg 110 10 100 100 re f 0 0 1 rg 10 10 200 20 re f";
+    // The same as an image that is larger than it is drawn.
+    std::string imagen = "0 g 0 0 220 120 re f q 200 0 0 100 10 10 cm BI /W 80 /H 40 /CS /RGB /BPC 8 /F /AHx ID ";
+    for (int i = 0; i < 80 * 40; ++i) imagen += i >= 80 * 32 ? "0000ff" : i % 80 < 40 ? "ff0000" : "00ff00";
+    imagen += "> EI Q";
     const std::string rojo = "ff0000ff", verde = "00ff00ff", azul = "0000ffff";
     // Its size, and the colours at 5 and 95 hundredths of either direction, in the middle of the other one.
     using S = std::string;
@@ -157,15 +161,17 @@ TEST_F(Pagina, DibujaLaHojaComoSeVe) {
         {"/CropBox [110 10 310 110]", 220, 200, verde, "000000ff", verde, azul},
     };
     for (const auto& [entradas, ancho, alto, izquierda, derecha, arriba, abajo] : casos) {
-        SCOPED_TRACE(entradas);
-        Abrir(ConHojas({{"0 0 220 120", entradas, contenido}}));
-        ASSERT_TRUE(Dibujar(0, ancho)) << error;
-        EXPECT_TRUE(raster.width == ancho && raster.height == alto);
-        ASSERT_EQ(raster.pixels.size(), static_cast<size_t>(raster.width * raster.height * 4));
-        EXPECT_EQ(Color(raster, 4, 45), izquierda);
-        EXPECT_EQ(Color(raster, 96, 45), derecha);
-        EXPECT_EQ(Color(raster, 45, 4), arriba);
-        EXPECT_EQ(Color(raster, 45, 96), abajo);
+        for (const int parte : {1, 10}) {
+            SCOPED_TRACE(entradas + std::to_string(parte));
+            Abrir(ConHojas({{"0 0 220 120", entradas, parte == 1 ? contenido : imagen}}));
+            ASSERT_TRUE(Dibujar(0, ancho / parte)) << error;
+            EXPECT_TRUE(raster.width == ancho / parte && raster.height == alto / parte);
+            ASSERT_EQ(raster.pixels.size(), static_cast<size_t>(raster.width * raster.height * 4));
+            EXPECT_EQ(Color(raster, 4, 45), izquierda);
+            EXPECT_EQ(Color(raster, 96, 45), derecha);
+            EXPECT_EQ(Color(raster, 45, 4), arriba);
+            EXPECT_EQ(Color(raster, 45, 96), abajo);
+        }
     }
 }
 

@@ -23,14 +23,19 @@ std::string_view Clipped(const char* text, size_t most) {
     return {text, n};
 }
 
-// Poppler counts from the bottom of the crop box; not said for a page that lies on its side, whose turn this interface
-// doesn't tell.
-float TopOf(PopplerPage* sheet, double top) {
-    PopplerRectangle crop{};
+// Poppler counts from the left and the bottom of the crop box, before the page is turned. Negative when the destination
+// doesn't say how far from the top of the page as it is seen.
+float TopOf(PopplerPage* sheet, int32_t turn, const PopplerDest& dest) {
+    const bool isPlace = dest.type == POPPLER_DEST_XYZ, isRect = dest.type == POPPLER_DEST_FITR;
+    const bool isAcross = dest.type == POPPLER_DEST_FITV || dest.type == POPPLER_DEST_FITBV;
+    const bool isAlong = dest.type == POPPLER_DEST_FITH || dest.type == POPPLER_DEST_FITBH;
+    const bool hasLeft = isAcross || isRect || (isPlace && dest.change_left != 0);
+    const bool hasTop = isAlong || isRect || (isPlace && dest.change_top != 0);
     PageSize size;
-    poppler_page_get_crop_box(sheet, &crop);
-    if (!PageRenderer::Measure(sheet, size) || std::abs(crop.y2 - crop.y1 - size.height) > 1) return -1;
-    return std::clamp(size.height - static_cast<float>(top), 0.F, size.height);
+    if (turn < 0 || !(turn % 2 == 1 ? hasLeft : hasTop) || !PageRenderer::Measure(sheet, size)) return -1;
+    const double tops[] = {size.height - dest.top, dest.left, isRect ? dest.bottom : dest.top,
+                           size.height - (isRect ? dest.right : dest.left)};
+    return std::clamp(static_cast<float>(tops[turn]), 0.F, size.height);
 }
 
 void ReadDest(const PageRenderer& renderer, const PopplerDest* dest, Target& target) {
@@ -40,11 +45,9 @@ void ReadDest(const PageRenderer& renderer, const PopplerDest* dest, Target& tar
     if (dest != nullptr && dest->page_num >= 1 && dest->page_num <= renderer.PageCount()) {
         target.kind = Target::Kind::Page;
         target.page = dest->page_num - 1;
-        const bool hasTop = dest->type == POPPLER_DEST_FITH || dest->type == POPPLER_DEST_FITBH ||
-                            dest->type == POPPLER_DEST_FITR ||
-                            (dest->type == POPPLER_DEST_XYZ && dest->change_top != 0);
-        const SheetRef sheet = hasTop ? renderer.Sheet(target.page) : nullptr;
-        if (sheet) target.top = TopOf(sheet.get(), dest->top);
+        const bool isWhole = dest->type == POPPLER_DEST_FIT || dest->type == POPPLER_DEST_FITB;
+        const SheetRef sheet = isWhole ? nullptr : renderer.Sheet(target.page);
+        if (sheet) target.top = TopOf(sheet.get(), renderer.TurnOf(target.page), *dest);
     }
     if (named != nullptr) poppler_dest_free(named);
 }

@@ -73,10 +73,10 @@ Estado PageRenderer::Open(int fd, const std::vector<std::string>& passwords) {
         stamped_.reserve(size + stamps.size());
         stamped_.append(original).append(stamps);
     }
-    const std::string_view content = stamped_.empty() ? original : stamped_;
-    Estado state = Load(content, nullptr);
+    content_ = stamped_.empty() ? original : stamped_;
+    Estado state = Load(content_, nullptr);
     for (size_t i = 0; i < passwords.size() && state == Estado::Protegido; ++i)
-        state = Load(content, passwords[i].c_str());
+        state = Load(content_, passwords[i].c_str());
     return state;
 }
 
@@ -120,6 +120,19 @@ bool PageRenderer::Measure(PopplerPage* sheet, PageSize& size) {
     poppler_page_get_size(sheet, &width, &height);
     size = {static_cast<float>(width), static_cast<float>(height)};
     return std::isfinite(size.width) && std::isfinite(size.height) && size.width > 0 && size.height > 0;
+}
+
+// Poppler's interface keeps it to itself.
+int32_t PageRenderer::TurnOf(int page) const {
+    if (!turns_) turns_ = std::make_unique<PageTurns>(content_);
+    if (turns_->Count() == static_cast<size_t>(PageCount())) return turns_->Of(static_cast<size_t>(page));
+    const SheetRef sheet = Sheet(page);
+    PopplerRectangle crop{};
+    PageSize size;
+    if (!sheet || !Measure(sheet.get(), size)) return -1;
+    poppler_page_get_crop_box(sheet.get(), &crop);
+    // In a document that only poppler can read: hardly any page stands on its head.
+    return std::abs(crop.y2 - crop.y1 - size.height) <= 1 ? 0 : -1;
 }
 
 bool PageRenderer::Record(const Peticion& request, const PageSize& size, PopplerPage* sheet) {

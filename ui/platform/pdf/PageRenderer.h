@@ -13,6 +13,7 @@
 
 #include "ayudante/LxProtocolo.h"
 #include "ui/LxPages.h"
+#include "ui/platform/pdf/PageTurns.h"
 
 namespace Lx::Pdf {
 
@@ -46,6 +47,9 @@ class PageRenderer {
     // Of the page as it is seen. False when it has none.
     [[nodiscard]] static bool Measure(PopplerPage* sheet, PageSize& size);
 
+    // Quarter turns, clockwise, that the document gives the page; negative where that can't be told.
+    [[nodiscard]] int32_t TurnOf(int page) const;
+
     // Draws the part that is asked for into `target`; `rows` are how many there are. Where no height was asked for,
     // the part goes to the end of the page, as far as there is room.
     [[nodiscard]] Estado Draw(const Ayudante::Peticion& request, unsigned char* target, int32_t& rows);
@@ -65,7 +69,9 @@ class PageRenderer {
 
     bool isEncrypted_ = false;
     std::string stamped_;  // the bytes that poppler reads, where they aren't the file's own
+    std::string_view content_;
     std::unique_ptr<PopplerDocument, Unref> document_;
+    mutable std::unique_ptr<PageTurns> turns_;  // once they are asked for
     Recording recording_;
 };
 

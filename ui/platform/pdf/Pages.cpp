@@ -64,7 +64,7 @@ std::unique_ptr<Pages>& Begun() {
 Crew::Limits LimitsOfReading(Crew::Limits limits) {
     limits.underway = 1;
     limits.spare = false;
-    limits.slots = size_t{48} << 20;
+    limits.slots = std::min(limits.slots, size_t{48} << 20);
     return limits;
 }
 

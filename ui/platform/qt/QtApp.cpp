@@ -178,6 +178,10 @@ void CQtApp::Unwatch(unsigned id) {
     watched_.erase(watched);
 }
 
+std::string CQtApp::Clipboard() {
+    return QGuiApplication::clipboard()->text().toStdString();
+}
+
 void CQtApp::SetClipboard(const std::string& utf8) {
     QGuiApplication::clipboard()->setText(QString::fromStdString(utf8));
 }

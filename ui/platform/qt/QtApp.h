@@ -37,6 +37,7 @@ class CQtApp : public CAppBackend {
     unsigned Watch(int fd, std::function<void()> ready) override;
     void Unwatch(unsigned id) override;
     void SetClipboard(const std::string& utf8) override;
+    [[nodiscard]] std::string Clipboard() override;
 
     [[nodiscard]] CQtFonts& Fonts() { return fonts_; }
 
