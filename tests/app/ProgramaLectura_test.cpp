@@ -83,11 +83,11 @@ TEST_F(Programa, SeVeLaFirmaHecha) {
     ElegirPkcs12();
     Clic(kFirmar);
     const std::string todo = Ve("notification.Firmado: contrato_firmao.pdf");
-    EXPECT_THAT(todo, HasSubstr("label|Firmado ahora por Ana"));
+    EXPECT_THAT(todo, HasSubstr("label|Firmado ahora por «Ana"));
     EXPECT_THAT(todo, HasSubstr("button|Mostrar en la carpeta"));
     programa_.reset();
     Abrir("contrato_firmao.pdf");
-    Ve("label.Contiene 1 firma, sin comprobar: según el documento, de Ana");
+    Ve("label.Contiene 1 firma, sin comprobar: según el documento, de «Ana");
     Ve("notification.El documento ya tiene una firma");
 }
 
