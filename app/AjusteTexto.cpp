@@ -1,6 +1,7 @@
 #include "app/AjusteTexto.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "ui/LxCanvas.h"
@@ -8,6 +9,15 @@
 namespace Orvanta {
 
 namespace {
+
+// Controls, and what has no width or turns the direction of writing about. Of one length in UTF-8, bytes keep the
+// order.
+constexpr struct {
+    const char *desde, *hasta;
+} kEnganosos[] = {
+    {"\u0080", "\u009f"}, {"\u061c", "\u061c"}, {"\u200b", "\u200f"},
+    {"\u2028", "\u202e"}, {"\u2060", "\u206f"}, {"\ufeff", "\ufeff"},
+};
 
 [[nodiscard]] bool EsContinuacion(char c) {
     return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
@@ -80,10 +90,19 @@ std::string NombreFichero(const std::string& ruta) {
     return barra == ruta.npos ? ruta : ruta.substr(barra + 1);
 }
 
-std::string SinControl(std::string texto) {
-    for (char& c : texto)
-        if (static_cast<unsigned char>(c) < ' ' || c == '\x7f') c = ' ';
-    return texto;
+std::string SinControl(const std::string& texto, bool lineas) {
+    std::string salida;
+    for (size_t i = 0; i < texto.size();) {
+        const size_t fin = i + std::min(FinDeCaracteres(std::string_view(texto).substr(i), 1), texto.size() - i);
+        const std::string caracter = texto.substr(i, fin - i);
+        i = fin;
+        const bool control = static_cast<unsigned char>(caracter[0]) < ' ' || caracter[0] == '\x7f';
+        const bool engana = std::any_of(std::begin(kEnganosos), std::end(kEnganosos), [&](const auto& f) {
+            return caracter.size() == std::string_view(f.desde).size() && caracter >= f.desde && caracter <= f.hasta;
+        });
+        if (!engana) salida += control && !(lineas && caracter == "\n") ? " " : caracter;
+    }
+    return salida;
 }
 
 bool Cabe(const std::string& texto, int tamano, int ancho) {

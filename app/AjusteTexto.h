@@ -16,8 +16,9 @@ namespace Orvanta {
 // What stands after the last "/" or "\"; the whole path without one.
 [[nodiscard]] std::string NombreFichero(const std::string& ruta);
 
-// What a name that others gave is shown as: without line feeds and the like.
-[[nodiscard]] std::string SinControl(std::string texto);
+// What a name that others gave is shown as: without line feeds and the like (with `lineas` these stay), nor what turns
+// the direction of writing about or is not seen.
+[[nodiscard]] std::string SinControl(const std::string& texto, bool lineas = false);
 
 // Whether the text is at most `ancho` pixels wide on one line in the system's font.
 [[nodiscard]] bool Cabe(const std::string& texto, int tamano, int ancho);

@@ -24,9 +24,13 @@ constexpr int kPasos = 20;  // of a bar without an end, from side to side
 
 }  // namespace
 
+Lx::Color CAviso::Color() const {
+    if (progreso_ || tono_ == Tono::Informa) return Lx::ThemeColor(Lx::ColorRole::Accent);
+    return paleta_[tono_ == Tono::Error ? Paleta::kError : Paleta::kExito];
+}
+
 void CAviso::OnPaint(Lx::CCanvas* canvas) {
-    const Lx::Color color =
-        progreso_ ? Lx::ThemeColor(Lx::ColorRole::Accent) : paleta_[error_ ? Paleta::kError : Paleta::kExito];
+    const Lx::Color color = Color();
     canvas->FillRoundRect(rect, kRadio, paleta_[Paleta::kPanel]);
     canvas->FillRect({rect.x, rect.y + kMargen / 2, kFranja, rect.h - kMargen}, color);
     canvas->DrawRoundRect(rect, kRadio, HasFocus() ? color : paleta_[Paleta::kBorde], 1);
@@ -111,8 +115,8 @@ void CAviso::PonerBotonAccion(Lx::CButton* boton) {
     };
 }
 
-void CAviso::Mostrar(const std::string& texto, bool error, Accion accion) {
-    error_ = error;
+void CAviso::Mostrar(const std::string& texto, Tono tono, Accion accion) {
+    tono_ = tono;
     progreso_ = false;
     accion_ = std::move(accion);
     if (botonAccion_ != nullptr) botonAccion_->SetText(accion_.texto);
@@ -128,7 +132,7 @@ void CAviso::MostrarProgreso(const std::string& texto, double parte) {
 }
 
 void CAviso::Ensenar(const std::string& texto) {
-    texto_ = texto;
+    texto_ = Orvanta::SinControl(texto, true);
     visible = true;
     Colocar(franja_, arriba_);
 }

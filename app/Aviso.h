@@ -10,6 +10,8 @@
 
 class CAviso : public Lx::CControl {
   public:
+    // What a message is; it gives the notice its colour. Only what was done and is certain is an achievement.
+    enum class Tono { Informa, Logro, Error };
     // What can be done about a message, on a button that stands in it.
     struct Accion {
         std::string texto;  // empty: nothing
@@ -33,7 +35,7 @@ class CAviso : public Lx::CControl {
     void PonerBoton(Lx::CButton* boton);
     void PonerBotonAccion(Lx::CButton* boton);
 
-    void Mostrar(const std::string& texto, bool error, Accion accion = {});
+    void Mostrar(const std::string& texto, Tono tono, Accion accion = {});
     // `parte` goes from 0 to 1; negative: nobody knows. Without a text the notice goes.
     void MostrarProgreso(const std::string& texto, double parte);
     [[nodiscard]] bool EnProgreso() const { return visible && progreso_; }
@@ -46,6 +48,7 @@ class CAviso : public Lx::CControl {
     void ColocarBoton(Lx::CButton* boton, bool toca, int ancho, int derecha) const;
     void PintarBarra(Lx::CCanvas& canvas) const;
     void PintarCruz(Lx::CCanvas& canvas) const;
+    [[nodiscard]] Lx::Color Color() const;
 
     Orvanta::Paleta::Colores paleta_;
     Lx::CControl* despues_;
@@ -54,7 +57,7 @@ class CAviso : public Lx::CControl {
     Accion accion_;
     std::string texto_;
     std::string lineas_;
-    bool error_ = false;
+    Tono tono_ = Tono::Informa;
     bool progreso_ = false;
     double parte_ = -1;
     int paso_ = 0;  // of a bar that only shows that something goes on

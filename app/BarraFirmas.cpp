@@ -12,6 +12,7 @@ namespace {
 constexpr int kTamano = 12;
 constexpr int kMargen = 10;
 constexpr int kFranja = 4;
+constexpr size_t kNombres = 6;  // that are told
 
 [[nodiscard]] std::string Enumerar(const std::vector<std::string>& nombres) {
     std::string texto;
@@ -20,19 +21,38 @@ constexpr int kFranja = 4;
     return texto;
 }
 
+// A name is what somebody wrote: it stands in quotes that it can't close, and can't push what comes after it away.
+[[nodiscard]] std::string Citado(const std::string& nombre) {
+    constexpr size_t kLargo = 60;
+    std::string texto = Orvanta::SinControl(nombre);
+    for (const char* comilla : {"«", "»"})
+        for (size_t i = 0; (i = texto.find(comilla, i)) != texto.npos;) texto.replace(i, 2, "'");
+    const size_t fin = Orvanta::FinDeCaracteres(texto, kLargo);
+    return "«" + (fin < texto.size() ? texto.substr(0, fin) + "…" : texto) + "»";
+}
+
+[[nodiscard]] std::vector<std::string> Citados(std::vector<std::string> nombres) {
+    for (std::string& nombre : nombres) nombre = Citado(nombre);
+    return nombres;
+}
+
 [[nodiscard]] std::string Cuantas(size_t n) {
     return n == 1 ? "1 firma" : std::to_string(n) + " firmas";
 }
 
 [[nodiscard]] std::string TextoDe(const std::vector<FirmaAnterior>& firmas, const std::vector<std::string>& aqui) {
-    std::string texto = aqui.empty() ? "" : "Firmado ahora por " + Enumerar(aqui) + ". ";
+    std::string texto = aqui.empty() ? "" : "Firmado ahora por " + Enumerar(Citados(aqui)) + ". ";
     const size_t ajenas = firmas.size() - std::min(firmas.size(), aqui.size());
     if (ajenas == 0) return texto;
     std::vector<std::string> nombres;
     for (size_t i = 0; i < ajenas; ++i) {
-        std::string nombre = firmas[i].sello ? "sello de tiempo" : firmas[i].nombre;
-        if (!nombre.empty() && std::find(nombres.begin(), nombres.end(), nombre) == nombres.end())
-            nombres.push_back(std::move(nombre));
+        if (!firmas[i].sello && firmas[i].nombre.empty()) continue;
+        std::string nombre = firmas[i].sello ? "un sello de tiempo" : Citado(firmas[i].nombre);
+        if (std::find(nombres.begin(), nombres.end(), nombre) == nombres.end()) nombres.push_back(std::move(nombre));
+    }
+    if (nombres.size() > kNombres) {
+        nombres.resize(kNombres - 1);
+        nombres.emplace_back("otros");
     }
     texto += (aqui.empty() ? "Contiene " : "Contiene además ") + Cuantas(ajenas) + ", sin comprobar";
     return texto + (nombres.empty() ? "." : ": según el documento, de " + Enumerar(nombres) + ".");

@@ -24,7 +24,8 @@ CCambiosDisco::Marca CCambiosDisco::MarcaDe(const std::string& ruta) {
     struct stat d {};
     if (stat(ruta.c_str(), &d) != 0) return {};
     constexpr long long kSegundo = 1'000'000'000;
-    return {true, d.st_dev, d.st_ino, d.st_size, d.st_mtim.tv_sec * kSegundo + d.st_mtim.tv_nsec};
+    const auto nanos = [](const timespec& t) { return t.tv_sec * kSegundo + t.tv_nsec; };
+    return {true, d.st_dev, d.st_ino, d.st_size, nanos(d.st_mtim), nanos(d.st_ctim)};
 }
 
 // The folder is watched, for programs put a new file in the place of the old one. What a link leads to counts.

@@ -18,7 +18,8 @@ class CCambiosDisco {
         dev_t disco = 0;
         ino_t numero = 0;
         off_t bytes = 0;
-        long long momento = 0;  // of its last change, in nanoseconds
+        long long momento = 0;   // of its last change, in nanoseconds
+        long long registro = 0;  // of what the system noted of it, which no program can set back
 
         bool operator==(const Marca&) const = default;
     };

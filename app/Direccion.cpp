@@ -31,4 +31,13 @@ std::string DireccionSegura(const std::string& direccion, std::string& error) {
     return error.empty() ? segura : std::string();
 }
 
+std::string SitioDe(const std::string& direccion) {
+    const size_t barras = direccion.find("://");
+    if (barras == direccion.npos) return {};
+    std::string sitio = direccion.substr(barras + 3);
+    sitio = sitio.substr(0, sitio.find_first_of("/\\?#"));
+    const size_t arroba = sitio.rfind('@');
+    return arroba == sitio.npos ? sitio : sitio.substr(arroba + 1);
+}
+
 }  // namespace Orvanta

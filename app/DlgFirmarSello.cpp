@@ -88,7 +88,8 @@ void CDlgFirmar::RevisarPaginas(bool escritas) {
 // --- Where the signed copy goes
 
 void CDlgFirmar::MontarDestino() {
-    Etiqueta("Documento: " + Orvanta::NombreFichero(documento_), {16, 403, 290, 15}, Paleta::kTextoSuave, 11);
+    Etiqueta("Documento: " + Orvanta::SinControl(Orvanta::NombreFichero(documento_)), {16, 403, 290, 15},
+             Paleta::kTextoSuave, 11);
     fraseDestino_ = Etiqueta("", {16, 414, 290, 30}, Paleta::kTextoSuave, 11);
     guardarComo_ = AddButton("Guardar como…", {314, 408, 116, 28});
     Paleta::VestirBoton(*guardarComo_, paleta_, false);
@@ -102,8 +103,9 @@ void CDlgFirmar::RevisarDestino() {
     std::string frase = "No se puede guardar ahí: elige otro sitio con\n\"Guardar como…\".";
     if (destinoBueno_) {
         const std::string carpeta = Lx::Firma::CarpetaDe(ruta);
-        frase = (reemplazar_ ? "Sustituirá a " : "Se guardará como ") + Orvanta::NombreFichero(ruta) + "\nen " +
-                Orvanta::ConFinal(carpeta, kCaracteres);
+        frase = (reemplazar_ ? "Sustituirá a " : "Se guardará como ") +
+                Orvanta::SinControl(Orvanta::NombreFichero(ruta)) + "\nen " +
+                Orvanta::ConFinal(Orvanta::SinControl(carpeta), kCaracteres);
     }
     fraseDestino_->SetTextColor(paleta_[fallo ? Paleta::kError : Paleta::kTextoSuave]);
     fraseDestino_->SetText(frase);

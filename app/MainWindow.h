@@ -182,7 +182,8 @@ class CMainWindow : public Lx::CWindow {
     void AnotarReciente();
     void GuardarLugar();
     void PonerEstado(const std::string& texto, bool error);
-    void Avisar(const std::string& texto, bool error, CAviso::Accion accion = {});
+    void Avisar(const std::string& texto, bool error);
+    void Avisar(const std::string& texto, CAviso::Tono tono, CAviso::Accion accion);
     [[nodiscard]] bool HayDocumento() const;
     // A dialog that may not be left behind by the end of the window.
     [[nodiscard]] int Preguntar(Lx::CDialog& dialogo);

@@ -31,6 +31,8 @@ constexpr const char* kProtegido =
     "está permitido, imprímelo a un PDF nuevo y firma ese.";
 
 constexpr std::chrono::milliseconds kPosarse{500};
+constexpr int kLetraHoja = 13, kLetraMinima = 8;  // of the page edit; large numbers are written small
+constexpr int kMargenHoja = 20;                   // what the edit keeps free of text
 
 // The number at the start of a text, as scanf's %d reads it; one that is too large counts as the largest.
 [[nodiscard]] bool LeerNumero(const std::string& texto, int& n) {
@@ -161,7 +163,8 @@ void CMainWindow::OnAbierto(const Lx::Pdf::Opened& como) {
     if (panel_->visible) panel_->Rebuild();
     if (como.outcome != Outcome::Good) {
         OnPagina(0, 0);
-        return MostrarEstado("Error al abrir " + pedido_.ruta + ": " + visor_->GetLastError(), true);
+        return MostrarEstado("Error al abrir " + Orvanta::SinControl(pedido_.ruta) + ": " + visor_->GetLastError(),
+                             true);
     }
     documento_ = pedido_.ruta;
     bienvenida_ = pedido_.bienvenida;
@@ -188,7 +191,9 @@ void CMainWindow::PedirLectura() {
     else if (std::exchange(recarga_, std::nullopt))
         Avisar("El documento ha cambiado en el disco y ahora pide una contraseña: se sigue viendo lo que había.", true);
     else
-        MostrarEstado("Error al abrir " + pedido_.ruta + ": está protegido y no se dio su contraseña.", true);
+        MostrarEstado(
+            "Error al abrir " + Orvanta::SinControl(pedido_.ruta) + ": está protegido y no se dio su contraseña.",
+            true);
     Lx::Limpiar(clave);
 }
 
@@ -222,6 +227,8 @@ void CMainWindow::Examinar(std::function<void()> luego) {
 }
 
 void CMainWindow::AlExaminar() {
+    // It has fewer than were made here: another document has taken its place.
+    if (examen_->firmas.size() < firmadoAqui_.size()) firmadoAqui_.clear();
     PonerFirmas();
     if (const auto luego = std::exchange(trasExamen_, nullptr)) {
         aviso_->Quitar();
@@ -299,8 +306,10 @@ void CMainWindow::OnGuardarAdjunto(int cual, const Lx::Pdf::Attachment& adjunto)
     const std::string ruta = dialogo.GetPath();
     visor_->Pages()->SaveAttachment(cual, ruta, [this, ruta](Outcome como, const std::string& frase) {
         if (como != Outcome::Good) return Avisar(frase, true);
-        Avisar("El fichero adjunto se ha guardado en " + ruta + ". Ábrelo solo si te fías de quien hizo el documento.",
-               false, {"Mostrar en la carpeta", [ruta] { Lx::LxApp::s_pApp->backend->ShowInFolder(ruta); }});
+        Avisar("El fichero adjunto se ha guardado en " + Orvanta::SinControl(ruta) +
+                   ". Ábrelo solo si te fías de quien hizo el documento.",
+               CAviso::Tono::Informa,
+               {"Mostrar en la carpeta", [ruta] { Lx::LxApp::s_pApp->backend->ShowInFolder(ruta); }});
     });
 }
 
@@ -308,8 +317,11 @@ void CMainWindow::OnEnlace(const std::string& direccion) {
     std::string error;
     const std::string segura = Orvanta::DireccionSegura(direccion, error);
     if (segura.empty()) return Avisar(error, true);
+    const std::string sitio = Orvanta::SitioDe(segura);
     CPregunta pregunta(this, paleta_,
-                       {"Abrir un enlace", "El documento quiere abrir esta dirección en otro programa:\n" + segura,
+                       {"Abrir un enlace",
+                        "El documento quiere abrir esta dirección en otro programa:\n" + segura +
+                            (sitio.empty() ? "" : "\nEl sitio al que lleva es: " + sitio),
                         "Abrir", "No abrir"});
     if (Preguntar(pregunta) == Lx::kAccepted && !Lx::LxApp::s_pApp->backend->OpenAddress(segura))
         Avisar("No se pudo abrir la dirección: no hay ningún programa para ella.", true);
@@ -332,7 +344,7 @@ void CMainWindow::GuardarLugar() {
 void CMainWindow::PonerEstado(const std::string& texto, bool error) {
     estadoError_ = error;
     estado_->SetTextColor(Lx::ThemeColor(error ? Lx::ColorRole::AppErrorOnFooter : Lx::ColorRole::AppOnFooter));
-    estado_->SetText(texto);
+    estado_->SetText(Orvanta::SinControl(texto));
 }
 
 void CMainWindow::MostrarEstado(const std::string& texto, bool error) {
@@ -341,10 +353,14 @@ void CMainWindow::MostrarEstado(const std::string& texto, bool error) {
     Invalidate(nullptr);
 }
 
-void CMainWindow::Avisar(const std::string& texto, bool error, CAviso::Accion accion) {
+void CMainWindow::Avisar(const std::string& texto, bool error) {
+    Avisar(texto, error ? CAviso::Tono::Error : CAviso::Tono::Informa, {});
+}
+
+void CMainWindow::Avisar(const std::string& texto, CAviso::Tono tono, CAviso::Accion accion) {
     paginaDelAviso_ = visor_->GetCurrentPage();
     momentoDelAviso_ = std::chrono::steady_clock::now();
-    aviso_->Mostrar(texto, error, std::move(accion));
+    aviso_->Mostrar(texto, tono, std::move(accion));
     ColocarAviso();
 }
 
@@ -387,7 +403,11 @@ void CMainWindow::OnPagina(int actual, int total) {
 
 void CMainWindow::PonerHoja() {
     const bool hay = paginas_ >= 1;
-    hoja_->SetText(hay ? std::to_string(pagina_ + 1) + " / " + std::to_string(paginas_) : "0 / 0");
+    const std::string texto = hay ? std::to_string(pagina_ + 1) + " / " + std::to_string(paginas_) : "0 / 0";
+    int tamano = kLetraHoja;
+    while (tamano > kLetraMinima && !Orvanta::Cabe(texto, tamano, hoja_->rect.w - kMargenHoja)) --tamano;
+    hoja_->SetStyle("text-align:center; font-size:" + std::to_string(tamano));
+    hoja_->SetText(texto);
     for (Lx::CButton* b : {primero_, anterior_}) b->SetEnabled(pagina_ > 0);
     for (Lx::CButton* b : {siguiente_, ultimo_}) b->SetEnabled(hay && pagina_ < paginas_ - 1);
 }

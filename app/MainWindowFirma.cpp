@@ -120,6 +120,7 @@ bool CMainWindow::ElegirCertificado(Firma::Encargo& encargo) {
     encargo.modo = dialogo.ModoSello();
     encargo.paginas = dialogo.Paginas();
     encargo.paginasVistas = visor_->GetPageCount();
+    encargo.esElVisto = [ruta = documento_, visto = pedido_.marca] { return CCambiosDisco::MarcaDe(ruta) == visto; };
     encargo.salida = dialogo.Salida();
     encargo.reemplazar = dialogo.Reemplazar();
     carpeta_ = dialogo.Carpeta();
@@ -149,11 +150,15 @@ void CMainWindow::ContarResultado(const Firma::Firmados& firmados, const std::st
 }
 
 void CMainWindow::AvisarFirmado(const LxPdfSigner::Resultado& r, const std::string& pero) {
-    std::string frase = "Firmado: " + r.salida + "  (" + std::to_string(r.bytes) + " bytes)";
+    std::string frase = "Firmado: " + Orvanta::SinControl(r.salida) + "  (" + std::to_string(r.bytes) + " bytes)";
     if (!r.nota.empty()) frase += "  [" + r.nota + "]";
     if (!r.aviso.empty()) frase += " " + r.aviso;
     if (!pero.empty()) frase += "\n" + pero;
-    Avisar(frase, !pero.empty(),
+    // What came out otherwise than was asked for is told without the colour of what is well.
+    const auto tono = !pero.empty()     ? CAviso::Tono::Error
+                      : r.aviso.empty() ? CAviso::Tono::Logro
+                                        : CAviso::Tono::Informa;
+    Avisar(frase, tono,
            {"Mostrar en la carpeta", [ruta = r.salida] { Lx::LxApp::s_pApp->backend->ShowInFolder(ruta); }});
 }
 

@@ -166,9 +166,21 @@ LxPdfSigner::Resultado FirmarDocumentos::Intentar(const Hecho& hecho, const std:
         };
     }
     const X509::Certificado& cert = encargo_.elegida.cert;
-    if (encargo_.texto)
-        return LxPdfSigner::Crear(salida, *encargo_.texto, cert, firmante_->Callback(), encargo_.meta, opciones);
-    return LxPdfSigner::Firmar(hecho.entrada, salida, cert, firmante_->Callback(), encargo_.meta, opciones);
+    bool otro = false;
+    LxPdfSigner::Callback clave = firmante_->Callback();
+    if (encargo_.esElVisto) {
+        clave = [this, &otro, suya = clave](const std::vector<unsigned char>& datos, std::string& mensaje) {
+            otro = !encargo_.esElVisto();
+            return otro ? std::vector<unsigned char>() : suya(datos, mensaje);
+        };
+    }
+    if (encargo_.texto) return LxPdfSigner::Crear(salida, *encargo_.texto, cert, clave, encargo_.meta, opciones);
+    LxPdfSigner::Resultado r = LxPdfSigner::Firmar(hecho.entrada, salida, cert, clave, encargo_.meta, opciones);
+    if (otro) {
+        r.motivo = Motivo::Cambiado;
+        r.error = "No se firma: el documento ha cambiado en el disco después de que se leyera.";
+    }
+    return r;
 }
 
 }  // namespace Lx::Firma

@@ -30,6 +30,9 @@ struct Encargo {
     // Pages that the person has seen the document have. Where the signer finds another number it signs nothing
     // (Motivo::PaginasDistintas): the person would sign something else. Below 1: not known.
     int32_t paginasVistas = 0;
+    // Whether the document is still the one that the person has seen. Asked on the job's thread when all of it has been
+    // read and before the key is used; false is Motivo::Cambiado. Empty: not known.
+    std::function<bool()> esElVisto{};
 };
 
 // What became of a document. `r.motivo` is never Ninguno for one that was not signed.

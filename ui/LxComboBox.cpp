@@ -48,7 +48,7 @@ CComboBox::CComboBox() : scroll_(std::make_unique<ScrollBar>()) {}
 CComboBox::~CComboBox() = default;
 
 bool CComboBox::IsOverlayPaint() const {
-    return true;
+    return open_;
 }
 
 void CComboBox::OnEvent(Event& ev) {

@@ -1,6 +1,8 @@
 #include "ui/LxFileDialog.h"
 
+#include <filesystem>
 #include <string_view>
+#include <system_error>
 
 namespace Lx {
 
@@ -32,7 +34,9 @@ void CFileDialog::SetFilter(const std::string& patterns) {
 }
 
 void CFileDialog::SetInitialPath(const std::string& path) {
-    initial_ = path;
+    std::error_code failed;
+    const std::string whole = path.empty() ? path : std::filesystem::absolute(path, failed).string();
+    initial_ = failed ? path : whole;
 }
 
 void CFileDialog::SetSave(bool save) {

@@ -56,17 +56,18 @@ TEST_F(Programa, BuscaYRecuerda) {
 
 // Each document its own window and its own helper; the last one that closes ends the program.
 TEST_F(Programa, VariasVentanas) {
-    ASSERT_EQ(Guion("cp contrato.pdf a.pdf && qpdf --encrypt leer jefe 256 -- contrato.pdf b.pdf").codigo, 0);
+    ASSERT_EQ(Guion("cp contrato.pdf a.pdf && qpdf --encrypt para-leer-9 jefe 256 -- contrato.pdf b.pdf").codigo, 0);
     Lanzar("exec $V a.pdf b.pdf");
     Espera("Documento protegido");
     pantalla_.Teclear("mala");
     pantalla_.Pulsar("Return");
     Ve("label.La contraseña no es correcta");
     Espera("Documento protegido");
-    pantalla_.Teclear("leer");
+    pantalla_.Teclear("para-leer-9");
     pantalla_.Pulsar("Return");
     Ve(R"(label.b\.pdf\|)");
     Ve("notification.*protegid");
+    EXPECT_FALSE(EstaEnMemoria(programa_->Pid(), "para-leer-9"));
     EXPECT_THAT(Ve(R"(label.a\.pdf\|)"), HasSubstr("1 / 1"));
     Espera("Velmora 2026");
     pantalla_.Pulsar("ctrl+w");
@@ -82,11 +83,11 @@ TEST_F(Programa, SeVeLaFirmaHecha) {
     ElegirPkcs12();
     Clic(kFirmar);
     const std::string todo = Ve("notification.Firmado: contrato_firmao.pdf");
-    EXPECT_THAT(todo, HasSubstr("label|Firmado ahora por Ana"));
+    EXPECT_THAT(todo, HasSubstr("label|Firmado ahora por «Ana"));
     EXPECT_THAT(todo, HasSubstr("button|Mostrar en la carpeta"));
     programa_.reset();
     Abrir("contrato_firmao.pdf");
-    Ve("label.Contiene 1 firma, sin comprobar: según el documento, de Ana");
+    Ve("label.Contiene 1 firma, sin comprobar: según el documento, de «Ana");
     Ve("notification.El documento ya tiene una firma");
 }
 

@@ -72,6 +72,12 @@ TEST(Direccion, SoloLoQueSePuedeComprobar) {
         EXPECT_EQ(Orvanta::DireccionSegura(direccion, error), segura) << direccion;
         EXPECT_EQ(error.empty(), !segura.empty());
     }
+    for (const auto& [direccion, sitio] :
+         Apoyo::Filas<std::string, std::string>{{"https://banco.es@malo.es:8/banco.es?a@banco.es", "malo.es:8"},
+                                                {"http://malo.es\\@banco.es", "malo.es"},
+                                                {"https://a@b@malo.es#@banco.es", "malo.es"},
+                                                {"mailto:ana@a.es", ""}})
+        EXPECT_EQ(Orvanta::SitioDe(direccion), sitio);
 }
 
 class Propio : public testing::Test {

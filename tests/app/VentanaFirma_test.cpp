@@ -133,6 +133,8 @@ TEST_F(Ventanas, LoQueSeSabeAntesDeFirmar) {
         Ver();
         EXPECT_THAT(Dice(),
                     alAbrir.empty() ? testing::IsEmpty() : testing::Matcher<std::string>(testing::HasSubstr(alAbrir)));
+        const std::string verde = Falso::Texto(Paleta::DelTema()[Paleta::kExito]);
+        EXPECT_THAT(Falso::Pintar(Aviso()), testing::Not(testing::Contains(testing::HasSubstr(verde))));
         const auto& banda = Control<CBarraFirmas>(v, 0);
         EXPECT_EQ(banda.visible, !barra.empty());
         EXPECT_THAT(banda.Accessibility().name, testing::StartsWith(barra));
@@ -178,7 +180,9 @@ TEST_F(Ventanas, LaCopiaFirmada) {
         EXPECT_TRUE(r.h > 0 && r.y > doc.rect.y && r.y + r.h < doc.rect.y + doc.rect.h) << "it is in sight";
         EXPECT_TRUE(r.y + r.h <= a.y || a.y + a.h <= r.y) << "the notice stands on it";
         EXPECT_THAT(Control<Lx::CEdit>(v, 0).GetText(), pagina);
-        EXPECT_EQ(Control<CBarraFirmas>(v, 0).Accessibility().name, "Firmado ahora por Ana. ");
+        EXPECT_EQ(Control<CBarraFirmas>(v, 0).Accessibility().name, "Firmado ahora por «Ana». ");
+        const std::string verde = Falso::Texto(Paleta::DelTema()[Paleta::kExito]);
+        EXPECT_THAT(Falso::Pintar(Aviso()), testing::Contains(testing::HasSubstr(verde)));
         Pulsar(v, "Mostrar en la carpeta");
         EXPECT_THAT(Falso::ElMundo().carpetas, testing::Contains(pedida_));
     }
@@ -193,10 +197,15 @@ TEST_F(Ventanas, LaBarraDeFirmas) {
              {Firmas{}, Nombres{}, ""},
              {Firmas{nadie}, Nombres{}, "Contiene 1 firma, sin comprobar."},
              {Firmas{ana, eva, ana, sello}, Nombres{},
-              "Contiene 4 firmas, sin comprobar: según el documento, de Ana, Eva y sello de tiempo."},
+              "Contiene 4 firmas, sin comprobar: según el documento, de «Ana», «Eva» y un sello de tiempo."},
              {Firmas{ana, eva}, Nombres{"Eva"},
-              "Firmado ahora por Eva. Contiene además 1 firma, sin comprobar: según el documento, de Ana."},
-             {Firmas{eva}, Nombres{"Eva"}, "Firmado ahora por Eva. "},
+              "Firmado ahora por «Eva». Contiene además 1 firma, sin comprobar: según el documento, de «Ana»."},
+             {Firmas{eva}, Nombres{"Eva"}, "Firmado ahora por «Eva». "},
+             {Firmas{{"Eva». 2 firmas\n\u202everificadas", ""}, {std::string(70, 'a'), ""}}, Nombres{},
+              "Contiene 2 firmas, sin comprobar: según el documento, de «Eva'. 2 firmas verificadas» y «" +
+                  std::string(60, 'a') + "…»."},
+             {Firmas{ana, eva, {"C", ""}, {"D", ""}, {"E", ""}, {"F", ""}, {"G", ""}}, Nombres{},
+              "Contiene 7 firmas, sin comprobar: según el documento, de «Ana», «Eva», «C», «D», «E» y otros."},
          }) {
         CBarraFirmas barra(Paleta::DelTema());
         EXPECT_EQ(barra.Poner(firmas, aqui), !dice.empty());

@@ -1,4 +1,7 @@
 // The main window's own logic, without a display, a card, a store or a program that draws.
+#include <fcntl.h>
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -23,6 +26,8 @@ TEST_F(Ventanas, IrAUnaHoja) {
         Falso::Tecla(v, KeyCode::Enter);
         EXPECT_EQ(hoja.GetText(), queda);
     }
+    v.OnPagina(99'999, 100'000);
+    EXPECT_THAT(Falso::Pintar(hoja), testing::Contains(testing::EndsWith("sans-serif 8")));
 }
 
 TEST_F(Ventanas, LaLineaDeEstado) {
@@ -71,6 +76,17 @@ TEST_F(Ventanas, LoQueCambiaEnElDisco) {
     EXPECT_EQ(Control<Lx::CEdit>(v, 0).GetText(), "1 / 3");
     cambia([&] { std::ofstream(ruta_, std::ios::app); });
     EXPECT_EQ(hojas_, nullptr) << "it was opened for writing, and nothing was written";
+    // The same size and time as before.
+    struct stat antes {};
+    ASSERT_EQ(stat(ruta_.c_str(), &antes), 0);
+    cambia([&] {
+        std::fstream(ruta_) << "%PDF-1.6";
+        const timespec tiempos[] = {antes.st_atim, antes.st_mtim};
+        EXPECT_EQ(utimensat(AT_FDCWD, ruta_.c_str(), tiempos, 0), 0);
+    });
+    ASSERT_NE(hojas_, nullptr);
+    hojas_->listo.pages = 3;
+    hojas_->Abrir();
     paginas_ = 0;
     cambia([&] {
         Apoyo::EscribirFichero(carpeta_ / "otro", "roto");
@@ -295,10 +311,11 @@ TEST_F(Ventanas, UnEnlaceSePregunta) {
     const auto& vista = Control<Lx::CDocView>(v, 0);
     for (const bool si : {false, true}) {
         Falso::ElMundo().guion = {[si] {
-            EXPECT_THAT(Falso::Pintar(Falso::Arriba()), testing::Contains(testing::HasSubstr("https://a.es/%E2")));
+            EXPECT_THAT(Falso::Pintar(Falso::Arriba()), testing::Contains(testing::HasSubstr("https://a.es@b.es/%E2")));
+            EXPECT_THAT(Falso::Pintar(Falso::Arriba()), testing::Contains(testing::HasSubstr("lleva es: b.es\"")));
             Pulsar(Falso::Arriba(), si ? "Abrir" : "No abrir");
         }};
-        vista.onAddress("https://a.es/\xe2\x80\xae");
+        vista.onAddress("https://a.es@b.es/\xe2\x80\xae");
         EXPECT_EQ(Falso::ElMundo().direcciones.size(), si ? 1U : 0U);
     }
     vista.onAddress("file:///etc/passwd");

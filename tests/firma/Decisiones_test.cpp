@@ -208,9 +208,13 @@ TEST(Firmar, UnTrabajoConUnaClaveDeVerdad) {
     Encargo otras = encargo;
     otras.paginasVistas = 2;
     aceptada.paginasVistas = 1;
+    aceptada.esElVisto = [] { return true; };
+    Encargo cambiado = encargo;
+    cambiado.esElVisto = [] { return false; };
     const Apoyo::Filas<Encargo, bool, Motivo> filas = {{vieja, false, Motivo::Caducado},
                                                        {encargo, true, Motivo::Cancelado},
                                                        {otras, false, Motivo::PaginasDistintas},
+                                                       {cambiado, false, Motivo::Cambiado},
                                                        {aceptada, false, Motivo::Ninguno}};
     for (const auto& [que, cancelar, motivo] : filas) {
         Control* control = nullptr;

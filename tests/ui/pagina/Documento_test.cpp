@@ -434,6 +434,7 @@ TEST_F(Documento, LoQueNadieQuiereSeDeja) {
     });
     EXPECT_EQ(como, Outcome::NoProgram);
     EXPECT_EQ(Dibujar(roja).first, Outcome::Good);
+    EXPECT_EQ(Dibujar(lenta).first, Outcome::NotDrawn) << "a third process was given it";
     doc.reset();
     EXPECT_TRUE(Hijos().empty());
     EXPECT_EQ(Punto(guardada, 100, 50), 0xffff0000);
@@ -463,6 +464,13 @@ TEST_F(Documento, LaMemoriaTieneFondo) {
     doc->Shrink();
     EXPECT_EQ(Dibujar(grande).first, Outcome::Good);
     EXPECT_EQ(Pedir<PageText>([&](auto hecho) { doc->Text(1, hecho); }).first, Outcome::NoMemory);
+
+    // Who rests gives back what it took to get so far, and comes again.
+    Abrir(LentaYRojas(600), 0, {.rest = 1ms, .idle = 50ms, .manyPages = 600, .spare = true});
+    for (int vez = 0; vez < 2; ++vez) {
+        EXPECT_EQ(Dibujar({600, 800, 0, {0, 0, 9, 9}}).first, Outcome::Good);
+        EXPECT_TRUE(Esperar([] { return Hijos().empty(); }));
+    }
 
     // Sizes come in blocks; what isn't there isn't told.
     using Medidas = std::vector<PageSize>;
