@@ -267,8 +267,8 @@ TEST_F(Documento, SoloOfreceLoQueLlevaAAlgunSitio) {
                    // Its own parent, child and next.
                    "<< /Title (Uno) /Dest [3 0 R /FitH 80] /Parent 7 0 R /First 9 0 R /Last 9 0 R /Next 8 0 R >>",
                    "<< /Title (Do\\007s) /Dest (nada) /Parent 8 0 R /First 8 0 R /Last 8 0 R >>",
-                   "<< /Type /Filespec /F (../.bash\\007rc) /EF << /F 11 0 R >> >>", Flujo("contenido"),
-                   "<< /Type /Filespec /F (/) /EF << /F 99 0 R >> >>"}));
+                   "<< /Type /Filespec /F <FEFF002E002E002F002E00620061007300680007007200F1> /EF << /F 11 0 R >> >>",
+                   Flujo("contenido"), "<< /Type /Filespec /F (/) /EF << /F 99 0 R >> >>"}));
     const auto enlaces = Pedir<std::vector<Link>>([&](auto hecho) { doc->Links(0, hecho); }).second;
     ASSERT_EQ(enlaces.size(), 2U);
     EXPECT_EQ(enlaces[1].box, (Box{10, 70, 20, 80}));
@@ -284,7 +284,7 @@ TEST_F(Documento, SoloOfreceLoQueLlevaAAlgunSitio) {
 
     const auto adjuntos = Pedir<std::vector<Attachment>>([&](auto hecho) { doc->Attachments(hecho); }).second;
     ASSERT_GE(adjuntos.size(), 1U);
-    EXPECT_EQ(adjuntos[0].name, "bashrc");
+    EXPECT_EQ(adjuntos[0].name, "bashrñ");
     const std::string destino = carpeta / "adjunto";
     const auto guardar = [&](int cual) {
         return Pedir<std::string>([&](auto hecho) { doc->SaveAttachment(cual, destino, hecho); });
