@@ -4,8 +4,8 @@
     bench/medir_vista.py [--vueltas N] [--carpeta FOLDER] [--sin-construir] [MEASUREMENT...]
 
 MEASUREMENT: rueda ultima zoom busqueda memoria; all of them when none is named. Medians of N (5 unless told). The
-screen is read every two milliseconds or so, the same way for all: a strip in its middle whose change is a frame, or
-the colour that only the last page has. Viewers that aren't installed are left out."""
+screen is read every two milliseconds or so, the same way for all: a strip in its middle, across lines of text,
+whose change is a frame, or the colour that only the last page has. All windows have the same size. Viewers that aren't installed are left out."""
 
 import ctypes
 import shutil
@@ -31,16 +31,16 @@ VISORES = {  # how it is started, the keys for the last page, for a step of zoom
 
 
 class Pantalla(medir_app.Xlib):
-    def franja(self, x=600, y=150, ancho=24, alto=500):
+    def franja(self, x=530, y=200, ancho=24, alto=500):
         imagen = self.x.XGetImage(self.d, self.raiz, x, y, ancho, alto, ctypes.c_ulong(0xFFFFFF), 2)
         i = imagen.contents
         bruto = ctypes.string_at(i.data, i.bytes_per_line * i.height)
         self.x.XDestroyImage(imagen)
         return bruto
 
-    def cambios(self, segundos, hasta=None):
+    def cambios(self, segundos, hasta=None, antes=None):
         """When the strip changed, and the longest run of white rows that was seen in it."""
-        veces, blanco, antes, fin = [], 0, self.franja(), time.monotonic() + segundos
+        veces, blanco, antes, fin = [], 0, antes or self.franja(), time.monotonic() + segundos
         while time.monotonic() < fin and not (hasta and hasta()):
             ahora = self.franja()
             if ahora != antes:
@@ -54,7 +54,7 @@ class Pantalla(medir_app.Xlib):
 
 def documento(ruta):
     """Text on pages of one colour; the last one has another, and the only word that is looked for."""
-    medir_app.documento(ruta, PAGINAS)
+    medir_app.documento(ruta, PAGINAS, 2)
     texto = ruta.read_text(encoding="ascii")
     cian = " ".join(f"{int(medir_app.CIAN[i:i + 2], 16) / 255:.4f}" for i in (0, 2, 4)) + " rg"
     rosa = " ".join(f"{int(ROSA[i:i + 2], 16) / 255:.4f}" for i in (0, 2, 4)) + " rg"
@@ -78,10 +78,15 @@ class Taller(medir_app.Taller):
     def leyendo(self, orden):
         with self.abierto(*orden, self.doc) as p:
             self.x.esperar(ROSA, 60)
+            time.sleep(0.5)
+            self.xdotool("getactivewindow", "windowsize", "1000", "900", "windowmove", "100", "30")
             time.sleep(1)
-            self.xdotool("mousemove", "612", "400")
+            self.xdotool("mousemove", "542", "400")
             time.sleep(0.2)
             yield p
+
+    def pulsar(self, tecla):
+        return subprocess.Popen(["xdotool", "key", tecla], env=self.entorno)
 
     def por_visor(self, que, una, unidad="ms", meta=None):
         hechas = {n: [] for n in self.visores}
@@ -114,16 +119,21 @@ def medir_rueda(t):
 def medir_ultima(t):
     def una(visor):
         with t.leyendo(visor[0]):
-            inicio = t.xdotool("key", visor[1])
-            return 1000 * (t.x.esperar(ULTIMA, 60) - inicio)
+            inicio = time.monotonic()
+            p = t.pulsar(visor[1])
+            visto = t.x.esperar(ULTIMA, 60, **medir_app.FRANJA)
+            p.wait()
+            return 1000 * (visto - inicio)
     t.por_visor(f"key to the last of {PAGINAS}", una)
 
 
 def medir_zoom(t):
     def una(visor):
         with t.leyendo(visor[0]):
-            inicio = t.xdotool("key", visor[2])
-            veces, _ = t.x.cambios(0.8)
+            antes, inicio = t.x.franja(), time.monotonic()
+            p = t.pulsar(visor[2])
+            veces, _ = t.x.cambios(0.8, antes=antes)
+            p.wait()
             if not veces:
                 sys.exit("nothing changed")
             return 1000 * (veces[-1] - inicio)
@@ -137,7 +147,7 @@ def medir_busqueda(t):
             time.sleep(0.3)
             t.xdotool("type", "--delay", "5", PALABRA)
             inicio = t.xdotool("key", "Return")
-            return 1000 * (t.x.esperar(ULTIMA, 60, 60) - inicio)
+            return 1000 * (t.x.esperar(ULTIMA, 60, 60, **medir_app.FRANJA) - inicio)
     t.por_visor(f"search, only hit on the last of {PAGINAS}", una)
 
 

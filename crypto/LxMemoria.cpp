@@ -141,12 +141,15 @@ bool FicheroMemoria::Crear(std::initializer_list<std::string_view> trozos) {
     static_cast<void>(mlock(datos_, tamano_));
     char* donde = datos_;
     for (const std::string_view trozo : trozos) donde = std::copy(trozo.begin(), trozo.end(), donde);
+    // Who has the descriptor reads it. Here it is only kept from the swap and wiped: a fault in this process can't tell
+    // it.
+    static_cast<void>(mprotect(datos_, tamano_, PROT_NONE));
     return true;
 }
 
 void FicheroMemoria::Quitar() {
     if (datos_ != nullptr) {
-        explicit_bzero(datos_, tamano_);
+        if (mprotect(datos_, tamano_, PROT_READ | PROT_WRITE) == 0) explicit_bzero(datos_, tamano_);
         munmap(datos_, tamano_);
     }
     datos_ = nullptr;

@@ -55,7 +55,7 @@ class BloqueSecreto {
 };
 
 // A file that is in memory alone and has no name, for a program that reads a secret from a file. It closes itself in
-// every program that is started, but for the one it is handed to.
+// every program that is started, but for the one it is handed to. What it holds can't be read here but through it.
 class FicheroMemoria {
   public:
     FicheroMemoria() = default;

@@ -18,6 +18,9 @@ namespace PruebaCli {
 inline constexpr const char *kFirmar = "button.Firmar", *kHoja = "text.Página", *kSello = "combo box.Sello visual",
                             *kRuta = "text.PKCS#12", *kClave = "password text.Contraseña";
 
+// Whether the text stands anywhere in the memory of a process.
+[[nodiscard]] bool EstaEnMemoria(pid_t pid, const std::string& texto);
+
 class Programa : public ConTarjeta {
   protected:
     void SetUp() override {

@@ -56,17 +56,18 @@ TEST_F(Programa, BuscaYRecuerda) {
 
 // Each document its own window and its own helper; the last one that closes ends the program.
 TEST_F(Programa, VariasVentanas) {
-    ASSERT_EQ(Guion("cp contrato.pdf a.pdf && qpdf --encrypt leer jefe 256 -- contrato.pdf b.pdf").codigo, 0);
+    ASSERT_EQ(Guion("cp contrato.pdf a.pdf && qpdf --encrypt para-leer-9 jefe 256 -- contrato.pdf b.pdf").codigo, 0);
     Lanzar("exec $V a.pdf b.pdf");
     Espera("Documento protegido");
     pantalla_.Teclear("mala");
     pantalla_.Pulsar("Return");
     Ve("label.La contraseña no es correcta");
     Espera("Documento protegido");
-    pantalla_.Teclear("leer");
+    pantalla_.Teclear("para-leer-9");
     pantalla_.Pulsar("Return");
     Ve(R"(label.b\.pdf\|)");
     Ve("notification.*protegid");
+    EXPECT_FALSE(EstaEnMemoria(programa_->Pid(), "para-leer-9"));
     EXPECT_THAT(Ve(R"(label.a\.pdf\|)"), HasSubstr("1 / 1"));
     Espera("Velmora 2026");
     pantalla_.Pulsar("ctrl+w");

@@ -21,7 +21,6 @@ using testing::Not;
 constexpr int kDistintos =
     40;  // squares of a picture that may look otherwise: a button has more, another font makes less
 
-// Whether the text stands anywhere in the memory of a process.
 bool EstaEnMemoria(pid_t pid, const std::string& texto) {
     constexpr unsigned long long kMucho = 1ULL << 30;
     const std::string carpeta = "/proc/" + std::to_string(pid);

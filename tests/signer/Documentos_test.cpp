@@ -93,9 +93,10 @@ TEST_F(Documentos, ElSitioDelSelloEsElQueSeVe) {
         const std::string n = std::to_string(indice + 1);
         const std::string cajas =
             Apoyo::Exigir({"pdftotext", "-bbox", "-cropbox", "-f", n, "-l", n, Ruta("visto.pdf"), "-"});
-        double x1 = 0, y1 = 0, x2 = 0, y2 = 0, izquierda = 1e9, arriba = 1e9, derecha = 0, abajo = 0;
+        // Whole points: with decimals it would be read as the locale has it.
+        int x1 = 0, y1 = 0, x2 = 0, y2 = 0, izquierda = 9999, arriba = 9999, derecha = 0, abajo = 0;
         for (size_t pos = cajas.find("<word "); pos != cajas.npos; pos = cajas.find("<word ", pos + 1)) {
-            const char* forma = R"(<word xMin="%lf" yMin="%lf" xMax="%lf" yMax="%lf")";
+            const char* forma = R"(<word xMin="%d.%*d" yMin="%d.%*d" xMax="%d.%*d" yMax="%d)";
             ASSERT_EQ(sscanf(cajas.c_str() + pos, forma, &x1, &y1, &x2, &y2), 4);
             izquierda = std::min(izquierda, x1), arriba = std::min(arriba, y1);
             derecha = std::max(derecha, x2), abajo = std::max(abajo, y2);

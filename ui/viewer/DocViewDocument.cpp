@@ -94,6 +94,7 @@ void CDocView::Inside::Adopt(const Pdf::Opened& opened) {
     failed.clear();
     sliced.clear();
     askingSizes = 0;
+    measured = 0;
     coming = Coming::None;
     path = comingPath;
     lastError.clear();
@@ -120,6 +121,7 @@ void CDocView::Inside::Drop() {
     path.clear();
     flash.page = -1;
     askingSizes = 0;
+    measured = 0;
     firstPageDue = false;
     scrollX = scrollY = 0;
     chosen = reported = -1;

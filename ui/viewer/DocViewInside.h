@@ -131,6 +131,7 @@ struct CDocView::Inside {
     bool zooming = false, held = false;  // a step was just made; more than one: nothing is drawn until they end
     unsigned zoomStep = 0;
     Pdf::IPages::Id askingSizes = 0;
+    int32_t measured = 0;  // the pages before it have sizes
     bool firstPageDue = false;
     std::pair<int32_t, int32_t> thumbnails{0, -1};  // the first and last that are seen beside the view
 
@@ -141,6 +142,7 @@ struct CDocView::Inside {
     void OnTile(const Pdf::TileSpec& tile, Pdf::Outcome outcome, const Pdf::Picture& picture);
     void AskSizes();
     void AskSizesOf(int32_t first, int32_t last);
+    void AskSizesAhead();
     void ZoomStepMade();
     void TrimTo(size_t limit);
     [[nodiscard]] bool IsThere(const Pdf::TileSpec& tile) const;

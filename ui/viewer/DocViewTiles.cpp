@@ -11,6 +11,7 @@ namespace {
 constexpr size_t kUnderWay = 2;
 constexpr unsigned kZoomRestMs = 90;
 constexpr int32_t kSizesBlock = 256;
+constexpr int32_t kSizesAhead = 1 << 14;  // of the first pages: who reads them keeps what it read
 constexpr size_t kPlanned = TileCache::kLimit - TileCache::kSmallLimit;
 
 }  // namespace
@@ -59,7 +60,9 @@ void CDocView::Inside::Pump() {
         const auto asked = [&](const auto& entry) { return entry.second == tile; };
         if (std::none_of(drawing.begin(), drawing.end(), asked)) AskTile(tile);
     }
-    if (seenAll) AskTexts();
+    if (!seenAll) return;
+    AskTexts();
+    if (drawing.empty()) AskSizesAhead();
 }
 
 void CDocView::Inside::AskTile(const Pdf::TileSpec& tile) {
@@ -117,15 +120,21 @@ void CDocView::Inside::AskSizesOf(int32_t first, int32_t last) {
                                        sizes.resize(static_cast<size_t>(count));
                                        const PageLayout::Anchor anchor = TopAnchor();
                                        const int32_t shown = chosen;
-                                       if (layout.Learn(block, sizes)) {
-                                           Arrange();
-                                           Keep(anchor, 0, 0);
-                                       }
+                                       if (!layout.Learn(block, sizes)) return Pump();
+                                       Arrange();
+                                       Keep(anchor, 0, 0);
                                        chosen = shown;
                                        Moved();
                                    }));
         return;
     }
+}
+
+// While there is nothing to draw: who jumps to a page then waits for its picture only.
+void CDocView::Inside::AskSizesAhead() {
+    const int32_t end = std::min(layout.Count(), kSizesAhead);
+    while (measured < end && layout.Knows(measured)) ++measured;
+    if (measured < end && askingSizes == 0) AskSizesOf(measured, measured);
 }
 
 // The first step is drawn at once. While more of them follow what is there is scaled.

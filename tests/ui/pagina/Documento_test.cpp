@@ -10,14 +10,12 @@
 #include <codecvt>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <locale>
-#include <memory>
 #include <numeric>
 #include <thread>
 
 #include "tests/apoyo/Apoyo.h"
+#include "tests/ui/pagina/Procesos.h"
 #include "ui/platform/pdf/Pages.h"
 
 namespace {
@@ -65,20 +63,11 @@ class Documento : public testing::Test {
     std::unique_ptr<Pages> doc;
 };
 
-std::vector<pid_t> Hijos() {
-    std::ifstream lista("/proc/thread-self/children");
-    return {std::istream_iterator<pid_t>(lista), {}};
-}
-
 // Once it has ended; its parent hasn't seen it yet.
 void Matar(pid_t pid) {
     siginfo_t info;
     kill(pid, SIGKILL);
     waitid(P_PID, static_cast<id_t>(pid), &info, WEXITED | WNOWAIT);
-}
-
-std::string Flujo(const std::string& contenido) {
-    return "<< /Length " + std::to_string(contenido.size()) + " >>\nstream\n" + contenido + "\nendstream";
 }
 
 // One page with these letters to write with, /F and /H (its "a" is an alef, and so on); other objects come from 7 on.
@@ -201,7 +190,6 @@ TEST_F(Documento, SeLeeEnSuOrden) {
         {"BT /F 9 Tf 0 1 -1 0 20 10 Tm (uno dos) Tj 0 -20 Td (tres) Tj 50 0 Td (cua) Tj ET", "uno dos\ntres\ncua\n"},
     };
     for (const auto& [contenido, espera] : casos) {
-        SCOPED_TRACE(contenido);
         Abrir(UnaHoja(contenido.find("Tm") < 99 ? "/Rotate 90" : "", contenido));
         const auto [como, texto] = Pedir<PageText>([&](auto hecho) { doc->Text(0, hecho); });
         EXPECT_EQ(Utf8(texto), espera);
@@ -434,6 +422,7 @@ TEST_F(Documento, LoQueNadieQuiereSeDeja) {
     });
     EXPECT_EQ(como, Outcome::NoProgram);
     EXPECT_EQ(Dibujar(roja).first, Outcome::Good);
+    EXPECT_EQ(Dibujar(lenta).first, Outcome::NotDrawn) << "a third process was given it";
     doc.reset();
     EXPECT_TRUE(Hijos().empty());
     EXPECT_EQ(Punto(guardada, 100, 50), 0xffff0000);
@@ -445,7 +434,6 @@ TEST_F(Documento, LaMemoriaTieneFondo) {
     Abrir(UnaHoja("", ""), 200, {.slots = size_t{33} << 20});
     const Picture adelantada = Dibujar({0, 200, 0, {0, 0, 200, 100}}).second;
     EXPECT_EQ(Dibujar({0, 2000, 0, {0, 0, 2000, 1000}}).first, Outcome::Good);
-
     Abrir(LentaYRojas(600) + std::string(5 << 20, '\n'), 0, {.slots = size_t{4} << 20});
     // The last page ends where the other goes on.
     Dibujar({600, 800, 0, {0, 0, 9, 9}});
@@ -463,6 +451,13 @@ TEST_F(Documento, LaMemoriaTieneFondo) {
     doc->Shrink();
     EXPECT_EQ(Dibujar(grande).first, Outcome::Good);
     EXPECT_EQ(Pedir<PageText>([&](auto hecho) { doc->Text(1, hecho); }).first, Outcome::NoMemory);
+
+    // Who rests gives back what it took to get so far, and comes again.
+    Abrir(LentaYRojas(600), 0, {.rest = 1ms, .idle = 50ms, .manyPages = 600, .spare = true});
+    for (int vez = 0; vez < 2; ++vez) {
+        EXPECT_EQ(Dibujar({600, 800, 0, {0, 0, 9, 9}}).first, Outcome::Good);
+        EXPECT_TRUE(Esperar([] { return Hijos().empty(); }));
+    }
 
     // Sizes come in blocks; what isn't there isn't told.
     using Medidas = std::vector<PageSize>;

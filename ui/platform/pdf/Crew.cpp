@@ -13,6 +13,9 @@ using Ayudante::Ranura;
 using Ayudante::Respuesta;
 using std::chrono::milliseconds;
 
+// A page isn't given to another process when so many have ended at it.
+constexpr int kMaxEnds = 2;
+
 Outcome OutcomeOf(Estado state) {
     switch (state) {
         case Estado::Bien:
@@ -54,6 +57,16 @@ const char* SentenceOf(Outcome outcome) {
     }
     return "";
 }
+
+namespace {
+
+bool IsOfPage(const Job& job) {
+    using Ayudante::Orden;
+    const Orden order = job.request.orden;
+    return order == Orden::Dibujar || order == Orden::Texto || order == Orden::Enlaces;
+}
+
+}  // namespace
 
 Crew::Crew(Wakeups& wakeups, const Source& source, const Limits& limits)
     : wakeups_(wakeups), source_(source), limits_(limits), slots_(Ayudante::Ranuras::Crear(limits.slots)) {}
@@ -114,7 +127,7 @@ bool Crew::Send(Job& job, std::initializer_list<int> fds) {
 }
 
 void Crew::Ask(Job job) {
-    restSince_ = Clock::time_point::max();
+    restSince_ = idleSince_ = Clock::time_point::max();
     const auto before = [](const Job& a, const Job& b) { return a.rank < b.rank; };
     waiting_.insert(std::upper_bound(waiting_.begin(), waiting_.end(), job, before), std::move(job));
     SendMore();
@@ -131,6 +144,11 @@ void Crew::SendMore() {
         if (!program_ || underway_.size() >= limits_.underway + (isOpened_ ? 0 : 1)) return;
         Job job = std::move(waiting_.front());
         waiting_.pop_front();
+        if (const auto ended = ends_.find(job.request.pagina);
+            ended != ends_.end() && ended->second >= kMaxEnds && IsOfPage(job)) {
+            job.done(Outcome::NotDrawn, {}, job.slot);
+            continue;
+        }
         if (!job.slot && job.room > 0) job.slot = slots_->Tomar(job.room);
         if (!job.slot && job.room > 0) {
             // What is under way gives its slot back, unless it is kept as a picture.
@@ -198,11 +216,12 @@ void Crew::Answered() {
     const Outcome outcome = OutcomeOf(answer.estado);
     if (job.request.orden == Ayudante::Orden::Abrir) {
         isOpened_ = isOpened_ || outcome == Outcome::Good;
+        if (outcome == Outcome::Good) pages_ = answer.valor;
         if (outcome != Outcome::Good) EndAll(outcome);
     }
     if (!job.isUnwanted && job.done) job.done(outcome, answer, job.slot);
     SendMore();
-    if (IsIdle()) restSince_ = Clock::now();
+    if (IsIdle()) restSince_ = idleSince_ = Clock::now();
 }
 
 void Crew::End(Outcome outcome) {
@@ -220,11 +239,17 @@ void Crew::End(Outcome outcome) {
             if (job.done) job.done(outcome, {}, job.slot);
             return;
         }
+        CountEnd(job, outcome);
         if (!job.isUnwanted) job.done(outcome, {}, job.slot);
     }
     for (; !underway_.empty(); underway_.pop_back())
         if (!underway_.back().isUnwanted) waiting_.push_front(std::move(underway_.back()));
     SendMore();
+}
+
+// A search goes on behind the page by itself.
+void Crew::CountEnd(const Job& job, Outcome outcome) {
+    if (!job.isUnwanted && IsOfPage(job) && outcome != Outcome::NoMemory) ++ends_[job.request.pagina];
 }
 
 void Crew::EndAll(Outcome outcome) {
@@ -248,6 +273,16 @@ void Crew::LookAtTime() {
         spare_ = Programa::Arrancar(slots_->Memoria());
         restSince_ = Clock::time_point::max();
     }
+    if (idleSince_ != Clock::time_point::max() && now - idleSince_ >= limits_.idle) GiveBack();
+}
+
+// One that follows opens the document anew, and reads as many pages again as lie before the one that is wanted.
+void Crew::GiveBack() {
+    idleSince_ = Clock::time_point::max();
+    slots_->Vaciar();
+    if (pages_ < limits_.manyPages) return;
+    Quit();
+    spare_.reset();
 }
 
 Crew::Clock::time_point Crew::Next() const {
@@ -259,6 +294,7 @@ Crew::Clock::time_point Crew::Next() const {
     }
     if (limits_.spare && isOpened_ && !spare_ && restSince_ != Clock::time_point::max())
         next = std::min(next, restSince_ + limits_.rest);
+    if (idleSince_ != Clock::time_point::max()) next = std::min(next, idleSince_ + limits_.idle);
     return next;
 }
 

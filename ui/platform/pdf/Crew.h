@@ -5,6 +5,7 @@
 #include <chrono>
 #include <deque>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 
@@ -46,7 +47,9 @@ class Crew {
     struct Limits {
         std::chrono::milliseconds work{20'000};  // for opening, and for a request
         std::chrono::milliseconds unwanted{150};
-        std::chrono::milliseconds rest{300};  // until a spare is started
+        std::chrono::milliseconds rest{300};     // until a spare is started
+        std::chrono::milliseconds idle{30'000};  // until memory is given back
+        int32_t manyPages = 10'000;              // poppler keeps some KB of each on the way to the one that is seen
         size_t underway = 2;
         size_t slots = size_t{96} << 20;
         bool spare = false;
@@ -81,8 +84,10 @@ class Crew {
     // The process is ended. The job it was at fails so; what waited behind it goes to the next one.
     void End(Outcome outcome);
     void EndAll(Outcome outcome);
+    void CountEnd(const Job& job, Outcome outcome);
     void Quit();
     void LookAtTime();
+    void GiveBack();
 
     Wakeups& wakeups_;
     const Source& source_;
@@ -91,10 +96,13 @@ class Crew {
     std::unique_ptr<Ayudante::Programa> program_, spare_;
     bool isOpened_ = false;    // some process has opened it
     bool hasOpening_ = false;  // the current process was given the document
+    int32_t pages_ = 0;
+    std::map<int32_t, int> ends_;  // processes that ended at this page
     std::deque<Job> waiting_, underway_;
     Clock::time_point since_;  // when the first of underway_ became it
     Clock::time_point unwantedSince_ = Clock::time_point::max();
     Clock::time_point restSince_ = Clock::time_point::max();
+    Clock::time_point idleSince_ = Clock::time_point::max();
     Ayudante::Muros walls_;
 };
 
