@@ -105,6 +105,14 @@ std::string SinControl(const std::string& texto, bool lineas) {
     return salida;
 }
 
+std::string Citado(const std::string& nombre, size_t cuantos) {
+    std::string texto = SinControl(nombre);
+    for (const std::string_view comilla : {"«", "»"})
+        for (size_t i = 0; (i = texto.find(comilla, i)) != texto.npos;) texto.replace(i, comilla.size(), "'");
+    const size_t fin = FinDeCaracteres(texto, cuantos);
+    return "«" + (fin < texto.size() ? texto.substr(0, fin) + "…" : texto) + "»";
+}
+
 bool Cabe(const std::string& texto, int tamano, int ancho) {
     Lx::CCanvas* c = Lx::MeasuringCanvas();
     return c == nullptr || c->MeasureText(texto, "system", tamano, false, false).cx <= ancho;

@@ -20,6 +20,10 @@ namespace Orvanta {
 // the direction of writing about or is not seen.
 [[nodiscard]] std::string SinControl(const std::string& texto, bool lineas = false);
 
+// A name that others gave, in quotes that it can't close, of at most so many characters: what it says is not said by
+// us.
+[[nodiscard]] std::string Citado(const std::string& nombre, size_t cuantos);
+
 // Whether the text is at most `ancho` pixels wide on one line in the system's font.
 [[nodiscard]] bool Cabe(const std::string& texto, int tamano, int ancho);
 

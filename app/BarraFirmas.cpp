@@ -13,6 +13,7 @@ constexpr int kTamano = 12;
 constexpr int kMargen = 10;
 constexpr int kFranja = 4;
 constexpr size_t kNombres = 6;  // that are told
+constexpr size_t kLargo = 60;   // of a name
 
 [[nodiscard]] std::string Enumerar(const std::vector<std::string>& nombres) {
     std::string texto;
@@ -21,18 +22,8 @@ constexpr size_t kNombres = 6;  // that are told
     return texto;
 }
 
-// A name is what somebody wrote: it stands in quotes that it can't close, and can't push what comes after it away.
-[[nodiscard]] std::string Citado(const std::string& nombre) {
-    constexpr size_t kLargo = 60;
-    std::string texto = Orvanta::SinControl(nombre);
-    for (const char* comilla : {"«", "»"})
-        for (size_t i = 0; (i = texto.find(comilla, i)) != texto.npos;) texto.replace(i, 2, "'");
-    const size_t fin = Orvanta::FinDeCaracteres(texto, kLargo);
-    return "«" + (fin < texto.size() ? texto.substr(0, fin) + "…" : texto) + "»";
-}
-
 [[nodiscard]] std::vector<std::string> Citados(std::vector<std::string> nombres) {
-    for (std::string& nombre : nombres) nombre = Citado(nombre);
+    for (std::string& nombre : nombres) nombre = Orvanta::Citado(nombre, kLargo);
     return nombres;
 }
 
@@ -47,7 +38,7 @@ constexpr size_t kNombres = 6;  // that are told
     std::vector<std::string> nombres;
     for (size_t i = 0; i < ajenas; ++i) {
         if (!firmas[i].sello && firmas[i].nombre.empty()) continue;
-        std::string nombre = firmas[i].sello ? "un sello de tiempo" : Citado(firmas[i].nombre);
+        std::string nombre = firmas[i].sello ? "un sello de tiempo" : Orvanta::Citado(firmas[i].nombre, kLargo);
         if (std::find(nombres.begin(), nombres.end(), nombre) == nombres.end()) nombres.push_back(std::move(nombre));
     }
     if (nombres.size() > kNombres) {

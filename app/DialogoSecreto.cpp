@@ -44,8 +44,9 @@ void CDialogoSecreto::Montar(const Textos& textos) {
     vacio_ = textos.vacio;
     abre_ = textos.abre;
     ultimo_ = textos.ultimo;
+    alarma_ = textos.rechazado || textos.ultimo;
     edicion_->OnChange(this, &CDialogoSecreto::OnCambio);
-    Decir(abre_);
+    Decir(abre_, alarma_);
     Marcar(textos.rechazado);
 
     Lx::CButton* aceptar = AddButton("Aceptar", {194, 188, 100, 34});
@@ -59,7 +60,8 @@ void CDialogoSecreto::Montar(const Textos& textos) {
     SetFocusControl(edicion_);
 }
 
-void CDialogoSecreto::Decir(const std::string& mensaje) {
+void CDialogoSecreto::Decir(const std::string& mensaje, bool error) {
+    mensaje_->SetTextColor(paleta_[error ? Paleta::kError : Paleta::kTexto]);
     mensaje_->SetText(mensaje);
 }
 
@@ -70,7 +72,7 @@ void CDialogoSecreto::Marcar(bool error) {
 void CDialogoSecreto::OnCambio(const std::string&) {
     confirmable_ = {};
     Marcar(false);
-    Decir(abre_);
+    Decir(abre_, alarma_);
 }
 
 // A key that is held, or pressed twice by habit, is no second thought.

@@ -38,7 +38,7 @@ class CDialogoSecreto : public Lx::CDialog {
     Lx::CEdit* edicion_ = nullptr;
 
   private:
-    void Decir(const std::string& mensaje);
+    void Decir(const std::string& mensaje, bool error = true);
     void Marcar(bool error);
     void OnCambio(const std::string& texto);
     // "Aceptar" was pressed again, after a pause, for what stands in the edit.
@@ -48,6 +48,7 @@ class CDialogoSecreto : public Lx::CDialog {
     std::string& secreto_;
     std::string vacio_;
     std::string abre_;
+    bool alarma_ = false;  // what is said from the start is no good news
     bool ultimo_ = false;
     std::chrono::steady_clock::time_point confirmable_;  // from then on a press confirms; the clock's start: none did
     Lx::CLabel* mensaje_ = nullptr;

@@ -237,6 +237,7 @@ class CMainWindow : public Lx::CWindow {
     int paginaDelAviso_ = -1;
     std::chrono::steady_clock::time_point momentoDelAviso_;
     bool estadoError_ = false;
+    bool noFirmado_ = false;  // because it changed on the disk; to be told when it has been read anew
 
     Lx::Firma::Recuerdo recuerdo_;  // what the last accepted dialog ended with
     std::shared_ptr<Correo> correo_;

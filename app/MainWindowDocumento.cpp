@@ -31,6 +31,7 @@ constexpr const char* kProtegido =
     "está permitido, imprímelo a un PDF nuevo y firma ese.";
 
 constexpr std::chrono::milliseconds kPosarse{500};
+constexpr size_t kLargoNombre = 44;               // of the file in a dialog
 constexpr int kLetraHoja = 13, kLetraMinima = 8;  // of the page edit; large numbers are written small
 constexpr int kMargenHoja = 20;                   // what the edit keeps free of text
 
@@ -141,7 +142,7 @@ void CMainWindow::OlvidarDocumento() {
     reemplazo_.reset();
     recarga_.reset();
     estampa_ = {};
-    protegido_ = bienvenida_ = false;
+    protegido_ = bienvenida_ = noFirmado_ = false;
     documento_.clear();
     PonerFirmas();
 }
@@ -184,7 +185,8 @@ void CMainWindow::PedirLecturaLuego() {
 void CMainWindow::PedirLectura() {
     Lx::PaginasBloqueadas paginas;
     std::string clave;
-    CLecturaDialog dialogo(this, paleta_, Orvanta::SinControl(Orvanta::NombreFichero(pedido_.ruta)),
+    CLecturaDialog dialogo(this, paleta_,
+                           "Documento: " + Orvanta::Citado(Orvanta::NombreFichero(pedido_.ruta), kLargoNombre),
                            std::exchange(pedido_.claveRechazada, true), clave);
     if (Preguntar(dialogo) == Lx::kAccepted)
         visor_->Unlock(clave);
@@ -289,7 +291,11 @@ void CMainWindow::OnRecargado(const Lx::Pdf::Opened& como) {
     PonerFirmas();
     if (panel_->visible) panel_->Rebuild();
     OnPagina(visor_->GetCurrentPage(), visor_->GetPageCount());
-    antesDelExamen_ = "El documento ha cambiado en el disco y se ha vuelto a leer.";
+    antesDelExamen_ =
+        std::exchange(noFirmado_, false)
+            ? "No se ha firmado: el documento ha cambiado en el disco y se ha vuelto a leer. Míralo otra vez "
+              "y, si es lo que quieres firmar, pulsa Firmar."
+            : "El documento ha cambiado en el disco y se ha vuelto a leer.";
     Avisar(antesDelExamen_, false);
     examinando_.Abandonar();
     Examinar(nullptr);

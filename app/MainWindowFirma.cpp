@@ -63,6 +63,7 @@ bool CMainWindow::Libre() {
 // Whether it is what is shown that would be signed, and can be: told before anything is asked for.
 bool CMainWindow::PuedeFirmarse() {
     if (cambios_.HayCambio()) {
+        noFirmado_ = true;
         Avisar("El documento ha cambiado en el disco después de que se leyera: míralo otra vez antes de firmarlo.",
                true);
         return false;
@@ -134,6 +135,7 @@ void CMainWindow::ContarResultado(const Firma::Firmados& firmados, const std::st
             MostrarEstado(kCancelada, false);
             return Avisar(kCancelada, false);
         }
+        noFirmado_ = r.motivo == Lx::Motivo::Cambiado;
         MostrarEstado(r.error.empty() ? "No se pudo firmar." : r.error, true);
         if (r.motivo == Lx::Motivo::PinIncorrecto)
             Avisar(Quedan(firmados.intentos), true);

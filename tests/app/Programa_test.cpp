@@ -380,6 +380,14 @@ TEST_F(Programa, SeVeComoEnLaGuia) {
     Ve("label.Quedan 3 intentos");
     pantalla_.Teclear(kBueno);
     comparar(dialogo, "pin");
+    ASSERT_EQ(Guion("d=${XDG_CONFIG_HOME:-$HOME/.config}/velmora; mkdir -p $d && echo tema=oscuro > $d/preferencias && "
+                    "qpdf --empty --pages Velmora.pdf contrato.pdf contrato.pdf -- lectura.pdf")
+                  .codigo,
+              0);
+    Abrir("lectura.pdf");
+    pantalla_.Pulsar("F9");
+    Ve("Miniaturas");
+    comparar(ventana_, "oscuro");
 }
 
 // Tab goes through what each window can do, from where it starts, and around.

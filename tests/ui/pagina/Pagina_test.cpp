@@ -13,13 +13,12 @@
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <thread>
 
 #include "ayudante/LxMuros.h"
 #include "tests/apoyo/Apoyo.h"
+#include "tests/ui/pagina/Procesos.h"
 #include "ui/platform/pdf/PageDocument.h"
 
 namespace {
@@ -34,11 +33,6 @@ using testing::IsEmpty;
 
 constexpr auto kCerrado = "No se pudo dibujar la pagina: el programa que la dibuja se ha cerrado.";
 constexpr auto kTarda = "La pagina tarda demasiado en dibujarse.";
-
-std::string Flujo(const std::string& contenido, const std::string& entradas = {}) {
-    return "<< /Length " + std::to_string(contenido.size()) + " " + entradas + " >>\nstream\n" + contenido +
-           "\nendstream";
-}
 
 struct Hoja {
     std::string caja = "0 0 200 100";  // /MediaBox
@@ -85,11 +79,6 @@ std::string Color(const Raster& r, int x, int y) {
     std::snprintf(texto, sizeof texto, "%02x%02x%02x%02x", r.pixels[i], r.pixels[i + 1], r.pixels[i + 2],
                   r.pixels[i + 3]);
     return texto;
-}
-
-std::vector<pid_t> Hijos() {
-    std::ifstream lista("/proc/thread-self/children");
-    return {std::istream_iterator<pid_t>(lista), {}};
 }
 
 std::string Proc(pid_t pid, const std::string& fichero) {

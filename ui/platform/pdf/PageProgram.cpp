@@ -1,5 +1,6 @@
 // velmora-pagina: reads and draws one document for the window that started it, and can do nothing else. A PDF is the
 // work of a stranger and poppler a large program; here a fault in it meets no secret and no file.
+#include <iconv.h>
 #include <malloc.h>
 #include <signal.h>
 #include <sys/prctl.h>
@@ -84,6 +85,8 @@ int main() {
     mallopt(M_TRIM_THRESHOLD, 64 << 20);
     std::set_new_handler(EndWithoutMemory);
     signal(SIGABRT, EndWithoutMemoryBySignal);
+    // The names of attachments are UTF-16, for which the C library loads a file that the walls keep away.
+    static_cast<void>(iconv_open("UTF-8", "UTF-16BE"));
     if (!EncerrarseYSaludar()) return EXIT_FAILURE;
     // Without the destructors of the libraries: nothing is left to save.
     _exit(Serve());
