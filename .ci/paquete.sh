@@ -10,6 +10,7 @@ diff - <(cd "$arbol/usr" && find . -type f -o -type l | sed 's|^\./||' | LC_ALL=
 bin/velmora
 bin/velmora-cli
 lib/velmora/Velmora.pdf
+lib/velmora/complementos/libvelmora-impresion.so
 lib/velmora/velmora
 lib/velmora/velmora-pagina
 share/applications/velmora.desktop

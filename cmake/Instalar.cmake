@@ -16,7 +16,8 @@ foreach(objetivo velmora velmora-pagina)
 endforeach()
 
 if(TARGET velmora-impresion)
-  install(TARGETS velmora-impresion LIBRARY DESTINATION ${VELMORA_PROPIA})
+  # A folder deeper than where CPack would have the linker told of it.
+  install(TARGETS velmora-impresion LIBRARY DESTINATION ${VELMORA_PROPIA}/complementos)
 endif()
 
 # instalar_comprimido(INPUT OUTPUT FOLDER): fills in the version and installs it by gzip, with no time in it.

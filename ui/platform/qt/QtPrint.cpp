@@ -15,7 +15,7 @@ namespace Lx {
 
 namespace {
 
-constexpr const char* kLibrary = "/libvelmora-impresion.so";
+constexpr const char* kLibrary = "/complementos/libvelmora-impresion.so";
 
 // Once opened it stays open: Qt keeps pointers into it.
 PrintEntry FindEntry() {
