@@ -20,12 +20,13 @@ CAyudaDialog::CAyudaDialog(Lx::CWindow* padre, const Paleta::Colores& paleta, st
     : CDialog(padre), paleta_(paleta), lineas_(std::move(lineas)) {
     title = "Ayuda de Velmora";
     rect = {0, 0, kAncho, kAlto};
+    least = {kAncho / 2, kAlto / 2};
     backColor = paleta_[Paleta::kFondo];
 }
 
 bool CAyudaDialog::OnInit() {
     SetResizable(true);
-    SetMinSize({kAncho / 2, kAlto / 2});
+    SetMinSize(least);
     lista_ = AddListView({});
     lista_->AddColumn("Tecla", kAnchoTeclas);
     lista_->AddColumn("Qué hace", 0);

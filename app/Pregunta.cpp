@@ -15,7 +15,7 @@ namespace {
 constexpr int kAncho = 420;
 constexpr int kMargen = 24;
 constexpr int kLetra = 13;
-constexpr int kAltoLinea = 20;
+constexpr int kAltoLinea = 17;
 constexpr int kBoton = 140;
 constexpr int kAltoBoton = 34;
 

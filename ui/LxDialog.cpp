@@ -34,7 +34,7 @@ int CDialog::DoModal() {
     LxApp* app = LxApp::s_pApp;
     if (!app || !app->backend) return -1;
     const Size made{rect.w, rect.h};
-    scroll_->Begin(made);
+    scroll_->Begin(least.cx > 0 ? least : made);
     if (!Create()) {
         delete std::exchange(impl, nullptr);
         rect.w = made.cx;

@@ -28,6 +28,7 @@ class CDialog : public CWindow {
     CWindow* owner = nullptr;  // not owned, may be null
     int result = 0;
     std::atomic<bool> done = false;
+    Size least;      // one that lays itself out as large as it is scrolls below this alone; none: below its first size
     int footer = 0;  // pixels at the bottom that stay in sight; 0 goes by the lowest buttons
 
   protected:

@@ -103,8 +103,8 @@ struct CSidePane::Inside {
 inline constexpr int kPaneFont = 12;
 inline constexpr int kPaneIndent = 16;  // for each level of the outline
 inline constexpr int kPanePadding = 8;
-inline constexpr int kPaneArrow = 16;   // where an outline's row is folded
-inline constexpr int kPaneLevels = 12;  // that are indented
+inline constexpr int kPaneArrow = 16;  // where an outline's row is folded
+inline constexpr int kPaneLevels = 6;  // that are indented
 
 // "12 kB"; empty when it isn't known.
 [[nodiscard]] std::string SizeText(int64_t bytes);
