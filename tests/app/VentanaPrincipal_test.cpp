@@ -304,7 +304,11 @@ TEST_F(Ventanas, UnAdjuntoSeGuarda) {
     hojas_->ContestarTodo();
     EXPECT_THAT(Dice(), testing::HasSubstr("se ha guardado en " + destino));
     v.OnShortcut('O', Lx::kControl);
-    EXPECT_THAT(ofrecidos, ElementsAre("/a/nota.txt guardar", "/a/doc.pdf"));
+    v.OnDropFile("cerca.pdf");
+    hojas_->Abrir();
+    v.OnShortcut('O', Lx::kControl);
+    EXPECT_THAT(ofrecidos,
+                ElementsAre("/a/nota.txt guardar", "/a/doc.pdf", std::filesystem::current_path() / "cerca.pdf"));
 }
 
 TEST_F(Ventanas, UnEnlaceSePregunta) {

@@ -58,10 +58,10 @@ constexpr int kPrimera = 10 + 28 + 7 + 14;
 
 TEST_F(Combo, APressOpensAndTheClickOnAnItemIsAllItsOwn) {
     Clic(ventana, 50, 20);
-    EXPECT_TRUE(combo->IsOpen());
+    EXPECT_TRUE(combo->IsOpen() && combo->IsOverlayPaint());
     EXPECT_EQ(ventana.overlay, combo);
     Clic(ventana, 50, kPrimera + 28);
-    EXPECT_FALSE(combo->IsOpen());
+    EXPECT_FALSE(combo->IsOpen() || combo->IsOverlayPaint());
     EXPECT_EQ(ventana.overlay, nullptr);
     EXPECT_THAT(avisos, ElementsAre(1));
     Raton(ventana, EventType::MouseDown, 50, 20);
