@@ -36,8 +36,8 @@ IPages::Id Hojas::Sizes(int32_t primera, int32_t cuantas, Done<std::vector<PageS
 
 // Of few real bytes, whatever its size.
 IPages::Id Hojas::Dibujar(const std::string& como, const TileSpec& trozo, Done<Picture> hecho) {
-    const auto bytes =
-        std::make_shared<std::vector<unsigned char>>(static_cast<size_t>(trozo.area.w) * trozo.area.h * 4);
+    const auto bytes = std::make_shared<std::vector<unsigned char>>(static_cast<size_t>(trozo.area.w) *
+                                                                    static_cast<size_t>(trozo.area.h) * 4);
     const Picture hoja{bytes->data(), trozo.area.w, trozo.area.h, trozo.area.w * 4, bytes};
     return Apuntar(
         como + " " + std::to_string(trozo.page) + " " + std::to_string(trozo.width) + " " + Apuntes::Texto(trozo.area),

@@ -225,9 +225,8 @@ TEST_F(Documento, BuscaComoTeclea) {
     for (const auto& [patron, exacta, espera] : casos) {
         SCOPED_TRACE(patron);
         for (int vez = 0; vez < 2; ++vez) {
-            const auto [como2, noticia] = Pedir<SearchNews>([&](auto hecho) {
-                doc->Search({patron, exacta, 0}, hecho);
-            });
+            const SearchSpec busqueda{patron, exacta, 0};
+            const auto [como2, noticia] = Pedir<SearchNews>([&](auto hecho) { doc->Search(busqueda, hecho); });
             Halladas halladas;
             for (const Hit& h : noticia.hits)
                 halladas.push_back(Utf8(texto, static_cast<size_t>(h.first), static_cast<size_t>(h.count)));

@@ -159,7 +159,8 @@ TEST(Disposicion, UnaHojaEnormeSeCortaSoloDondeSeVe) {
 }
 
 Lx::Pdf::Picture Hoja(int32_t ancho, int32_t alto) {
-    const auto bytes = std::make_shared<std::vector<unsigned char>>(static_cast<size_t>(ancho) * alto * 4, 200);
+    const auto bytes =
+        std::make_shared<std::vector<unsigned char>>(static_cast<size_t>(ancho) * static_cast<size_t>(alto) * 4, 200);
     return {bytes->data(), ancho, alto, ancho * 4, bytes};
 }
 

@@ -468,7 +468,7 @@ TEST_F(VisorTexto, ConElTeclado) {
     const Filas<int, bool, int> espacios{{1, false, 306 - 360 + 34}, {2, false, 334}, {1, true, 334}};
     for (const auto& [veces, tira, alto] : espacios) {
         vista->SetPlace({});
-        Falso::Teclear(ventana, std::string(veces, ' '));
+        Falso::Teclear(ventana, std::string(static_cast<size_t>(veces), ' '));
         if (tira) Arrastrar(En(300, 380), En(310, 380), Lx::kLeftButton, Lx::kSpaceHeld);
         Lx::Event ev;
         ev.type = EventType::KeyUp;

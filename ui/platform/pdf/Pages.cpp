@@ -75,7 +75,10 @@ Pages::Pages(const std::string& path, int32_t aheadWidth, const Crew::Limits& li
       drawing_(wakeups_, source_, limits),
       reading_(wakeups_, source_, LimitsOfReading(limits)) {
     drawing_.Start();
-    if (aheadWidth > 0 && aheadWidth <= kMaxWidth) ahead_.emplace().width = aheadWidth;
+    if (aheadWidth > 0 && aheadWidth <= kMaxWidth) {
+        ahead_ = Ahead{};
+        ahead_->width = aheadWidth;
+    }
     copying_ = std::make_unique<Copying>(path);
     wakeups_.Add(copying_->Fd());
     if (copying_->IsDone()) OpenContent();
