@@ -8,7 +8,7 @@ cmake --build --preset fuzz
 
 objetivos=()
 for programa in build/fuzz/bin/*; do
-    [[ -x $programa && $(basename "$programa") != velmora* ]] && objetivos+=("$programa")
+    [[ -f $programa && -x $programa && $(basename "$programa") != velmora* ]] && objetivos+=("$programa")
 done
 [ ${#objetivos[@]} -gt 0 ] || { echo "fuzz: there are no targets" >&2; exit 1; }
 cada=$((segundos / ${#objetivos[@]}))
