@@ -213,15 +213,14 @@ void Pages::SaveOn(const std::shared_ptr<Saving>& saving) {
         } else if (outcome != Outcome::Good || (answer.valor == 0 && answer.bytes == 0)) {
             if (outcome == Outcome::Good) outcome = Outcome::Damaged;
             sentence = "No se pudo leer el adjunto: está dañado o protegido.";
-        } else if (!WriteAll(saving->file.Valor(), slot.Datos(), answer.bytes)) {
-            outcome = Outcome::Unreadable;
-            sentence = "No se pudo escribir el adjunto: comprueba que queda sitio en el disco.";
-        } else if (saving->written += answer.bytes; answer.valor == 0) {
-            Post(saving->id, [this, saving] { SaveOn(saving); });
-            return;
-        } else if (!saving->file.Cerrar()) {
-            outcome = Outcome::Unreadable;
-            sentence = "No se pudo escribir el adjunto: comprueba que queda sitio en el disco.";
+        } else {
+            const bool isWritten = WriteAll(saving->file.Valor(), slot.Datos(), answer.bytes);
+            saving->written += answer.bytes;
+            if (isWritten && answer.valor == 0) return Post(saving->id, [this, saving] { SaveOn(saving); });
+            if (!isWritten || !saving->file.Cerrar()) {
+                outcome = Outcome::Unreadable;
+                sentence = "No se pudo escribir el adjunto: comprueba que queda sitio en el disco.";
+            }
         }
         Post(saving->id, [this, saving, outcome, sentence] {
             savings_.erase(saving->id);
