@@ -1,6 +1,7 @@
 // The repaint of a view: it copies pictures that are there, and waits for nothing.
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "ui/viewer/DocViewInside.h"
 
@@ -197,10 +198,11 @@ void CDocView::Inside::PaintMessage(CCanvas& canvas, const std::string& text, co
         const size_t end = std::min(text.find(' ', at), text.size());
         const std::string word = text.substr(at, end - at);
         std::string& line = lines.back();
-        if (line.empty())
-            line = word;
-        else if (sizeOf(line + " " + word).cx <= area.w - kMessageMargin)
-            line += " " + word;
+        std::string longer = line;
+        if (!longer.empty()) longer += ' ';
+        longer += word;
+        if (line.empty() || sizeOf(longer).cx <= area.w - kMessageMargin)
+            line = std::move(longer);
         else
             lines.push_back(word);
         at = end + 1;
