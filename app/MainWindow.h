@@ -41,6 +41,8 @@ class CMainWindow : public Lx::CWindow {
 
     // The document to open first; before Create. Empty: the welcome document.
     void PonerDocumentoInicial(const std::string& ruta) { inicial_ = ruta; }
+    // The state that the first document had when somebody began to read it ahead: what is signed must be that one.
+    void PonerMarcaInicial(const CCambiosDisco::Marca& marca) { marcaInicial_ = marca; }
 
     bool OnInit() override;
     // While a document is being signed the window closes when that has come to an end.
@@ -220,6 +222,7 @@ class CMainWindow : public Lx::CWindow {
 
     Orvanta::Paleta::Colores paleta_;
     std::string inicial_;
+    CCambiosDisco::Marca marcaInicial_;
     std::string documento_;  // that is shown
     Pedido pedido_;
     bool bienvenida_ = false;

@@ -27,8 +27,7 @@ namespace {
 
 constexpr const char* kProtegido =
     "El documento está protegido: se puede leer, pero no firmar. Pide a quien lo hizo una copia sin protección o, si "
-    "te "
-    "está permitido, imprímelo a un PDF nuevo y firma ese.";
+    "te está permitido, imprímelo a un PDF nuevo y firma ese.";
 
 constexpr std::chrono::milliseconds kPosarse{500};
 constexpr size_t kLargoNombre = 44;               // of the file in a dialog
@@ -83,7 +82,7 @@ std::string CMainWindow::DocumentoInicial(const std::string& pedido) {
 void CMainWindow::CargarInicial() {
     const std::string ruta = DocumentoInicial(inicial_);
     if (ruta.empty()) return MostrarEstado("Pulsa 'Abrir PDF' para cargar un documento.", false);
-    Cargar({.ruta = ruta, .bienvenida = inicial_.empty()});
+    Cargar({.ruta = ruta, .marca = marcaInicial_, .bienvenida = inicial_.empty()});
 }
 
 void CMainWindow::Abrir(const std::string& ruta) {
@@ -153,7 +152,7 @@ void CMainWindow::Cargar(Pedido pedido) {
     busqueda_->Cerrar();
     OlvidarDocumento();
     pedido_ = std::move(pedido);
-    pedido_.marca = CCambiosDisco::MarcaDe(pedido_.ruta);
+    if (!pedido_.marca.hay) pedido_.marca = CCambiosDisco::MarcaDe(pedido_.ruta);
     std::optional<Lx::ViewPlace> lugar;
     if (!pedido_.bienvenida && preferencias_.recientes) lugar = recientes_.LugarDe(Absoluta(pedido_.ruta));
     visor_->Open(pedido_.ruta, lugar ? &*lugar : nullptr);
@@ -206,6 +205,7 @@ void CMainWindow::AlVerse() {
         if (!HayDocumento()) return;
         cambios_.Vigilar(documento_, pedido_.marca, [this] { AlCambiarEnDisco(); });
         AnotarReciente();
+        if (cambios_.HayCambio()) return AlCambiarEnDisco();
         if (!examen_ && !examinando_.EnMarcha()) Examinar(nullptr);
     });
 }

@@ -136,12 +136,10 @@ void CMainWindow::ContarResultado(const Firma::Firmados& firmados, const std::st
             return Avisar(kCancelada, false);
         }
         noFirmado_ = r.motivo == Lx::Motivo::Cambiado;
-        MostrarEstado(r.error.empty() ? "No se pudo firmar." : r.error, true);
-        if (r.motivo == Lx::Motivo::PinIncorrecto)
-            Avisar(Quedan(firmados.intentos), true);
-        else if (!r.error.empty())
-            Avisar(Lx::ParaLeer({r.motivo, r.error}), true);
-        return;
+        const std::string frase = r.error.empty() ? "No se pudo firmar." : r.error;
+        PonerEstado(frase, true);
+        const bool porPin = r.motivo == Lx::Motivo::PinIncorrecto;
+        return Avisar(porPin ? Quedan(firmados.intentos) : Lx::ParaLeer({r.motivo, frase}), true);
     }
     AvisarFirmado(r);
     GuardarLugar();

@@ -27,8 +27,8 @@ int Diagnosticar() {
 // One window for each document.
 class Programa : public Lx::LxApp {
   public:
-    Programa(int argCount, char** args, std::vector<std::string> documentos)
-        : LxApp(argCount, args), documentos_(std::move(documentos)) {
+    Programa(int argCount, char** args, std::vector<std::string> documentos, const CCambiosDisco::Marca& primera)
+        : LxApp(argCount, args), documentos_(std::move(documentos)), primera_(primera) {
         name = "velmora";
     }
 
@@ -53,19 +53,23 @@ class Programa : public Lx::LxApp {
     [[nodiscard]] CMainWindow* Ventana(size_t cual) const {
         auto* ventana = new CMainWindow;
         if (cual < documentos_.size()) ventana->PonerDocumentoInicial(documentos_[cual]);
+        if (cual == 0) ventana->PonerMarcaInicial(primera_);
         return ventana;
     }
 
     std::vector<std::string> documentos_;
+    CCambiosDisco::Marca primera_;
     int senal_ = 0;
 };
 
 int Ejecutar(int argc, char** argv, const std::vector<std::string>& documentos) {
     const std::string primero = CMainWindow::DocumentoInicial(documentos.empty() ? std::string() : documentos[0]);
+    // Noted before it is read: what becomes of it meanwhile is seen.
+    const auto marca = CCambiosDisco::MarcaDe(primero);
     if (!primero.empty()) Lx::Pdf::OpenAhead(primero, CMainWindow::AnchoInicial());
     Lx::PreparePlatform();
     CMainWindow::PonerTemaElegido();
-    Programa app(argc, argv, documentos);
+    Programa app(argc, argv, documentos, marca);
     const auto correo = std::make_shared<Correo>();
     const CTerminacion terminacion([&](int senal) { correo->Enviar([&app, senal] { app.Terminar(senal); }); });
     const int codigo = app.Codigo(app.Run());

@@ -51,6 +51,19 @@ TEST_F(Ventanas, LaLineaDeEstado) {
     EXPECT_FALSE(aviso.visible);
 }
 
+TEST_F(Ventanas, LoQueCambioAntesDeAbrirse) {
+    ruta_ = carpeta_ / "doc.pdf";
+    Apoyo::EscribirFichero(ruta_, Pdf(2));
+    const auto leido = CCambiosDisco::MarcaDe(ruta_);
+    Apoyo::EscribirFichero(ruta_, Pdf(3));
+    Abrir(2, leido);
+    const Falso::Hojas* const primeras = hojas_;
+    Ver();
+    EXPECT_NE(hojas_, primeras) << "what was read ahead isn't what lies there";
+    hojas_->Abrir();
+    EXPECT_THAT(Dice(), testing::StartsWith("El documento ha cambiado en el disco"));
+}
+
 TEST_F(Ventanas, LoQueCambiaEnElDisco) {
     ruta_ = carpeta_ / "doc.pdf";
     Apoyo::EscribirFichero(ruta_, Pdf(2));

@@ -98,10 +98,11 @@ class Ventanas : public testing::Test {
     }
     ~Ventanas() override { Falso::ElMundo().abrirPaginas = nullptr; }
     // A main window with a document of so many pages; 0: one that can't be opened.
-    CMainWindow& Abrir(int paginas) {
+    CMainWindow& Abrir(int paginas, const CCambiosDisco::Marca& marca = {}) {
         paginas_ = paginas;
         ventana_ = std::make_unique<CMainWindow>();
         ventana_->PonerDocumentoInicial(ruta_);
+        ventana_->PonerMarcaInicial(marca);
         ventana_->keepAppOnClose = true;  // another may follow
         EXPECT_TRUE(ventana_->Create());
         ventana_->HandleResize({900, 680});

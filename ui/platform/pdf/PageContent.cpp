@@ -17,6 +17,8 @@
 #include <utility>
 #include <vector>
 
+#include "crypto/LxFichero.h"
+
 namespace Lx::Pdf {
 namespace {
 
@@ -24,17 +26,6 @@ using Api::Descriptor;
 
 // What copying takes a few milliseconds at most.
 constexpr off_t kSmall = 4 << 20;
-
-bool WriteAll(int fd, const char* data, size_t size) {
-    while (size > 0) {
-        const ssize_t n = write(fd, data, size);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        data += n;
-        size -= static_cast<size_t>(n);
-    }
-    return true;
-}
 
 // A pipe in the place of a file must not make the window wait for who writes into it.
 Descriptor OpenFile(const std::string& path, off_t& size) {
@@ -56,7 +47,8 @@ Descriptor CopyOpened(const Descriptor& file, const std::atomic<bool>& unwanted)
         if (n < 0) return Descriptor();
         if (n == 0) break;
         total += n;
-        if (total > INT_MAX || !WriteAll(memory.Valor(), chunk.data(), static_cast<size_t>(n))) return Descriptor();
+        if (total > INT_MAX || !Api::EscribirTodo(memory.Valor(), {chunk.data(), static_cast<size_t>(n)}))
+            return Descriptor();
     }
     constexpr int kSeals = F_SEAL_WRITE | F_SEAL_SHRINK | F_SEAL_GROW | F_SEAL_SEAL;
     if (total == 0 || unwanted || fcntl(memory.Valor(), F_ADD_SEALS, kSeals) != 0) return Descriptor();

@@ -2,10 +2,11 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
+#include <string_view>
 #include <thread>
 #include <utility>
 
+#include "crypto/LxFichero.h"
 #include "ui/platform/pdf/Answers.h"
 #include "ui/platform/pdf/PagesWork.h"
 
@@ -26,17 +27,6 @@ constexpr int32_t kPagesForTwo = 200;
 constexpr size_t kMaxPattern = 1'000;
 // Pages that couldn't be searched, until the search is given up.
 constexpr int kMaxFailures = 20;
-
-bool WriteAll(int fd, const unsigned char* data, size_t size) {
-    while (size > 0) {
-        const ssize_t n = write(fd, data, size);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        data += n;
-        size -= static_cast<size_t>(n);
-    }
-    return true;
-}
 
 }  // namespace
 
@@ -214,7 +204,8 @@ void Pages::SaveOn(const std::shared_ptr<Saving>& saving) {
             if (outcome == Outcome::Good) outcome = Outcome::Damaged;
             sentence = "No se pudo leer el adjunto: está dañado o protegido.";
         } else {
-            const bool isWritten = WriteAll(saving->file.Valor(), slot.Datos(), answer.bytes);
+            const std::string_view part(reinterpret_cast<const char*>(slot.Datos()), answer.bytes);
+            const bool isWritten = Api::EscribirTodo(saving->file.Valor(), part);
             saving->written += answer.bytes;
             if (isWritten && answer.valor == 0) return Post(saving->id, [this, saving] { SaveOn(saving); });
             if (!isWritten || !saving->file.Cerrar()) {
