@@ -218,6 +218,7 @@ void CMainWindow::OnKeyDown(Lx::KeyCode key, unsigned modifiers) {
         if (IsFullScreen()) return OnPantallaCompleta();
         if (tarea_.EnMarcha() || impresion_ != nullptr) return OnCancelar();
     }
+    if (key == Lx::KeyCode::Enter && Orvanta::PulsarFoco(*this)) return;
     if (key == Lx::KeyCode::Enter && busqueda_->TieneElFoco())
         return (con & Lx::kShift) != 0 ? busqueda_->Anterior() : busqueda_->Siguiente();
     if (focus == visor_) return;

@@ -52,7 +52,7 @@ bool LxApp::AddWindow(CWindow* window) {
     }
     others_.push_back(window);
     open_.push_back(window);
-    window->Center();
+    // The desktop places it where it doesn't hide the others.
     window->Show();
     return true;
 }

@@ -24,7 +24,7 @@ class LxApp {
     // The exit status: what ExitInstance gave unless that is 0, else the loop's code; -1 without a backend and 1
     // when InitInstance failed.
     int Run();
-    // Creates, centres and shows one more main window; takes it over, and deletes it when it has closed. The program
+    // Creates and shows one more main window; takes it over, and deletes it when it has closed. The program
     // ends with the last one. False when it can't be created: it is deleted then.
     bool AddWindow(CWindow* window);
     // All main windows that are open, the oldest first.

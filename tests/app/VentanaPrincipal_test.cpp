@@ -51,6 +51,24 @@ TEST_F(Ventanas, LaLineaDeEstado) {
     EXPECT_FALSE(aviso.visible);
 }
 
+TEST_F(Ventanas, IntroPulsaElBotonQueTieneElFoco) {
+    CMainWindow& v = Abrir(2);
+    int menus = 0;
+    Falso::ElMundo().elegirOrden = [&menus](const auto&) { return ++menus, 0; };
+    const auto boton = [&v](const std::string& texto) -> Lx::CButton& {
+        size_t n = 0;
+        while (Control<Lx::CButton>(v, n).text != texto) ++n;
+        return Control<Lx::CButton>(v, n);
+    };
+    v.SetFocusControl(&boton("Menú"));
+    Falso::Tecla(v, KeyCode::Enter);
+    EXPECT_EQ(menus, 1);
+    v.OnShortcut('F', Lx::kControl);
+    v.SetFocusControl(&boton("Cerrar"));
+    Falso::Tecla(v, KeyCode::Enter);
+    EXPECT_FALSE(boton("Cerrar").visible);
+}
+
 TEST_F(Ventanas, LoQueCambioAntesDeAbrirse) {
     ruta_ = carpeta_ / "doc.pdf";
     Apoyo::EscribirFichero(ruta_, Pdf(2));
